@@ -1,0 +1,31 @@
+# Flags that every target of the project shares.
+#
+# The order of floating-point operations is part of what the library promises, so contraction is
+# off everywhere, and 32-bit x86 calculates in SSE registers instead of the x87, which rounds
+# differently.
+add_library(quorvel_compile_options INTERFACE)
+
+target_compile_options(quorvel_compile_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  -ffp-contract=off)
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "i[3-6]86")
+  target_compile_options(quorvel_compile_options INTERFACE -msse2 -mfpmath=sse)
+endif()
+
+if(QUORVEL_SANITIZE)
+  target_compile_options(quorvel_compile_options INTERFACE
+    -fsanitize=${QUORVEL_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(quorvel_compile_options INTERFACE -fsanitize=${QUORVEL_SANITIZE})
+  if(QUORVEL_SANITIZE MATCHES "undefined")
+    target_compile_options(quorvel_compile_options INTERFACE -fno-sanitize-recover=undefined)
+  endif()
+endif()
+
+# Files whose object code may use AVX. They are entered only after a run-time check of the
+# processor; on other architectures they compile to the baseline's instructions.
+function(quorvel_allow_avx)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i[3-6]86")
+    set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS -mavx)
+  endif()
+endfunction()

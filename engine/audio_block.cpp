@@ -1,0 +1,105 @@
+#include "engine/audio_block.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "engine/channel_masks.h"
+
+namespace quorvel {
+
+AudioBlock::AudioBlock(const GUID& instanceId) : id(instanceId) {}
+
+AudioBlock::~AudioBlock() {
+    outputs.clear();
+    inputs.clear();
+}
+
+GUID AudioBlock::GetTypeId() const {
+    return typeId;
+}
+
+int32_t AudioBlock::GetInputChannels() const {
+    return static_cast<int32_t>(channels);
+}
+
+int32_t AudioBlock::GetOutputChannels() const {
+    return static_cast<int32_t>(channels);
+}
+
+uint32_t AudioBlock::GetChannelMask() const {
+    return channelMask;
+}
+
+void AudioBlock::SetInputsFormat(const std::vector<BlockInput>&, int32_t minWidth, int32_t maxWidth,
+                                 int32_t rate) {
+    inputChannels = static_cast<uint32_t>(minWidth);
+    outputChannels = static_cast<uint32_t>(maxWidth);
+    channels = outputChannels;
+    channelMask = DefaultChannelMask(channels);
+    sampleRate = static_cast<uint32_t>(rate);
+}
+
+void AudioBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
+    channels = static_cast<uint32_t>(width);
+    inputChannels = channels;
+    outputChannels = channels;
+    channelMask = mask;
+    sampleRate = static_cast<uint32_t>(rate);
+}
+
+// Sums a stretch of samples at a time, input after input, in an accumulator that stays in the
+// nearest cache. Each sample still sees its additions in list order, starting from 0.0.
+void AudioBlock::ProcessInputs(const std::vector<BlockInput>& blockInputs, float* out,
+                               int32_t frames) QUORVEL_REAL_TIME {
+    constexpr int64_t kStretch = 256;  // floats, 1 KiB
+    const int64_t samples = int64_t{channels} * frames;
+    for (int64_t start = 0; start < samples; start += kStretch) {
+        const auto length = static_cast<std::size_t>(std::min(kStretch, samples - start));
+        std::array<float, kStretch> sum{};
+        for (const BlockInput& input : blockInputs) {
+            const float* in = input.buffer->data + start;
+            for (std::size_t i = 0; i < length; ++i)
+                sum[i] += in[i];
+        }
+        std::memcpy(out + start, sum.data(), length * sizeof(float));
+    }
+    Process(out, out, frames);
+}
+
+void AudioBlock::ProcessInput(const BlockInput& blockInput, float* out,
+                              int32_t frames) QUORVEL_REAL_TIME {
+    Process(blockInput.buffer->data, out, frames);
+}
+
+void AudioBlock::Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME {
+    if (out == in || frames <= 0) return;
+    std::memcpy(out, in, sizeof(float) * channels * static_cast<std::size_t>(frames));
+}
+
+void AudioBlock::Reset() QUORVEL_REAL_TIME {}
+
+bool AudioBlock::CanProcessInPlace() const {
+    return true;
+}
+
+bool AudioBlock::WantsUniformInputs() const {
+    return true;
+}
+
+bool AudioBlock::SetParameterData(const void*, uint32_t) {
+    return true;
+}
+
+bool AudioBlock::SetParameters(const void*) {
+    return true;
+}
+
+// SKELETON: completed together with the graph.
+bool AudioBlock::GraphFollowsWidth() const {
+    return false;
+}
+
+void AudioBlock::AnnounceWidth() {}
+
+}  // namespace quorvel

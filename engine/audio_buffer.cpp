@@ -1,0 +1,27 @@
+#include "engine/audio_buffer.h"
+
+#include <cstdlib>
+
+namespace quorvel {
+
+AudioBuffer::~AudioBuffer() {
+    Release();
+}
+
+bool AudioBuffer::Grow(uint64_t bytes) {
+    if (bytes <= capacityBytes) return true;
+    if (bytes > UINT32_MAX) return false;
+    void* grown = std::realloc(data, static_cast<std::size_t>(bytes));
+    if (!grown) return false;
+    data = static_cast<float*>(grown);
+    capacityBytes = static_cast<uint32_t>(bytes);
+    return true;
+}
+
+void AudioBuffer::Release() {
+    std::free(data);
+    data = nullptr;
+    capacityBytes = 0;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,55 @@
+#include "engine/block_factory.h"
+
+#include <algorithm>
+
+#include "engine/guid_order.h"
+
+namespace quorvel {
+namespace {
+
+// A fresh id for a null one. False when the system cannot make one.
+bool CompleteId(GUID& id) {
+    if (!(id == kNullGuid)) return true;
+    const RPC_STATUS status = UuidCreate(&id);
+    return status == RPC_S_OK || status == RPC_S_UUID_LOCAL_ONLY;
+}
+
+}  // namespace
+
+const BlockKind* FindBlockKind(const GUID& typeId) {
+    const auto kinds = BlockKinds();
+    const auto kind = std::ranges::find(kinds, typeId, &BlockKind::typeId);
+    return kind == kinds.end() ? nullptr : &*kind;
+}
+
+bool IsKnownBlockType(const GUID& typeId) {
+    return FindBlockKind(typeId) != nullptr;
+}
+
+std::shared_ptr<AudioBlock> CreateBlock(const GUID& typeId, const GUID& id) {
+    GUID completeId = id;
+    if (!CompleteId(completeId)) return {};
+    const BlockKind* kind = FindBlockKind(typeId);
+    if (!kind) return {};
+    try {
+        return std::shared_ptr<AudioBlock>(kind->create(completeId));
+    } catch (const std::bad_alloc&) {
+        return {};
+    }
+}
+
+std::shared_ptr<AudioBlock> CreateBlockWithData(const GUID& typeId, const void* data, uint32_t size,
+                                                const GUID& id) {
+    auto block = CreateBlock(typeId, id);
+    if (block && data) block->SetParameterData(data, size);
+    return block;
+}
+
+std::shared_ptr<AudioBlock> CreateBlockWithParameters(const void* record, const GUID& typeId,
+                                                      const GUID& id) {
+    auto block = CreateBlock(typeId, id);
+    if (block && record) block->SetParameters(record);
+    return block;
+}
+
+}  // namespace quorvel

@@ -1,0 +1,16 @@
+// What the processor can do beyond the baseline that the library is compiled for.
+#pragma once
+
+namespace quorvel::platform {
+
+// Whether AVX instructions and their registers may be used: the processor has them and the system
+// saves them. Always the same answer within one process; ask when choosing a kernel, not per call.
+inline bool ProcessorHasAvx() {
+#if defined(__x86_64__) || defined(__i386__)
+    return __builtin_cpu_supports("avx") != 0;
+#else
+    return false;
+#endif
+}
+
+}  // namespace quorvel::platform

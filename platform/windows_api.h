@@ -1,0 +1,20 @@
+// The one include for Windows types and calls.
+//
+// On Windows this is the system's own headers. Elsewhere platform/portable/ declares the same
+// names with the same meaning, and only those that this system uses.
+#pragma once
+
+#ifdef _WIN32
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+// mmreg.h must stand before ksmedia.h.
+#include <mmreg.h>
+#include <rpc.h>
+#else
+#include "platform/portable/heap.h"
+#include "platform/portable/types.h"
+#include "platform/portable/uuid.h"
+#include "platform/portable/wave_format.h"
+#endif
