@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "engine/audio_graph.h"
 #include "engine/channel_masks.h"
 
 namespace quorvel {
@@ -95,11 +96,12 @@ bool AudioBlock::SetParameters(const void*) {
     return true;
 }
 
-// SKELETON: completed together with the graph.
 bool AudioBlock::GraphFollowsWidth() const {
-    return false;
+    return graph && !graph->IsSuspended();
 }
 
-void AudioBlock::AnnounceWidth() {}
+void AudioBlock::AnnounceWidth() {
+    if (GraphFollowsWidth()) graph->Reconfigure();
+}
 
 }  // namespace quorvel

@@ -1,0 +1,21 @@
+// The configuration of one node of a processing list.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/audio_format.h"
+#include "engine/graph_node.h"
+
+namespace quorvel {
+
+// Tells the node's block its format, makes or retunes the adapters that widen narrower inputs when
+// the block wants uniform ones, and grows the buffers concerned to 10 ms. The blocks upstream must
+// be configured already. A node without inputs works at the width and mask of `chainFormat`; `rate`
+// is in Hz. Allocates; ends the process when a buffer cannot grow.
+void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate);
+
+// Makes room for `frames` frames of `channels` floats; ends the process when the memory cannot be
+// had, since audio would have nowhere to go.
+void GrowOrDie(AudioBuffer& buffer, int32_t frames, int32_t channels);
+
+}  // namespace quorvel

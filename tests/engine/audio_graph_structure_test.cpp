@@ -1,0 +1,226 @@
+// Which chains are valid, in what order they run, and which buffers they share.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+
+#include "engine/audio_graph.h"
+#include "engine/block_type_ids.h"
+#include "tests/support/topology.h"
+
+namespace quorvel {
+namespace {
+
+using test::AddProbes;
+using test::Links;
+using test::MakeProbe;
+using test::NumberedId;
+using test::Order;
+using test::UsedBuffers;
+
+void SetStereo(AudioGraph& graph) {
+    graph.SetInputFormat(2, 3, 48000);
+    graph.SetOutputFormat(2, 3, 48000);
+}
+
+struct TopologyCase {
+    const char* name;
+    uint32_t blocks;
+    Links links;
+    bool isValid;
+    std::vector<uint32_t> order;  // 0: a block of the graph's own
+};
+
+const std::vector<TopologyCase> kTopologies = {
+    {"Empty", 0, {}, true, {}},
+    {"Single", 1, {}, true, {1}},
+    {"ChainAgainstIdOrder", 3, {{3, 2}, {2, 1}}, true, {3, 2, 1}},
+    {"DiamondWithTwoLinks", 4, {{1, 2}, {1, 3}, {3, 4}, {2, 4}}, true, {1, 3, 2, 4}},
+    {"TwoTailsOneHead", 3, {{2, 3}, {2, 1}}, true, {2, 1, 3, 0}},
+    {"ThreeTailsDeep", 5, {{5, 4}, {4, 3}, {4, 2}, {5, 1}}, true, {5, 1, 4, 2, 3, 0}},
+    {"TwoTailsTwoHeads", 4, {{1, 2}, {3, 4}}, false, {}},
+    {"TwoHeadsOneTail", 3, {{1, 3}, {2, 3}}, true, {1, 2, 3}},
+    {"UnlinkedBlock", 3, {{1, 2}}, false, {}},
+    {"SelfLink", 1, {{1, 1}}, false, {}},
+    {"SelfLinkBesideChain", 3, {{1, 2}, {3, 3}}, false, {}},
+    {"CycleWithoutTail", 2, {{1, 2}, {2, 1}}, false, {}},
+    {"CycleBeforeTail", 3, {{1, 2}, {2, 1}, {2, 3}}, false, {}},
+    {"CycleOffTheChain", 4, {{1, 2}, {3, 4}, {4, 3}}, false, {}},
+    {"TailsWalkIntoACycle", 4, {{1, 2}, {2, 1}, {1, 3}, {2, 4}}, false, {}},
+    {"DuplicateLink", 2, {{1, 2}, {1, 2}}, true, {1, 2}},
+    {"LinkToNowhere", 2, {{1, 2}, {1, 9}, {9, 2}}, true, {1, 2}},
+};
+
+class Topology : public testing::TestWithParam<TopologyCase> {};
+
+TEST_P(Topology, BuildsInDependencyOrderOrIsRefused) {
+    const TopologyCase& expected = GetParam();
+    AudioGraph graph;
+    SetStereo(graph);
+    AddProbes(graph, expected.blocks, expected.links);
+    EXPECT_EQ(graph.IsValid(), expected.isValid);
+    EXPECT_EQ(Order(graph), expected.order);
+    EXPECT_EQ(static_cast<bool>(graph.OutputBlock()), !expected.order.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Topology, testing::ValuesIn(kTopologies),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(AudioGraphStructure, LinksInOrderDecideTheOrderOfInputs) {
+    AudioGraph graph;
+    SetStereo(graph);
+    const auto probes = AddProbes(graph, 4, {{1, 2}, {1, 3}, {3, 4}, {2, 4}});
+    const GraphNode& last = graph.Nodes().back();
+    ASSERT_EQ(last.inputs.size(), 2u);
+    EXPECT_EQ(last.inputs[0].source, probes[2]);
+    EXPECT_EQ(last.inputs[1].source, probes[1]);
+}
+
+TEST(AudioGraphStructure, SecondBlockWithAnIdIsRefused) {
+    AudioGraph graph;
+    const auto first = MakeProbe(1);
+    EXPECT_TRUE(graph.AddBlockAndConnect(first));
+    EXPECT_FALSE(graph.AddBlockAndConnect(MakeProbe(1)));
+    EXPECT_FALSE(graph.AddNewBlock(kMixerBlockTypeId, nullptr, 0, NumberedId(1)));
+    EXPECT_EQ(graph.FindBlock(NumberedId(1)), first);
+    EXPECT_FALSE(graph.AddNewBlock(NumberedId(7), nullptr, 0, NumberedId(2)));
+    EXPECT_EQ(graph.Network().Blocks().size(), 1u);
+}
+
+TEST(AudioGraphStructure, BlocksOfOtherGraphsAreNotLinked) {
+    AudioGraph graph, other;
+    const auto mine = MakeProbe(1);
+    const auto foreign = MakeProbe(2);
+    graph.AddBlockAndConnect(mine);
+    other.AddBlockAndConnect(foreign);
+    EXPECT_FALSE(graph.LinkBlocks(mine, foreign));
+    EXPECT_FALSE(graph.Unlink(foreign, mine));
+    EXPECT_FALSE(graph.RemoveBlock(foreign));
+    EXPECT_TRUE(mine->outputs.empty());
+}
+
+TEST(AudioGraphStructure, RemovingTheMiddleInvalidatesUntilLinkedAgain) {
+    AudioGraph graph;
+    SetStereo(graph);
+    AddProbes(graph, 3, {{1, 2}, {2, 3}});
+    graph.RemoveBlockById(NumberedId(2));
+    EXPECT_FALSE(graph.IsValid());
+    EXPECT_EQ(graph.Network().Heads().size(), 2u);
+    EXPECT_EQ(graph.Network().Tails().size(), 2u);
+    graph.LinkById(NumberedId(1), NumberedId(3));
+    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{1, 3}));
+    graph.UnlinkById(NumberedId(1), NumberedId(3));
+    EXPECT_FALSE(graph.IsValid());
+}
+
+TEST(AudioGraphStructure, AppendLinksBehindTheNamedBlockOrTheFirstTail) {
+    AudioGraph graph;
+    SetStereo(graph);
+    graph.AppendBlock(MakeProbe(5), nullptr);
+    graph.AppendBlock(MakeProbe(3), nullptr);  // behind the only tail
+    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{5, 3}));
+    graph.AppendBlock(MakeProbe(4), graph.FindBlock(NumberedId(5)));  // now two tails and a mixer
+    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{5, 3, 4, 0}));
+    graph.AppendBlock(MakeProbe(6), nullptr);  // behind tail 3, through the mixer's removal
+    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{5, 4, 3, 6, 0}));
+    graph.AppendBlock(MakeProbe(7), MakeProbe(99));  // unknown: nothing happens
+    EXPECT_FALSE(graph.FindBlock(NumberedId(7)));
+    graph.AppendBlock(graph.FindBlock(NumberedId(6)), graph.FindBlock(NumberedId(4)));
+    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{5, 3, 4, 6}));
+    EXPECT_FALSE(graph.AppendNewBlockWithParameters(nullptr, kMixerBlockTypeId, NumberedId(8),
+                                                    MakeProbe(99)));
+}
+
+TEST(AudioGraphStructure, BlockIdsAreWrittenOnePastTheCount) {
+    AudioGraph graph;
+    SetStereo(graph);
+    AddProbes(graph, 3, {{2, 1}, {2, 3}});  // the graph adds a mixer, which is never listed
+    const GUID untouched = NumberedId(77);
+    std::array<GUID, 5> ids;
+    ids.fill(untouched);
+    EXPECT_EQ(graph.GetBlockIds(ids.data(), 1), 1);
+    EXPECT_TRUE(ids[0] == NumberedId(1) && ids[1] == NumberedId(2) && ids[2] == untouched);
+    ids.fill(untouched);
+    EXPECT_EQ(graph.GetBlockIds(ids.data(), 4), 3);
+    EXPECT_TRUE(ids[2] == NumberedId(3) && ids[3] == untouched);
+    EXPECT_EQ(graph.GetBlockIds(nullptr, 4), 0);
+}
+
+TEST(AudioGraphStructure, ChainSharesOneBufferInPlace) {
+    AudioGraph graph;
+    SetStereo(graph);
+    AddProbes(graph, 3, {{1, 2}, {2, 3}});
+    const auto& nodes = graph.Nodes();
+    ASSERT_EQ(nodes.size(), 3u);
+    EXPECT_NE(nodes[0].outBuffer, nullptr);
+    EXPECT_EQ(nodes[1].outBuffer, nodes[0].outBuffer);
+    EXPECT_EQ(nodes[2].outBuffer, nullptr);
+    EXPECT_EQ(graph.Buffers().Count(), 1u);
+    EXPECT_EQ(nodes[0].outBuffer->capacityBytes, 480u * 2 * 4);
+    EXPECT_EQ(nodes[0].outBuffer->users, 4u);  // writer, two readers, in-place sharer
+}
+
+TEST(AudioGraphStructure, SharedOrUnwillingBlocksGetTheirOwnBuffer) {
+    AudioGraph graph;
+    SetStereo(graph);
+    auto probes = AddProbes(graph, 4, {{1, 2}, {1, 3}, {2, 4}, {3, 4}});
+    EXPECT_EQ(UsedBuffers(graph), 3);  // block 1 feeds two, so neither may write into its buffer
+    graph.Clear(false);
+    EXPECT_EQ(graph.Buffers().Count(), 3u);
+    EXPECT_EQ(UsedBuffers(graph), 0);
+    graph.SetUpdating(true);
+    probes = AddProbes(graph, 3, {});
+    probes[1]->canProcessInPlace = false;
+    graph.LinkById(NumberedId(1), NumberedId(2));
+    graph.LinkById(NumberedId(2), NumberedId(3));
+    graph.SetUpdating(false);
+    EXPECT_EQ(UsedBuffers(graph), 2);
+    EXPECT_EQ(graph.Buffers().Count(), 3u);  // reused, not made anew
+    graph.Clear(true);
+    EXPECT_EQ(graph.Buffers().Count(), 0u);
+}
+
+// First fit in creation order, on a pool whose buffers differ in size.
+TEST(BufferPlanner, TakesTheFirstFreeBufferThatIsLargeEnough) {
+    BufferPool pool;
+    for (const uint64_t bytes : {8, 32, 16, 64, 32})
+        ASSERT_TRUE(pool.Append(bytes));
+    pool.At(1).users = 1;
+    BufferPlanner planner(pool);
+    EXPECT_EQ(planner.AcquireBuffer(4, 1), &pool.At(2));
+    EXPECT_EQ(planner.AcquireBuffer(4, 1), &pool.At(3));
+    EXPECT_EQ(planner.AcquireBuffer(1, 1), &pool.At(0));
+    EXPECT_EQ(planner.AcquireBuffer(4, 2), &pool.At(4));
+    AudioBuffer* fresh = planner.AcquireBuffer(1, 1);
+    ASSERT_EQ(pool.Count(), 6u);
+    EXPECT_EQ(fresh, &pool.At(5));
+    EXPECT_EQ(planner.AcquireBuffer(480, -1), nullptr);
+    EXPECT_EQ(planner.AcquireBuffer(1 << 30, 1 << 30), nullptr);
+}
+
+// A hostile profile must not exhaust the stack, neither when it is built nor when it is dropped,
+// and shapes that invite quadratic work must build in reasonable time.
+TEST(AudioGraphStructure, VeryLargeGraphsBuildAndGo) {
+    constexpr uint32_t kBlocks = 100000;
+    Links chain, star, comb;
+    for (uint32_t n = 1; n < kBlocks; ++n) {
+        chain.emplace_back(n, n + 1);
+        star.emplace_back(1, n + 1);
+        comb.emplace_back(n <= kBlocks / 2 ? n : n - kBlocks / 2, n + 1);
+    }
+    AudioGraph graph;
+    graph.SetInputFormat(1, 4, 200);  // two frames a buffer keep the memory small
+    graph.SetOutputFormat(1, 4, 200);
+    for (const Links& links : {chain, star, comb}) {
+        AddProbes(graph, kBlocks, links);
+        EXPECT_TRUE(graph.IsValid());
+        EXPECT_GE(graph.Nodes().size(), kBlocks);
+        graph.Clear(false);
+    }
+    chain.emplace_back(kBlocks, 1);
+    AddProbes(graph, kBlocks, chain);
+    EXPECT_FALSE(graph.IsValid());
+}
+
+}  // namespace
+}  // namespace quorvel

@@ -1,0 +1,82 @@
+// A block whose every answer a test chooses, and which remembers how it was configured.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "engine/audio_block.h"
+
+namespace quorvel::test {
+
+// An id whose last byte is `number`, so that ids sort like numbers.
+inline GUID NumberedId(uint32_t number) {
+    GUID id{};
+    for (int i = 0; i < 4; ++i) {
+        id.Data4[4 + i] = static_cast<uint8_t>(number >> (8 * (3 - i)));
+    }
+    return id;
+}
+
+// Writes `scale` × its input plus `offset` to every channel of its output; output channels beyond
+// the input's repeat its last one.
+class ProbeBlock final : public AudioBlock {
+  public:
+    explicit ProbeBlock(const GUID& instanceId) : AudioBlock(instanceId) {}
+
+    int32_t GetOutputChannels() const override {
+        return fixedWidth ? fixedWidth : AudioBlock::GetOutputChannels();
+    }
+    bool CanProcessInPlace() const override { return canProcessInPlace; }
+    bool WantsUniformInputs() const override { return wantsUniformInputs; }
+
+    void SetFormat(int32_t width, uint32_t mask, int32_t rate) override {
+        AudioBlock::SetFormat(width, mask, rate);
+        ++configurations;
+    }
+
+    void SetInputsFormat(const std::vector<BlockInput>& blockInputs, int32_t minWidth,
+                         int32_t maxWidth, int32_t rate) override {
+        AudioBlock::SetInputsFormat(blockInputs, minWidth, maxWidth, rate);
+        ++configurations;
+    }
+
+    void Process(float* in, float* out, int32_t frames) override {
+        lastIn = in;
+        lastOut = out;
+        const auto width = static_cast<int32_t>(channels);
+        const int32_t outWidth = GetOutputChannels();
+        std::vector<float> frame(channels);
+        for (int32_t f = 0; f < frames; ++f) {
+            for (int32_t c = 0; c < width; ++c)
+                frame[static_cast<size_t>(c)] = in[f * width + c];
+            for (int32_t c = 0; c < outWidth; ++c) {
+                const auto source = static_cast<size_t>(c < width ? c : width - 1);
+                out[f * outWidth + c] = frame[source] * scale + offset;
+            }
+        }
+    }
+
+    void Reset() override { ++resets; }
+
+    uint32_t Width() const { return channels; }
+    uint32_t Mask() const { return channelMask; }
+    uint32_t Rate() const { return sampleRate; }
+    uint32_t NarrowestInput() const { return inputChannels; }
+
+    int32_t fixedWidth = 0;  // output width; 0: as wide as the input
+    bool canProcessInPlace = true;
+    bool wantsUniformInputs = true;
+    float scale = 1.0f;
+    float offset = 0.0f;
+    int configurations = 0;
+    int resets = 0;
+    const float* lastIn = nullptr;
+    const float* lastOut = nullptr;
+};
+
+inline std::shared_ptr<ProbeBlock> MakeProbe(uint32_t number) {
+    return std::make_shared<ProbeBlock>(NumberedId(number));
+}
+
+}  // namespace quorvel::test

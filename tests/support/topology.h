@@ -1,0 +1,53 @@
+// Graphs written down as lists of numbered links.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "engine/audio_graph.h"
+#include "tests/support/probe_block.h"
+
+namespace quorvel::test {
+
+using Links = std::vector<std::pair<uint32_t, uint32_t>>;
+
+// Adds probe blocks with the ids 1 to `count` and links them in list order, in one update.
+inline std::vector<std::shared_ptr<ProbeBlock>> AddProbes(AudioGraph& graph, uint32_t count,
+                                                          const Links& links) {
+    std::vector<std::shared_ptr<ProbeBlock>> probes;
+    graph.SetUpdating(true);
+    for (uint32_t number = 1; number <= count; ++number) {
+        probes.push_back(MakeProbe(number));
+        graph.AddBlockAndConnect(probes.back());
+    }
+    for (const auto& [source, destination] : links) {
+        graph.LinkById(NumberedId(source), NumberedId(destination));
+    }
+    graph.SetUpdating(false);
+    return probes;
+}
+
+// The numbers of the processing list's blocks in order; 0 for a block that the graph made.
+inline std::vector<uint32_t> Order(const AudioGraph& graph) {
+    std::vector<uint32_t> order;
+    for (const GraphNode& node : graph.Nodes()) {
+        const uint8_t* tail = node.block->GetId().Data4 + 4;
+        order.push_back(node.block->isInternal
+                            ? 0
+                            : uint32_t{tail[0]} << 24 | tail[1] << 16 | tail[2] << 8 | tail[3]);
+    }
+    return order;
+}
+
+// Buffers that the processing list uses.
+inline int UsedBuffers(const AudioGraph& graph) {
+    int used = 0;
+    for (std::size_t i = 0; i < graph.Buffers().Count(); ++i) {
+        used += graph.Buffers().At(i).users != 0;
+    }
+    return used;
+}
+
+}  // namespace quorvel::test
