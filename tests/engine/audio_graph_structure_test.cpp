@@ -64,7 +64,7 @@ TEST_P(Topology, BuildsInDependencyOrderOrIsRefused) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Topology, testing::ValuesIn(kTopologies),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(AudioGraphStructure, LinksInOrderDecideTheOrderOfInputs) {
     AudioGraph graph;
