@@ -21,6 +21,13 @@ bool MakeRoom(ItemsList<T>& list, unsigned n) {
     return false;
 }
 
+// Appends a copy of `item`, which is no element of `list`, and returns the copy. Null when the
+// memory cannot be had; `list` is then unchanged.
+template <typename T>
+T* TryAdd(ItemsList<T>& list, T& item) {
+    return MakeRoom(list, list.Count() + 1) ? &list.Add(item) : nullptr;
+}
+
 // Replaces the elements of `list` by copies of those of `source`. The old elements are destroyed.
 // When the memory cannot be had `list` is left without elements.
 template <typename T>

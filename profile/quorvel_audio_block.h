@@ -57,7 +57,7 @@ class QuorvelAudioBlock {
 
     // Takes ids and data from a packed record of the current layout, or of version 1, which has no
     // chainId and leaves the block's alone. They TRUST the record's own dataSize: for records
-    // whose bytes the caller has counted. ReadBlock of profile/packed_profile.h is the bounded
+    // whose bytes the caller has counted. ReadBlock of profile/packed_sections.h is the bounded
     // form.
     void Unpack(_QuorvelAudioBlockInfo* in);
     void Unpack_1(void* in);
