@@ -28,8 +28,8 @@ static_assert(sizeof(ChannelsCombinerParameters) == 4);
 // than the width that the base class configured (the widest input, which may be one that is left
 // out); frames are written at just that width, and channels that no input feeds are silent.
 //
-// Configuration allocates, processing does not. When configuration cannot have its memory the block
-// feeds silence until it is configured again. Reset has nothing to clear.
+// Configuration allocates, processing does not. When a configuration cannot have its memory, the
+// inputs are left out until the next one. Reset has nothing to clear.
 class ChannelsCombinerBlock final : public AudioBlock {
   public:
     explicit ChannelsCombinerBlock(const GUID& instanceId);
@@ -42,8 +42,9 @@ class ChannelsCombinerBlock final : public AudioBlock {
     void ProcessInputs(const std::vector<BlockInput>& blockInputs, float* out,
                        int32_t frames) QUORVEL_REAL_TIME override;
 
-    // Places `in`, as wide as configured, at the first offset. When `in` and `out` are one buffer,
-    // which the graph never asks for, the input is added onto itself without clearing first.
+    // Places `in`, as wide as configured, at the first offset, if it ends within the output frame.
+    // When `in` and `out` are one buffer, which the graph never asks for, the input is added onto
+    // itself without clearing first.
     void Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME override;
     bool CanProcessInPlace() const override;   // no
     bool WantsUniformInputs() const override;  // no: inputs come at their own widths
@@ -59,10 +60,13 @@ class ChannelsCombinerBlock final : public AudioBlock {
     bool IsLayoutComplete() const { return layoutComplete; }
 
   private:
-    // The place of input `index`, as wide as told. Empty width for an input that is left out.
+    // Where input `index` lies, `width` channels wide, and whether it has a place at all.
     ChannelSpan SpanOf(std::size_t index, int32_t width) const;
-    bool IsPlaced(const ChannelSpan& span) const;
+    static bool IsPlaced(const ChannelSpan& span);
+
+    // Forgets the widths of the inputs and makes room for `count`. False when it cannot be had.
     bool ReserveInputs(std::size_t count);
+
     void UpdateLayout();
 
     std::vector<int32_t> channelOffsets;  // of input i, in output channels
