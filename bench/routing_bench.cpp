@@ -155,23 +155,28 @@ void Expander(benchmark::State& state, int32_t width, uint32_t mode, ExpandFrame
         [&] { ExpandFramesPlain(expand, fixture.In(), out, kFrames, width, 8); });
 }
 
-BENCHMARK(Gain)->UseManualTime();
-BENCHMARK(Mixer)->ArgName("inputs")->Arg(2)->Arg(4)->UseManualTime();
-BENCHMARK_CAPTURE(FoldDownTo, 7_1_to_stereo, 0x63F, 8, 2)->UseManualTime();
-BENCHMARK_CAPTURE(FoldDownTo, 7_1_to_mono, 0x63F, 8, 1)->UseManualTime();
-BENCHMARK_CAPTURE(FoldDownTo, 5_1_to_stereo, 0x60F, 6, 2)->UseManualTime();
-BENCHMARK_CAPTURE(FoldDownTo, 5_1_to_mono, 0x60F, 6, 1)->UseManualTime();
-BENCHMARK_CAPTURE(FoldDownTo, quad_to_stereo, 0x33, 4, 2)->UseManualTime();
-BENCHMARK_CAPTURE(FoldDownTo, mono_to_stereo, 0x4, 1, 2)->UseManualTime();
-BENCHMARK(Extractor)->UseManualTime();
-BENCHMARK_CAPTURE(Combiner, 2_of_4, 4, 4)->UseManualTime();
-BENCHMARK_CAPTURE(Combiner, 4_of_2, 2, 2)->UseManualTime();
-BENCHMARK_CAPTURE(Combiner, 8_of_1, 1, 1)->UseManualTime();
-BENCHMARK_CAPTURE(Combiner, 3_of_4_overlapping, 4, 2)->UseManualTime();
-BENCHMARK_CAPTURE(Expander, 2_to_8, 2, 0, ExpandZeroFill)->UseManualTime();
-BENCHMARK_CAPTURE(Expander, 6_to_8, 6, 0, ExpandZeroFill)->UseManualTime();
-BENCHMARK_CAPTURE(Expander, mono_to_all_8, 1, 1, ExpandMonoToAll)->UseManualTime();
-BENCHMARK_CAPTURE(Expander, mono_to_pair_of_8, 1, 2, ExpandMonoToStereo)->UseManualTime();
+// Manual time a call; so many iterations that a run lasts some tenths of a second.
+void Timing(benchmark::internal::Benchmark* benchmark) {
+    benchmark->UseManualTime()->Iterations(3000);
+}
+
+BENCHMARK(Gain)->Apply(Timing);
+BENCHMARK(Mixer)->ArgName("inputs")->Arg(2)->Arg(4)->Apply(Timing);
+BENCHMARK_CAPTURE(FoldDownTo, 7_1_to_stereo, 0x63F, 8, 2)->Apply(Timing);
+BENCHMARK_CAPTURE(FoldDownTo, 7_1_to_mono, 0x63F, 8, 1)->Apply(Timing);
+BENCHMARK_CAPTURE(FoldDownTo, 5_1_to_stereo, 0x60F, 6, 2)->Apply(Timing);
+BENCHMARK_CAPTURE(FoldDownTo, 5_1_to_mono, 0x60F, 6, 1)->Apply(Timing);
+BENCHMARK_CAPTURE(FoldDownTo, quad_to_stereo, 0x33, 4, 2)->Apply(Timing);
+BENCHMARK_CAPTURE(FoldDownTo, mono_to_stereo, 0x4, 1, 2)->Apply(Timing);
+BENCHMARK(Extractor)->Apply(Timing);
+BENCHMARK_CAPTURE(Combiner, 2_of_4, 4, 4)->Apply(Timing);
+BENCHMARK_CAPTURE(Combiner, 4_of_2, 2, 2)->Apply(Timing);
+BENCHMARK_CAPTURE(Combiner, 8_of_1, 1, 1)->Apply(Timing);
+BENCHMARK_CAPTURE(Combiner, 3_of_4_overlapping, 4, 2)->Apply(Timing);
+BENCHMARK_CAPTURE(Expander, 2_to_8, 2, 0, ExpandZeroFill)->Apply(Timing);
+BENCHMARK_CAPTURE(Expander, 6_to_8, 6, 0, ExpandZeroFill)->Apply(Timing);
+BENCHMARK_CAPTURE(Expander, mono_to_all_8, 1, 1, ExpandMonoToAll)->Apply(Timing);
+BENCHMARK_CAPTURE(Expander, mono_to_pair_of_8, 1, 2, ExpandMonoToStereo)->Apply(Timing);
 
 }  // namespace
 }  // namespace quorvel

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
+#include <vector>
 
 #include "engine/audio_block.h"
 #include "engine/channel_layout.h"
@@ -60,9 +62,19 @@ class ChannelsCombinerBlock final : public AudioBlock {
     bool IsLayoutComplete() const { return layoutComplete; }
 
   private:
+    // First output channel of input `index`.
+    int32_t OffsetOf(std::size_t index) const;
+
     // Where input `index` lies, `width` channels wide, and whether it has a place at all.
     ChannelSpan SpanOf(std::size_t index, int32_t width) const;
     static bool IsPlaced(const ChannelSpan& span);
+
+    // How many inputs from `first` on, 1, 2 or 4 and none past `end`, are mono and neighbours.
+    std::size_t MonoRunAt(std::size_t first, std::size_t end) const;
+
+    // Writes or adds a run of inputs, the first of which is input `first`.
+    void PlaceRun(std::span<const BlockInput> run, std::size_t first, float* out,
+                  int32_t frames) QUORVEL_REAL_TIME;
 
     // Forgets the widths of the inputs and makes room for `count`. False when it cannot be had.
     bool ReserveInputs(std::size_t count);
