@@ -26,11 +26,9 @@ std::size_t FailEachAllocation(const std::function<void(const AllocationFaults&)
     }
 }
 
-std::size_t CountAllocations(const std::function<void()>& operation) {
-    AllocationFaults memory;
-    operation();
-    return memory.Asked();
-}
+// What FillSample asks for: the array and two strings of the paths, the chain, the block, its data
+// and their copies in the list, the link.
+constexpr std::size_t kFillingSample = 8;
 
 bool HasNullPath(const QuorvelAudioProfile& profile) {
     for (unsigned i = 0; i < profile.PathsCount(); ++i)
@@ -65,14 +63,10 @@ TEST(AllocationFailure, DecodeProfileGivesCode8OrANullPath) {
         chain.links.Add(chain.links.Item(0));
     }
     const char* const text = QuorvelAudioDevice::EncodeProfile(&source);
-    const std::size_t filling = CountAllocations([] {
-        QuorvelAudioProfile profile;
-        FillSample(profile);
-    });
     for (const bool isFilled : {false, true}) {
         SCOPED_TRACE(isFilled ? "filled" : "empty");
         std::size_t codes = 0;
-        const std::size_t first = isFilled ? filling : 0;
+        const std::size_t first = isFilled ? kFillingSample : 0;
         const std::size_t failures = FailEachAllocation(
             [&](const AllocationFaults& faults) {
                 QuorvelAudioProfile profile;
@@ -128,12 +122,13 @@ TEST(AllocationFailure, AssignmentOverAFilledProfileNeitherLeaksNorLosesItsArray
     FailEachAllocation(
         [&](const AllocationFaults& faults) {
             QuorvelAudioProfile target;
-            target.GetChain(2, true);
+            FillSample(target);
             target = source;
             EXPECT_GE(target.chains.capacity, 2u);
             EXPECT_EQ(Describe(target) == Describe(source), !faults.HasFailed());
+            if (target.chains.Count() != 0) target.SetChain(source.chains.Item(0));
         },
-        2);  // not the first chain of the target, nor the array of paths
+        kFillingSample + 1);  // after the target was filled and its array of paths allocated
 }
 
 TEST(AllocationFailure, AddPathIsFalseOnlyWhenTheArrayCannotGrow) {

@@ -159,13 +159,21 @@ TEST(ProfileBlocks, AreFoundByIdAndPresentProfileId) {
 }
 
 TEST(ProfileBlocks, RemovalTakesTheLinksOfBothDirections) {
-    RowProfile profile;
-    QuorvelAudioBlocksChain& chain = *profile.GetChain(1, false);
-    const GUID& idInsideTheChain = chain.links.Item(0).destinationBlockId;  // block 11
-    profile.RemoveBlock(1, idInsideTheChain);
-    EXPECT_EQ(chain.blocks.Count(), 2u);
-    EXPECT_EQ(chain.links.Count(), 0u);
-    EXPECT_EQ(profile.FindBlock(1, NumberedGuid(11)), nullptr);
+    // The links 10 -> 11, 11 -> 12, 20 -> 21; the id is taken from a link that the removal moves.
+    for (const bool removesBlock : {true, false}) {
+        RowProfile profile;
+        QuorvelAudioBlocksChain& chain = *profile.GetChain(1, false);
+        _QuorvelAudioBlockLink kept{profile.id, 1, NumberedGuid(20), NumberedGuid(21)};
+        chain.links.Add(kept);
+        if (removesBlock)
+            profile.RemoveBlock(1, chain.links.Item(0).destinationBlockId);
+        else
+            profile.RemoveBlockLinks(1, chain.links.Item(1).sourceBlockId);
+        ASSERT_EQ(chain.links.Count(), 1u);
+        EXPECT_TRUE(chain.links.Item(0) == kept);
+        EXPECT_EQ(profile.FindBlock(1, NumberedGuid(11)) == nullptr, removesBlock);
+        EXPECT_EQ(chain.blocks.Count(), removesBlock ? 2u : 3u);
+    }
 
     RowProfile stranger;
     stranger.FindBlock(1, NumberedGuid(11))->profileId = NumberedGuid(99);
@@ -174,11 +182,6 @@ TEST(ProfileBlocks, RemovalTakesTheLinksOfBothDirections) {
     EXPECT_EQ(stranger.GetChain(1, false)->links.Count(), 0u);
     stranger.RemoveBlock(4, NumberedGuid(10));
     stranger.RemoveBlockLinks(4, NumberedGuid(10));
-
-    RowProfile linksOnly;
-    linksOnly.RemoveBlockLinks(1, NumberedGuid(12));
-    ASSERT_EQ(linksOnly.GetChain(1, false)->links.Count(), 1u);
-    EXPECT_TRUE(linksOnly.GetChain(1, false)->links.Item(0).sourceBlockId == NumberedGuid(10));
 }
 
 TEST(ProfileBlocks, ValidWhenEveryKindIsKnown) {
