@@ -95,6 +95,13 @@ void PutFourColumns(const std::array<const float*, 4>& ins, float* out, int32_t 
     }
 }
 
+void PutTwoPairs(const std::array<const float*, 2>& ins, float* out, int32_t stride,
+                 int32_t frames) QUORVEL_REAL_TIME {
+    const auto [a, b] = ins;
+    for (std::ptrdiff_t f = 0; f < frames; ++f, out += stride)
+        StoreQuad(out, LoadPairs(a + 2 * f, b + 2 * f) + 0.0f);
+}
+
 void AddRows(const float* in, int32_t width, float* out, int32_t stride,
              int32_t frames) QUORVEL_REAL_TIME {
     if (width > 0) RowsOf(kAdd, width)(in, width, out, stride, frames);

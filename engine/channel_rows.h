@@ -22,6 +22,10 @@ void PutTwoColumns(const std::array<const float*, 2>& ins, float* out, int32_t s
 void PutFourColumns(const std::array<const float*, 4>& ins, float* out, int32_t stride,
                     int32_t frames) QUORVEL_REAL_TIME;
 
+// The same for two inputs of width 2.
+void PutTwoPairs(const std::array<const float*, 2>& ins, float* out, int32_t stride,
+                 int32_t frames) QUORVEL_REAL_TIME;
+
 // out = in + out.
 void AddRows(const float* in, int32_t width, float* out, int32_t stride,
              int32_t frames) QUORVEL_REAL_TIME;

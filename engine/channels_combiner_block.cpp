@@ -57,7 +57,7 @@ void ChannelsCombinerBlock::ProcessInputs(const std::vector<BlockInput>& blockIn
     if (!everyFloatIsPut || blockInputs.size() < inputWidths.size()) Clear(out, frames, stride);
     const std::size_t count = std::min(blockInputs.size(), inputWidths.size());
     for (std::size_t i = 0; i < count;) {
-        const std::size_t run = layoutDisjoint ? MonoRunAt(i, count) : 1;
+        const std::size_t run = layoutDisjoint ? RunAt(i, count) : 1;
         PlaceRun({blockInputs.data() + i, run}, i, out, frames);
         i += run;
     }
@@ -114,17 +114,18 @@ bool ChannelsCombinerBlock::IsPlaced(const ChannelSpan& span) {
            span.first <= std::numeric_limits<int32_t>::max() - span.width;
 }
 
-std::size_t ChannelsCombinerBlock::MonoRunAt(std::size_t first, std::size_t end) const {
-    const auto follows = [&](std::size_t length) {
-        for (std::size_t i = 0; i < length; ++i) {
-            if (first + i >= end || inputWidths[first + i] != 1) return false;
-            if (OffsetOf(first + i) != int64_t{OffsetOf(first)} + static_cast<int64_t>(i))
-                return false;
+std::size_t ChannelsCombinerBlock::RunAt(std::size_t first, std::size_t end) const {
+    const int32_t width = inputWidths[first];
+    if (width < 1 || width > 2 || !IsPlaced(SpanOf(first, width))) return 1;
+    const auto isRunOf = [&](std::size_t length) {
+        int64_t offset = OffsetOf(first);
+        for (std::size_t i = first; i < first + length; ++i, offset += width) {
+            if (i >= end || inputWidths[i] != width || OffsetOf(i) != offset) return false;
         }
         return true;
     };
-    if (!IsPlaced(SpanOf(first, inputWidths[first]))) return 1;
-    return follows(4) ? 4 : follows(2) ? 2 : 1;
+    if (width == 1 && isRunOf(4)) return 4;
+    return isRunOf(2) ? 2 : 1;
 }
 
 void ChannelsCombinerBlock::PlaceRun(std::span<const BlockInput> run, std::size_t first, float* out,
@@ -136,6 +137,8 @@ void ChannelsCombinerBlock::PlaceRun(std::span<const BlockInput> run, std::size_
     float* place = out + span.first;
     if (run.size() == 4) {
         PutFourColumns({data(0), data(1), data(2), data(3)}, place, stride, frames);
+    } else if (run.size() == 2 && span.width == 2) {
+        PutTwoPairs({data(0), data(1)}, place, stride, frames);
     } else if (run.size() == 2) {
         PutTwoColumns({data(0), data(1)}, place, stride, frames);
     } else if (layoutDisjoint) {

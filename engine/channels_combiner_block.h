@@ -69,8 +69,9 @@ class ChannelsCombinerBlock final : public AudioBlock {
     ChannelSpan SpanOf(std::size_t index, int32_t width) const;
     static bool IsPlaced(const ChannelSpan& span);
 
-    // How many inputs from `first` on, 1, 2 or 4 and none past `end`, are mono and neighbours.
-    std::size_t MonoRunAt(std::size_t first, std::size_t end) const;
+    // How many inputs from `first` on, none past `end`, can be moved together because they are
+    // narrow neighbours: 4 or 2 mono ones, 2 stereo ones, else 1.
+    std::size_t RunAt(std::size_t first, std::size_t end) const;
 
     // Writes or adds a run of inputs, the first of which is input `first`.
     void PlaceRun(std::span<const BlockInput> run, std::size_t first, float* out,
