@@ -82,6 +82,15 @@ TEST(SampleKernels, EveryWayToScaleHasTheSameBits) {
     }
 }
 
+TEST(SampleKernels, NoGainMakesSoundFromSilence) {
+    for (const double gain : {1e-60, 0.5, 1e300}) {
+        std::vector<float> samples(100, -0.0f);
+        ASSERT_EQ(ScaleWhileBelow(samples.data(), samples.data(), 50, 2, 0.0f, gain), 50);
+        for (const float x : samples)
+            ASSERT_TRUE(SameBits(x, -0.0f));
+    }
+}
+
 // Whatever it leaves undone must be untouched, and whole frames, though a NaN may pass or stop it.
 TEST(SampleKernels, StopsBeforeTheLoudFrame) {
     for (const int32_t channels : {1, 2, 3, 5, 8, 64}) {
