@@ -29,11 +29,11 @@ class ChainDirectory {
     QuorvelAudioBlocksChain* GetChain(DWORD chainId);
 
   private:
-    struct Place {
-        DWORD chainId;
-        unsigned position;  // in the profile's list, or kNotMade
-    };
     static constexpr unsigned kNotMade = UINT32_MAX;
+    struct Place {
+        DWORD chainId = 0;
+        unsigned position = kNotMade;  // in the profile's list
+    };
 
     QuorvelAudioProfile* owner = nullptr;
     HeapArray<Place> places;  // by number, then position

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "profile/packed_profile.h"
@@ -30,7 +31,6 @@ Record* At(Bytes& bytes, std::size_t offset = 0) {
     return reinterpret_cast<Record*>(bytes.data() + offset);
 }
 
-// A GUID is its 16 bytes in memory; the builder writes it field by field.
 TEST(PackedSizes, FollowTheContent) {
     QuorvelAudioProfile profile;
     FillSample(profile);
@@ -248,25 +248,30 @@ TEST(Sections, WriteAndReadAlone) {
         EXPECT_EQ(links, Part(whole, kSampleLinks, 88));
         EXPECT_EQ(paths, Part(whole, kSamplePaths, 34));
     }
+
     Bytes old = SampleRecord1().bytes;
     QuorvelAudioProfile read;
     read.id = NumberedGuid(1);
-    QuorvelAudioBlocksChain& target = *read.GetChain(6, true);
-    QuorvelAudioBlocksChain& target1 = *read.GetChain(7, true);
-    EXPECT_EQ(Peer::FillChainBlocks(&read.chains.Item(0),
-                                    At<_QuorvelAudioProfileBlocks>(whole, kSampleBlocks)),
-              DWORD{ERROR_SUCCESS});
-    Peer::FillChainLinks(&read.chains.Item(0),
-                         At<_QuorvelAudioProfileBlocksLinks>(whole, kSampleLinks));
-    Peer::FillChainBlocks_1(&target1, old.data() + kSample1Blocks);
-    Peer::FillChainLinks_1(&target1, old.data() + kSample1Links);
-    Peer::FillProfilePaths(&read, At<_QuorvelProfilePaths>(whole, kSamplePaths));
+    read.GetChain(6, true);
+    QuorvelAudioBlocksChain* const target1 = read.GetChain(7, true);
+    QuorvelAudioBlocksChain* const target = read.GetChain(6, false);
+    const DWORD results[] = {
+        Peer::FillChainBlocks(target, At<_QuorvelAudioProfileBlocks>(whole, kSampleBlocks)),
+        Peer::FillChainLinks(target, At<_QuorvelAudioProfileBlocksLinks>(whole, kSampleLinks)),
+        Peer::FillChainBlocks_1(target1, old.data() + kSample1Blocks),
+        Peer::FillChainLinks_1(target1, old.data() + kSample1Links),
+        Peer::FillProfilePaths(&read, At<_QuorvelProfilePaths>(whole, kSamplePaths)),
+        Peer::UnpackProfileData_2(&read, At<_QuorvelProfileFullData>(whole), kSampleSize),
+        Peer::UnpackProfileData_1(&read, At<_QuorvelProfileFullData>(old), kSample1Size - 1),
+    };
+    const DWORD expected[] = {0, 0, 0, 0, 0, 0, ERROR_INVALID_DATA};
+    EXPECT_TRUE(std::ranges::equal(results, expected));
     EXPECT_EQ(read.PathsCount(), 2u);
-    static_cast<void>(target);
-    EXPECT_EQ(read.chains.Item(0).blocks.Item(0).chainId, 6u);
-    EXPECT_EQ(target1.blocks.Item(0).chainId, 7u);
-    EXPECT_EQ(target1.links.Item(0).chainId, 7u);
-    EXPECT_TRUE(target1.links.Item(0).destinationBlockId == NumberedGuid(4));
+    EXPECT_EQ(target->blocks.Item(0).chainId, 6u);
+    EXPECT_EQ(target->links.Item(0).chainId, 6u);
+    EXPECT_EQ(target1->blocks.Item(0).chainId, 7u);
+    EXPECT_EQ(target1->links.Item(0).chainId, 7u);
+    EXPECT_TRUE(target1->links.Item(0).destinationBlockId == NumberedGuid(4));
 }
 
 }  // namespace
