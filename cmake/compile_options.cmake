@@ -22,10 +22,17 @@ if(QUORVEL_SANITIZE)
   endif()
 endif()
 
-# Files whose object code may use AVX. They are entered only after a run-time check of the
-# processor; on other architectures they compile to the baseline's instructions.
+# Files of the library whose object code may use AVX. They are entered only after a run-time check
+# of the processor; on other architectures they compile to the baseline's instructions.
+#
+# GCC for 64-bit Windows does not align the stack for 32-byte vectors (GCC bug 54412), so there the
+# assembler turns aligned vector moves into unaligned ones.
 function(quorvel_allow_avx)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i[3-6]86")
-    set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS -mavx)
+    set(options -mavx)
+    if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      list(APPEND options -Wa,-muse-unaligned-vector-move)
+    endif()
+    set_property(SOURCE ${ARGN} TARGET_DIRECTORY quorvel APPEND PROPERTY COMPILE_OPTIONS ${options})
   endif()
 endfunction()

@@ -40,16 +40,6 @@ void ProcessLinkedPlain(SimpleGate& gate, const float* in, float* out, int32_t f
     ProcessPlain(gate, in, out, frames, channels);
 }
 
-void ProcessLinked(SimpleComp& compressor, const float* in, float* out, int32_t frames,
-                   int32_t channels) QUORVEL_REAL_TIME {
-    ProcessPlain(compressor, in, out, frames, channels);
-}
-
-void ProcessLinked(SimpleGate& gate, const float* in, float* out, int32_t frames,
-                   int32_t channels) QUORVEL_REAL_TIME {
-    ProcessPlain(gate, in, out, frames, channels);
-}
-
 void ProcessLinked(SimpleLimit& limiter, const float* in, float* out, int32_t frames,
                    int32_t channels) QUORVEL_REAL_TIME {
     if (channels < 0) return;

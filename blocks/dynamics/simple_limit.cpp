@@ -97,12 +97,12 @@ void SimpleLimit::SetChannelCount(uint32_t count) {
 
 void SimpleLimit::BuildDelayLines() noexcept {
     cursor = 0;
-    delayLines.clear();
-    if (channelCount > kMostChannels || uint64_t{channelCount} * bufferSize > kMostSamples) return;
+    const bool bounded =
+        channelCount <= kMostChannels && uint64_t{channelCount} * bufferSize <= kMostSamples;
     try {
-        delayLines.resize(channelCount);
+        delayLines.resize(bounded ? channelCount : 0);
         for (std::vector<float>& line : delayLines)
-            line.resize(bufferSize);
+            line.assign(bufferSize, 0.0f);
     } catch (const std::bad_alloc&) {
         delayLines.clear();
     }
