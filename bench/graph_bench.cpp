@@ -27,7 +27,8 @@ constexpr double kRate = 48000.0;  // Hz
 
 GUID NumberedId(uint32_t number) {
     GUID id{};
-    for (int i = 0; i < 4; ++i) id.Data4[4 + i] = static_cast<uint8_t>(number >> (24 - 8 * i));
+    for (int i = 0; i < 4; ++i)
+        id.Data4[4 + i] = static_cast<uint8_t>(number >> (24 - 8 * i));
     return id;
 }
 
@@ -69,8 +70,10 @@ std::vector<std::shared_ptr<AudioBlock>> MakeGamesBlocks() {
 
 void LoadChain(AudioGraph& graph, const std::vector<std::shared_ptr<AudioBlock>>& blocks) {
     graph.SetUpdating(true);
-    for (const auto& block : blocks) graph.AddBlockAndConnect(block);
-    for (std::size_t i = 1; i < blocks.size(); ++i) graph.Link(blocks[i - 1], blocks[i]);
+    for (const auto& block : blocks)
+        graph.AddBlockAndConnect(block);
+    for (std::size_t i = 1; i < blocks.size(); ++i)
+        graph.Link(blocks[i - 1], blocks[i]);
     graph.SetUpdating(false);
     graph.SetInputFormat(2, 3, static_cast<uint32_t>(kRate));
     graph.SetOutputFormat(2, 3, static_cast<uint32_t>(kRate));
@@ -78,7 +81,8 @@ void LoadChain(AudioGraph& graph, const std::vector<std::shared_ptr<AudioBlock>>
 
 void RunAlone(const std::vector<std::shared_ptr<AudioBlock>>& blocks, float* in, float* out) {
     blocks[0]->Process(in, out, kFrames);
-    for (std::size_t i = 1; i < blocks.size(); ++i) blocks[i]->Process(out, out, kFrames);
+    for (std::size_t i = 1; i < blocks.size(); ++i)
+        blocks[i]->Process(out, out, kFrames);
 }
 
 // Graph and bare blocks take turns, so that both see the same machine.
@@ -87,7 +91,8 @@ void GamesProfile(benchmark::State& state) {
     AudioGraph graph;
     LoadChain(graph, MakeGamesBlocks());
     const auto bare = MakeGamesBlocks();
-    for (const auto& block : bare) block->SetFormat(2, 3, static_cast<int32_t>(kRate));
+    for (const auto& block : bare)
+        block->SetFormat(2, 3, static_cast<int32_t>(kRate));
     const auto input = MakeInput();
     std::vector<float> in(input.size()), out(input.size());
     Clock::duration inGraph{}, inBlocks{};
@@ -127,9 +132,9 @@ void GainChain(benchmark::State& state) {
         std::memcpy(in.data(), input.data(), input.size() * sizeof(float));
         benchmark::DoNotOptimize(graph.Process(in.data(), out.data(), kFrames));
     }
-    state.counters["ns_per_block"] = benchmark::Counter(
-        static_cast<double>(state.iterations()) * count * 1e-9,
-        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["ns_per_block"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * count * 1e-9,
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(GainChain)->RangeMultiplier(10)->Range(1, 1000);
 
@@ -150,9 +155,9 @@ void BuildGraph(benchmark::State& state, bool isStar) {
         graph.SetUpdating(false);
         if (!graph.IsValid()) state.SkipWithError("the graph is invalid");
     }
-    state.counters["ns_per_block"] = benchmark::Counter(
-        static_cast<double>(state.iterations()) * count * 1e-9,
-        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["ns_per_block"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * count * 1e-9,
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 BENCHMARK_CAPTURE(BuildGraph, chain, false)->RangeMultiplier(10)->Range(1000, 100000);
 BENCHMARK_CAPTURE(BuildGraph, star, true)->RangeMultiplier(10)->Range(1000, 100000);

@@ -1,13 +1,31 @@
 #include "engine/audio_block.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 
 #include "engine/audio_graph.h"
 #include "engine/channel_masks.h"
+#include "engine/float_quad.h"
 
 namespace quorvel {
+namespace {
+
+constexpr int64_t kStretch = 32;  // floats: eight sums that stay in registers
+
+// Sums the inputs' samples from `start` on, as many as a stretch has. Each sample sees its
+// additions in list order, starting from 0.0.
+void SumStretch(const std::vector<BlockInput>& blockInputs, int64_t start, float* out) {
+    std::array<Quad, kStretch / 4> sums{};
+    for (const BlockInput& input : blockInputs) {
+        const float* in = input.buffer->data + start;
+        for (std::size_t i = 0; i < sums.size(); ++i)
+            sums[i] += LoadQuad(in + 4 * i);
+    }
+    for (std::size_t i = 0; i < sums.size(); ++i)
+        StoreQuad(out + 4 * i, sums[i]);
+}
+
+}  // namespace
 
 AudioBlock::AudioBlock(const GUID& instanceId) : id(instanceId) {}
 
@@ -49,21 +67,17 @@ void AudioBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
     sampleRate = static_cast<uint32_t>(rate);
 }
 
-// Sums a stretch of samples at a time, input after input, in an accumulator that stays in the
-// nearest cache. Each sample still sees its additions in list order, starting from 0.0.
 void AudioBlock::ProcessInputs(const std::vector<BlockInput>& blockInputs, float* out,
                                int32_t frames) QUORVEL_REAL_TIME {
-    constexpr int64_t kStretch = 256;  // floats, 1 KiB
     const int64_t samples = int64_t{channels} * frames;
-    for (int64_t start = 0; start < samples; start += kStretch) {
-        const auto length = static_cast<std::size_t>(std::min(kStretch, samples - start));
-        std::array<float, kStretch> sum{};
-        for (const BlockInput& input : blockInputs) {
-            const float* in = input.buffer->data + start;
-            for (std::size_t i = 0; i < length; ++i)
-                sum[i] += in[i];
-        }
-        std::memcpy(out + start, sum.data(), length * sizeof(float));
+    int64_t start = 0;
+    for (; start + kStretch <= samples; start += kStretch)
+        SumStretch(blockInputs, start, out + start);
+    for (; start < samples; ++start) {
+        float sum = 0.0f;
+        for (const BlockInput& input : blockInputs)
+            sum += input.buffer->data[start];
+        out[start] = sum;
     }
     Process(out, out, frames);
 }

@@ -116,13 +116,22 @@ struct AdapterCase {
 };
 
 const std::vector<AdapterCase> kAdapterCases = {
-    {"CreatedRetunedRemoved", 1, {}, {{2, 6, "+"}, {2, 8, "+"}, {2, 2, ""}, {2, 1, "-"}, {2, 2, ""}}},
-    {"FollowsTheInput", 2, {{1, 2}}, {{2, 6, "+"}, {6, 6, ""}, {8, 2, "-"}, {2, 2, ""}, {1, 2, "+"}}},
+    {"CreatedRetunedRemoved",
+     1,
+     {},
+     {{2, 6, "+"}, {2, 8, "+"}, {2, 2, ""}, {2, 1, "-"}, {2, 2, ""}}},
+    {"FollowsTheInput",
+     2,
+     {{1, 2}},
+     {{2, 6, "+"}, {6, 6, ""}, {8, 2, "-"}, {2, 2, ""}, {1, 2, "+"}}},
     {"BehindTheMixer", 3, {{1, 2}, {1, 3}}, {{2, 2, "m"}, {2, 6, "m+"}, {2, 2, "m"}, {6, 2, "m-"}}},
-    {"InvalidGraphHasOneAtMost", 2, {}, {{2, 6, "+"}, {2, 2, ""}, {6, 2, "-"}, {2, 6, "+"}, {6, 1, "-"}}},
+    {"InvalidGraphHasOneAtMost",
+     2,
+     {},
+     {{2, 6, "+"}, {2, 2, ""}, {6, 2, "-"}, {2, 6, "+"}, {6, 1, "-"}}},
     {"EmptyGraphHasOne", 0, {}, {{2, 2, ""}, {2, 6, "+"}, {2, 8, "+"}}},
     // Turning round leaves the old adapter in front, which then takes the first channels only.
-    {"TurnedRound", 1, {}, {{2, 6, "+"}, {8, 6, "+-"}, {8, 6, "+"}}},
+    {"TurnedRound", 1, {}, {{1, 2, "+"}, {8, 2, "+-"}, {8, 2, "+"}}},
 };
 
 class OutputAdapter : public testing::TestWithParam<AdapterCase> {};
@@ -140,7 +149,8 @@ TEST_P(OutputAdapter, FitsTheChainToTheOutput) {
         // Nothing is written past the output, and the first channel gets through.
         std::vector<float> in(step.input * 4u, 0.125f), out(step.output * 4u + 8, 7.0f);
         graph.Process(in.data(), out.data(), 4);
-        for (std::size_t i = step.output * 4u; i < out.size(); ++i) EXPECT_EQ(out[i], 7.0f);
+        for (std::size_t i = step.output * 4u; i < out.size(); ++i)
+            EXPECT_EQ(out[i], 7.0f);
         EXPECT_GT(out[0], 0.06f);
         EXPECT_LT(out[0], 1.0f);
     }
@@ -162,9 +172,10 @@ TEST(AudioGraphFormats, RemovedAdapterGivesItsBufferBack) {
     EXPECT_EQ(graph.Network().Tails().size(), 1u);
 }
 
-TEST(AudioGraphFormats, UpmixModeReachesTheAdapter) {
+TEST(AudioGraphFormats, UpmixModeReachesTheAdapterAtOnce) {
     AudioGraph graph;
     graph.SetNoiseEnabled(false);
+    AddProbes(graph, 1, {});
     graph.SetInputFormat(1, 4, 48000);
     graph.SetOutputFormat(4, 0x33, 48000);
     std::array<float, 1> in = {0.5f};
@@ -174,8 +185,6 @@ TEST(AudioGraphFormats, UpmixModeReachesTheAdapter) {
           std::pair{2u, std::array{0.5f * 0.70794576f, 0.5f * 0.70794576f, 0.0f, 0.0f}},
           std::pair{0u, std::array{0.5f, 0.0f, 0.0f, 0.0f}}}) {
         graph.SetUpmixMode(mode);
-        graph.SetOutputFormat(2, 3, 48000);
-        graph.SetOutputFormat(4, 0x33, 48000);
         graph.Process(in.data(), out.data(), 1);
         EXPECT_EQ(out, expected) << mode;
     }

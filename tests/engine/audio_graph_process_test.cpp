@@ -19,7 +19,8 @@ using test::AddProbes;
 std::vector<float> Frames(int32_t frames, int32_t channels, std::initializer_list<int32_t> active) {
     std::vector<float> samples(static_cast<std::size_t>(frames * channels));
     for (int32_t f = 0; f < frames; ++f) {
-        for (const int32_t c : active) samples[static_cast<std::size_t>(f * channels + c)] = 0.25f;
+        for (const int32_t c : active)
+            samples[static_cast<std::size_t>(f * channels + c)] = 0.25f;
     }
     return samples;
 }
@@ -30,7 +31,8 @@ TEST(AudioGraphProcess, EmptyGraphCopiesAndLimits) {
     graph.SetInputFormat(2, 3, 48000);
     graph.SetOutputFormat(2, 3, 48000);
     std::vector<float> in(960), out(960, 9.0f);
-    for (std::size_t i = 0; i < in.size(); ++i) in[i] = 2.0f * std::sin(0.1f * static_cast<float>(i));
+    for (std::size_t i = 0; i < in.size(); ++i)
+        in[i] = 2.0f * std::sin(0.1f * static_cast<float>(i));
     auto expected = in;
     OutputLimiter limiter;
     limiter.SetSampleRate(48000);
@@ -71,7 +73,8 @@ TEST(AudioGraphProcess, LongBuffersGrowTheirMemoryAndShortOnesAgree) {
         AudioGraph graph;
         graph.SetNoiseEnabled(false);
         auto probes = AddProbes(graph, 5, {{1, 2}, {1, 3}, {2, 4}, {3, 4}, {4, 5}});
-        for (auto& probe : probes) probe->scale = 0.7f;
+        for (auto& probe : probes)
+            probe->scale = 0.7f;
         probes[2]->fixedWidth = 6;
         graph.SetInputFormat(2, 3, 48000);
         graph.SetOutputFormat(6, 0x60F, 48000);
@@ -84,7 +87,8 @@ TEST(AudioGraphProcess, LongBuffersGrowTheirMemoryAndShortOnesAgree) {
         return out;
     };
     const auto whole = render(3000);
-    for (const int32_t frames : {1, 7, 480, 481, 1024}) EXPECT_EQ(render(frames), whole) << frames;
+    for (const int32_t frames : {1, 7, 480, 481, 1024})
+        EXPECT_EQ(render(frames), whole) << frames;
 }
 
 TEST(AudioGraphProcess, WidthFollowsTheSignalAfterTheHold) {
@@ -102,7 +106,8 @@ TEST(AudioGraphProcess, WidthFollowsTheSignalAfterTheHold) {
     EXPECT_EQ(run({}), 8);  // nothing detected yet
     EXPECT_EQ(run({0, 6}), 8);
     int buffers = 0;
-    while (run({2}) == 8 && buffers < 1000) ++buffers;
+    while (run({2}) == 8 && buffers < 1000)
+        ++buffers;
     EXPECT_EQ(buffers, 500);  // one starts the count, 240000 frames hold
     EXPECT_EQ(probes[0]->Width(), 6u);
     EXPECT_EQ(graph.ProcessingFormat().dwChannelMask, 0x60Fu);
@@ -126,7 +131,8 @@ TEST(AudioGraphProcess, NarrowedInputKeepsTheFirstChannels) {
     graph.SetOutputFormat(2, 3, 48000);
     auto in = Frames(3, 8, {0, 1});
     std::vector<float> out(6);
-    for (std::size_t f = 0; f < 3; ++f) in[8 * f + 1] = 0.1f * static_cast<float>(f + 1);
+    for (std::size_t f = 0; f < 3; ++f)
+        in[8 * f + 1] = 0.1f * static_cast<float>(f + 1);
     graph.Process(in.data(), out.data(), 3);
     EXPECT_EQ(probes[0]->Width(), 2u);
     EXPECT_EQ(out, (std::vector<float>{0.25f, 0.1f, 0.25f, 0.1f * 2.0f, 0.25f, 0.1f * 3.0f}));
@@ -153,7 +159,8 @@ TEST(AudioGraphProcess, ResetReachesEveryBlock) {
     AudioGraph graph;
     const auto probes = AddProbes(graph, 3, {{1, 2}});  // block 3 keeps the graph invalid
     graph.Reset();
-    for (const auto& probe : probes) EXPECT_EQ(probe->resets, 1);
+    for (const auto& probe : probes)
+        EXPECT_EQ(probe->resets, 1);
 }
 
 }  // namespace

@@ -1,0 +1,138 @@
+#include "blocks/stream_expansion.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+namespace quorvel {
+namespace {
+
+constexpr float kMinus3Db = 0.70794576f;  // 10^(-3 / 20), rounded to float
+constexpr int32_t kWidest = 8;            // widest frame that has a function of its own
+
+// What the three expansions write to channel `c` of an output frame. `in` holds the input frame.
+
+template <int32_t kIn, int32_t kOut>
+float ZeroFilled(const float* in, int32_t c) {
+    return c < kIn ? in[c] : 0.0f;
+}
+
+template <int32_t, int32_t>
+float Copied(const float* in, int32_t) {
+    return in[0];
+}
+
+template <int32_t, int32_t kOut>
+float Paired(const float* in, int32_t c) {
+    if (kOut == 1) return in[0];
+    return c < 2 ? in[0] * kMinus3Db : 0.0f;
+}
+
+// Widens from the last frame to the first, each held in registers between reading and writing.
+template <int32_t kIn, int32_t kOut, float (*kSample)(const float*, int32_t)>
+void Widen(const float* in, float* out, int32_t frames) {
+    for (int32_t f = frames - 1; f >= 0; --f) {
+        std::array<float, kIn> inFrame;
+        std::array<float, kOut> outFrame;
+        std::memcpy(inFrame.data(), in + std::ptrdiff_t{f} * kIn, sizeof(inFrame));
+        for (int32_t c = 0; c < kOut; ++c)
+            outFrame[static_cast<std::size_t>(c)] = kSample(inFrame.data(), c);
+        std::memcpy(out + std::ptrdiff_t{f} * kOut, outFrame.data(), sizeof(outFrame));
+    }
+}
+
+using WidenFrames = void (*)(const float*, float*, int32_t);
+using WidenTable = std::array<WidenFrames, kWidest>;  // by output width - 1
+
+template <int32_t kIn, int32_t kOut>
+constexpr WidenFrames ZeroFillOf() {
+    if constexpr (kIn > kOut) {
+        return nullptr;
+    } else {
+        return Widen<kIn, kOut, ZeroFilled<kIn, kOut>>;
+    }
+}
+
+template <int32_t kIn, int32_t... kOut>
+constexpr WidenTable ZeroFillRow(std::integer_sequence<int32_t, kOut...>) {
+    return {ZeroFillOf<kIn, kOut + 1>()...};
+}
+
+template <int32_t... kIn>
+constexpr std::array<WidenTable, kWidest> ZeroFillTable(std::integer_sequence<int32_t, kIn...> w) {
+    return {ZeroFillRow<kIn + 1>(w)...};
+}
+
+template <int32_t... kOut>
+constexpr WidenTable MonoToAllTable(std::integer_sequence<int32_t, kOut...>) {
+    return {Widen<1, kOut + 1, Copied<1, kOut + 1>>...};
+}
+
+template <int32_t... kOut>
+constexpr WidenTable MonoToStereoTable(std::integer_sequence<int32_t, kOut...>) {
+    return {Widen<1, kOut + 1, Paired<1, kOut + 1>>...};
+}
+
+using Widths = std::make_integer_sequence<int32_t, kWidest>;
+constexpr std::array kZeroFill = ZeroFillTable(Widths{});  // by input width - 1
+constexpr WidenTable kMonoToAll = MonoToAllTable(Widths{});
+constexpr WidenTable kMonoToStereo = MonoToStereoTable(Widths{});
+
+// The function for those widths; null when there is none of its own. Widths are positive.
+WidenFrames FindWidening(ExpandFrame expand, int32_t inWidth, int32_t outWidth) {
+    if (outWidth > kWidest || inWidth > outWidth) return nullptr;
+    const auto in = static_cast<std::size_t>(inWidth - 1);
+    const auto out = static_cast<std::size_t>(outWidth - 1);
+    if (expand == ExpandZeroFill) return kZeroFill[in][out];
+    if (inWidth != 1) return nullptr;
+    return expand == ExpandMonoToAll ? kMonoToAll[out] : kMonoToStereo[out];
+}
+
+}  // namespace
+
+void ExpandZeroFill(const float* in, float* out, int32_t outWidth, std::size_t inBytes) {
+    if (outWidth <= 0) return;
+    const std::size_t outBytes = sizeof(float) * static_cast<std::size_t>(outWidth);
+    const std::size_t kept = std::min(inBytes, outBytes);
+    std::memmove(out, in, kept);
+    std::fill(out + kept / sizeof(float), out + outWidth, 0.0f);
+}
+
+void ExpandMonoToAll(const float* in, float* out, int32_t outWidth, std::size_t) {
+    if (outWidth > 0) std::fill_n(out, outWidth, float{in[0]});
+}
+
+void ExpandMonoToStereo(const float* in, float* out, int32_t outWidth, std::size_t) {
+    if (outWidth <= 0) return;
+    const float sample = in[0];
+    if (outWidth == 1) {
+        out[0] = sample;
+        return;
+    }
+    out[0] = out[1] = sample * kMinus3Db;
+    std::fill(out + 2, out + outWidth, 0.0f);
+}
+
+void ExpandFramesPlain(ExpandFrame expand, const float* in, float* out, int32_t frames,
+                       int32_t inWidth, int32_t outWidth) QUORVEL_REAL_TIME {
+    if (inWidth <= 0 || outWidth <= 0) return;
+    const std::size_t inBytes = sizeof(float) * static_cast<std::size_t>(inWidth);
+    const bool backward = outWidth >= inWidth;
+    for (int32_t i = 0; i < frames; ++i) {
+        const std::ptrdiff_t f = backward ? frames - 1 - i : i;
+        expand(in + f * inWidth, out + f * outWidth, outWidth, inBytes);
+    }
+}
+
+void ExpandFrames(ExpandFrame expand, const float* in, float* out, int32_t frames, int32_t inWidth,
+                  int32_t outWidth) QUORVEL_REAL_TIME {
+    if (inWidth <= 0 || outWidth <= 0) return;
+    if (const WidenFrames widen = FindWidening(expand, inWidth, outWidth)) {
+        widen(in, out, frames);
+        return;
+    }
+    ExpandFramesPlain(expand, in, out, frames, inWidth, outWidth);
+}
+
+}  // namespace quorvel
