@@ -5,6 +5,7 @@
 
 #include "engine/block_factory.h"
 #include "engine/guid_order.h"
+#include "profile/quorvel_audio_block.h"
 #include "tools/guid_text.h"
 #include "tools/json_place.h"
 
@@ -24,12 +25,11 @@ class ChainGraph {
           downstream(chain.blocks.Count()) {}
 
     std::string FindFault() {
-        for (const auto find : {&ChainGraph::BlockFault, &ChainGraph::LinkFault,
-                                &ChainGraph::CycleFault, &ChainGraph::EndsFault}) {
-            const std::string fault = (this->*find)();
-            if (!fault.empty()) return fault;
-        }
-        return {};
+        std::string fault = BlockFault();
+        if (fault.empty()) fault = LinkFault();
+        if (fault.empty()) fault = CycleFault();
+        if (fault.empty()) fault = EndsFault();
+        return fault;
     }
 
   private:

@@ -28,10 +28,13 @@ std::string GuidText(const GUID& guid) {
     std::array<std::uint8_t, 16> written{};
     for (std::size_t i = 0; i < written.size(); ++i)
         written[i] = bytes[kByteOfPair[i]];
-    std::string text = HexText(written, HexCase::kCapital);
-    for (const std::size_t dash : {8, 13, 18, 23})
-        text.insert(dash, 1, '-');
-    return "{" + text + "}";
+    const std::string digits = HexText(written, HexCase::kCapital);
+    std::string text = "{";
+    for (const char digit : digits) {
+        if (IsDashPlace(text.size() - 1)) text += '-';
+        text += digit;
+    }
+    return text + "}";
 }
 
 std::optional<GUID> ParseGuid(std::string_view text) {

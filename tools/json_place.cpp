@@ -22,12 +22,12 @@ std::string JsonPlace::Text() const {
 
 std::string JsonKeyStep(std::string_view name) {
     const bool plain = !name.empty() && std::all_of(name.begin(), name.end(), IsPlain);
-    if (plain && name.size() <= kLongestQuote) return "." + std::string(name);
-    return "[" + Quoted(name) + "]";
+    if (plain && name.size() <= kLongestQuote) return std::string(".").append(name);
+    return std::string("[").append(Quoted(name)).append("]");
 }
 
 std::string JsonIndexStep(std::size_t position) {
-    return "[" + std::to_string(position) + "]";
+    return std::string("[").append(std::to_string(position)).append("]");
 }
 
 std::string Quoted(std::string_view text) {

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "profile/quorvel_audio_block.h"
 #include "tools/parameter_fields.h"
 
 namespace quorvel::tool {

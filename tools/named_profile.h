@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "profile/quorvel_audio_blocks_chain.h"
 #include "profile/quorvel_audio_profile.h"
 
 namespace quorvel::tool {

@@ -5,6 +5,7 @@
 
 #include "engine/block_factory.h"
 #include "engine/guid_order.h"
+#include "profile/quorvel_audio_block.h"
 #include "tools/guid_text.h"
 #include "tools/hex_text.h"
 #include "tools/json_checks.h"

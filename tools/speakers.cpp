@@ -54,7 +54,9 @@ std::size_t SpeakerBit(int mapped) {
 std::string SpeakerNames(std::uint32_t mask) {
     std::string names;
     for (std::size_t bit = 0; bit < kSpeakers.size(); ++bit) {
-        if (mask >> bit & 1) names += (names.empty() ? "" : " ") + std::string(kSpeakers[bit].name);
+        if (!(mask >> bit & 1)) continue;
+        if (!names.empty()) names += ' ';
+        names += kSpeakers[bit].name;
     }
     return names.empty() ? "none" : names;
 }
