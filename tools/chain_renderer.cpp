@@ -1,0 +1,80 @@
+#include "tools/chain_renderer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <vector>
+
+#include "tools/progress_bar.h"
+
+namespace quorvel::tool {
+namespace {
+
+// Files are read and written in large pieces, of whole blocks.
+constexpr std::int32_t kPieceFrames = 65536;
+
+class Renderer {
+  public:
+    Renderer(AudioGraph& graphToRun, std::int32_t framesInBlock)
+        : graph(graphToRun),
+          blockFrames(framesInBlock),
+          pieceFrames(std::max(kPieceFrames / framesInBlock, 1) * framesInBlock),
+          inWidth(graph.InputFormat().Format.nChannels),
+          outWidth(graph.OutputFormat().Format.nChannels),
+          in(static_cast<std::size_t>(pieceFrames) * inWidth),
+          out(static_cast<std::size_t>(pieceFrames) * outWidth) {}
+
+    void Run(AudioReader& reader, AudioWriter& writer) {
+        ProgressBar progress(reader.Frames());
+        std::int64_t got = pieceFrames;
+        while (got == pieceFrames) {
+            got = reader.Read(in.data(), pieceFrames);
+            const auto frames = static_cast<std::size_t>(got);
+            outcome.input.AddAndClean({in.data(), frames * inWidth});
+            RunPiece(static_cast<std::int32_t>(got));
+            outcome.output.Add({out.data(), frames * outWidth});
+            writer.Write(out.data(), got);
+            progress.Show(outcome.frames);
+        }
+    }
+
+    RenderOutcome outcome;
+
+  private:
+    void RunPiece(std::int32_t frames) {
+        std::fill(out.begin(), out.end(), 0.0f);
+        for (std::int32_t first = 0; first < frames; first += blockFrames) {
+            const std::int32_t count = std::min(blockFrames, frames - first);
+            float* const blockOut = out.data() + std::size_t(first) * outWidth;
+            const auto active =
+                graph.Process(in.data() + std::size_t(first) * inWidth, blockOut, count);
+            if (active == 0) std::fill_n(blockOut, std::size_t(count) * outWidth, 0.0f);
+            outcome.frames += count;
+        }
+    }
+
+    AudioGraph& graph;
+    std::int32_t blockFrames;
+    std::int32_t pieceFrames;
+    std::size_t inWidth;
+    std::size_t outWidth;
+    std::vector<float> in;
+    std::vector<float> out;
+};
+
+}  // namespace
+
+RenderOutcome Render(AudioGraph& graph, AudioReader& reader, AudioWriter& writer,
+                     std::int32_t blockFrames, const ActivityListener& onActivity) {
+    const auto start = std::chrono::steady_clock::now();
+    Renderer renderer(graph, blockFrames);
+    graph.SetActiveChannelsCallback(
+        [&](std::uint32_t mask) { onActivity(renderer.outcome.frames, mask); });
+    renderer.Run(reader, writer);
+    graph.SetActiveChannelsCallback({});
+    writer.Finish();
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    renderer.outcome.seconds = took.count();
+    return renderer.outcome;
+}
+
+}  // namespace quorvel::tool

@@ -1,0 +1,32 @@
+// Audio from a file through a graph to a file.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "engine/audio_graph.h"
+#include "tools/audio_reader.h"
+#include "tools/audio_writer.h"
+#include "tools/sample_meter.h"
+
+namespace quorvel::tool {
+
+struct RenderOutcome {
+    std::int64_t frames = 0;  // in and out alike
+    SampleMeter input{};
+    SampleMeter output{};
+    double seconds = 0.0;  // that reading, processing and writing took
+};
+
+// Tells the speaker mask of the input channels that carry signal from frame `frame` on.
+using ActivityListener = std::function<void(std::int64_t frame, std::uint32_t mask)>;
+
+// Runs all of `reader` through `graph`, whose formats are set, in buffers of `blockFrames` frames
+// (at least 1); the last one is as short as the input demands. Input samples that are not finite
+// are replaced by 0, so that they stick in no block. A buffer that the graph calls silent is
+// written as zeros, and so is what the graph leaves unwritten. Replaces the graph's callback.
+// Throws what the reader and the writer throw.
+RenderOutcome Render(AudioGraph& graph, AudioReader& reader, AudioWriter& writer,
+                     std::int32_t blockFrames, const ActivityListener& onActivity);
+
+}  // namespace quorvel::tool

@@ -1,0 +1,34 @@
+#include <memory>
+
+#include "tools/output_file.h"
+#include "tools/profile_file.h"
+#include "tools/profile_json.h"
+#include "tools/subcommands.h"
+
+namespace quorvel::tool {
+namespace {
+
+constexpr int kIndent = 2;
+
+struct Options {
+    std::string profile{};
+    std::string out{};
+};
+
+void Run(const Options& options) {
+    NamedProfile named;
+    LoadProfile(options.profile, named);
+    WriteResult(options.out, WriteProfile(named).dump(kIndent) + "\n");
+}
+
+}  // namespace
+
+void AddDecodeCommand(CLI::App& app) {
+    CLI::App* command = app.add_subcommand("decode", "Write a profile as JSON");
+    const auto options = std::make_shared<Options>();
+    command->add_option("PROFILE", options->profile, "Profile, text form or JSON")->required();
+    command->add_option("-o,--output", options->out, "File to write [standard output]");
+    command->callback([options] { Run(*options); });
+}
+
+}  // namespace quorvel::tool

@@ -1,0 +1,31 @@
+#include <memory>
+
+#include "tools/output_file.h"
+#include "tools/profile_file.h"
+#include "tools/subcommands.h"
+
+namespace quorvel::tool {
+namespace {
+
+struct Options {
+    std::string profile{};
+    std::string out{};
+};
+
+void Run(const Options& options) {
+    NamedProfile named;
+    LoadProfile(options.profile, named);
+    WriteResult(options.out, ProfileText(named));
+}
+
+}  // namespace
+
+void AddEncodeCommand(CLI::App& app) {
+    CLI::App* command = app.add_subcommand("encode", "Write a profile in its printable text form");
+    const auto options = std::make_shared<Options>();
+    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
+    command->add_option("-o,--output", options->out, "File to write [standard output]");
+    command->callback([options] { Run(*options); });
+}
+
+}  // namespace quorvel::tool

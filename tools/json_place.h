@@ -1,0 +1,41 @@
+// Where in a JSON document something stands, such as "$.chains[0].blocks[2].name".
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace quorvel::tool {
+
+// A step from a value to one inside it. Places are made on the way down a document and point at
+// the place above, which lives on the caller's stack and must outlive them; a text is only made
+// when there is something to report.
+class JsonPlace {
+  public:
+    // The whole document, "$".
+    JsonPlace() = default;
+
+    // The member `name`, which must outlive the place, or the element `position`.
+    JsonPlace Key(std::string_view name) const { return JsonPlace(this, name, 0); }
+    JsonPlace At(std::size_t position) const { return JsonPlace(this, {}, position); }
+
+    std::string Text() const;
+
+  private:
+    JsonPlace(const JsonPlace* above, std::string_view name, std::size_t position)
+        : parent(above), key(name), index(position) {}
+
+    const JsonPlace* parent = nullptr;
+    std::string_view key{};  // its data is null for an element
+    std::size_t index = 0;
+};
+
+// One step as text: ".name" where the name is plain, ["any name"] otherwise.
+std::string JsonKeyStep(std::string_view name);
+std::string JsonIndexStep(std::size_t position);
+
+// `text` in quotation marks, control characters and anything outside ASCII escaped, cut at 80
+// bytes: fit for a message.
+std::string Quoted(std::string_view text);
+
+}  // namespace quorvel::tool

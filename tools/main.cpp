@@ -1,0 +1,53 @@
+// The quorvel command-line tool: chooses the subcommand and turns its end into the exit status.
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "tools/exit_status.h"
+#include "tools/subcommands.h"
+
+namespace {
+
+using quorvel::tool::ExitStatus;
+
+int Report(ExitStatus status, const char* message) {
+    std::fprintf(stderr, "quorvel: %s\n", message);
+    return static_cast<int>(status);
+}
+
+int Run(int argc, char** argv) {
+    CLI::App app{"Renders sound through headset profiles, and writes and shows profiles."};
+    app.name("quorvel");
+    app.require_subcommand(1);
+    app.footer(
+        "PROFILE is a JSON file or a file in text form.\n"
+        "Exit status: 0 done; 1 the profile, graph or audio is invalid; 2 wrong usage;\n"
+        "3 a file cannot be read or written.");
+    quorvel::tool::AddProcessCommand(app);
+    quorvel::tool::AddEncodeCommand(app);
+    quorvel::tool::AddDecodeCommand(app);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return static_cast<int>(app.exit(error) == 0 ? ExitStatus::kDone : ExitStatus::kUsage);
+    }
+    return static_cast<int>(ExitStatus::kDone);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // A reader that goes away and a file size limit shall be failed writes, which are reported.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    try {
+        return Run(argc, argv);
+    } catch (const quorvel::tool::ToolError& error) {
+        return Report(error.Status(), error.what());
+    } catch (const std::bad_alloc&) {
+        return Report(ExitStatus::kInvalid, "out of memory");
+    } catch (const std::exception& error) {
+        return Report(ExitStatus::kInvalid, error.what());
+    }
+}

@@ -1,0 +1,57 @@
+// A file that appears only when it is complete.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quorvel::tool {
+
+// Bytes go to a temporary file beside the target, which Commit renames over it; a run that fails
+// or is ended by SIGINT, SIGTERM or SIGHUP leaves no trace, and the target may be a file that is
+// still being read. A symbolic link is followed. A target that exists and is no regular file (a
+// device, a pipe) is written directly. One object at a time may exist.
+//
+// Write and Seek do not throw, so that C callbacks may call them: the first failure is kept, makes
+// the later calls fail, and is thrown by Commit.
+class OutputFile {
+  public:
+    // Throws ToolError (file) when the temporary file cannot be made.
+    explicit OutputFile(const std::string& path);
+    ~OutputFile();  // removes the temporary file unless committed
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    // Writes at the present position; whether all bytes were taken.
+    bool Write(const void* bytes, std::size_t size);
+
+    // Moves to a position, in bytes from the start; whether it could.
+    bool Seek(std::int64_t position);
+
+    std::int64_t Position() const { return position; }
+    std::int64_t Length() const { return length; }
+
+    // Closes the file and gives it its name. Throws ToolError (file) when anything failed.
+    void Commit();
+
+    // The error code of the first failure; 0 when there is none.
+    int FirstError() const { return firstError; }
+    const std::string& Path() const { return path; }
+
+  private:
+    bool Keep(bool succeeded);
+    void MakeTemporary();
+    void RemoveTemporary();
+
+    std::string path;       // as the user gave it
+    std::string target;     // the same with symbolic links followed
+    std::string temporary;  // empty when the target is written directly
+    int descriptor = -1;
+    int firstError = 0;
+    std::int64_t position = 0;
+    std::int64_t length = 0;
+};
+
+// Makes a file of `text`, or writes it to standard output when `path` is empty.
+void WriteResult(const std::string& path, const std::string& text);
+
+}  // namespace quorvel::tool

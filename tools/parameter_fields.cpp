@@ -1,0 +1,138 @@
+#include "tools/parameter_fields.h"
+
+#include <cstddef>
+
+#include "blocks/compressor_block.h"
+#include "blocks/filter_band.h"
+#include "blocks/limiter_block.h"
+#include "blocks/noise_gate_block.h"
+#include "blocks/stream_expander_block.h"
+#include "engine/block_type_ids.h"
+#include "engine/bypass_block.h"
+#include "engine/channel_extractor_block.h"
+#include "engine/channels_combiner_block.h"
+#include "engine/gain_block.h"
+
+namespace quorvel::tool {
+namespace {
+
+using enum FieldKind;
+
+// A record can hold any number. The ranges below are those that make sense to the ear, with room:
+// a value outside is more likely a slip of the pen, and `data` still gives it to whoever means it.
+constexpr double kQuietestDb = -144.0;  // the step of 24 bits
+constexpr double kLoudestDb = 60.0;
+constexpr double kLongestAttackMs = 10000.0;
+constexpr double kLongestReleaseMs = 60000.0;
+constexpr double kMostChannels = 8.0;
+constexpr double kMostItems = 4294967295.0;  // what a 32-bit count holds
+
+constexpr const char* kWidthModes[] = {"Q", "Octaves", "ShelfSlope"};
+
+// Every filter reads the gain of a band, but it is heard only in peaking and shelving filters.
+constexpr Field BandField(std::optional<double> defaultGainDb) {
+    return {"gainDb", kFloat32, offsetof(FilterBand, gainDb), "dB", -60.0, 60.0, defaultGainDb};
+}
+constexpr Field kFrequency = {
+    "frequency", kFloat32, offsetof(FilterBand, frequency), "Hz", 1.0, 192000.0};
+constexpr Field kWidth = {"width", kFloat32, offsetof(FilterBand, width), "", 0.001, 1000.0};
+constexpr Field kWidthMode = {
+    "widthMode", kChoice16, offsetof(FilterBand, widthMode), "", 0.0, 2.0, 0.0, kWidthModes};
+
+constexpr Field kBandFields[] = {kFrequency, kWidth, kWidthMode, BandField(0.0)};
+constexpr Field kGainBandFields[] = {kFrequency, kWidth, kWidthMode, BandField({})};
+constexpr RecordLayout kBand = {kBandFields, sizeof(FilterBand)};
+constexpr RecordLayout kGainBand = {kGainBandFields, sizeof(FilterBand)};
+
+constexpr Field kBandsField[] = {{"bands", kList, 0, "", 1.0, kMostItems, {}, {}, &kBand}};
+constexpr Field kGainBandsField[] = {{"bands", kList, 0, "", 1.0, kMostItems, {}, {}, &kGainBand}};
+constexpr RecordLayout kFilter = {kBandsField, sizeof(std::uint32_t)};
+constexpr RecordLayout kGainFilter = {kGainBandsField, sizeof(std::uint32_t)};
+
+constexpr Field kBypassFields[] = {{"outputChannelCount", kUnsigned32,
+                                    offsetof(BypassParameters, outputChannelCount), "channels",
+                                    1.0, 2.0, 2.0}};
+
+constexpr Field kExtractorFields[] = {{"channelIndex", kSigned32,
+                                       offsetof(ChannelExtractorParameters, channelIndex), "", 0.0,
+                                       kMostChannels - 1.0, 0.0}};
+
+// An offset of -1 leaves the input out.
+constexpr Field kOffsetField[] = {{nullptr, kSigned32, 0, "", -1.0, kMostChannels - 1.0}};
+constexpr RecordLayout kOffset = {kOffsetField, sizeof(std::int32_t)};
+constexpr Field kCombinerFields[] = {{"channelOffsets", kList,
+                                      offsetof(ChannelsCombinerParameters, count), "", 1.0,
+                                      kMostItems, {}, {}, &kOffset}};
+
+constexpr Field kGainFields[] = {
+    {"gainDb", kFloat32, offsetof(GainParameters, gainDb), "dB", kQuietestDb, kLoudestDb, 0.0}};
+
+constexpr Field kExpanderFields[] = {
+    {"targetChannels", kUnsigned32, offsetof(StreamExpanderParameters, targetChannels), "channels",
+     0.0, kMostChannels, 0.0},
+    {"monoMode", kUnsigned32, offsetof(StreamExpanderParameters, monoMode), "", 0.0, 2.0, 0.0}};
+
+constexpr Field Threshold(std::uint32_t offset) {
+    return {"thresholdDb", kFloat32, offset, "dB", kQuietestDb, kLoudestDb, 0.0};
+}
+constexpr Field Attack(std::uint32_t offset, double defaultMs) {
+    return {"attackMs", kUnsigned32, offset, "ms", 0.0, kLongestAttackMs, defaultMs};
+}
+constexpr Field Release(std::uint32_t offset, double defaultMs) {
+    return {"releaseMs", kUnsigned32, offset, "ms", 0.0, kLongestReleaseMs, defaultMs};
+}
+
+// A ratio of 0 would act as 1, the opposite of what it looks like: it is out of range.
+constexpr Field kCompressorFields[] = {
+    Threshold(offsetof(CompressorParameters, thresholdDb)),
+    Attack(offsetof(CompressorParameters, attackMs), 10.0),
+    Release(offsetof(CompressorParameters, releaseMs), 100.0),
+    {"ratio", kFloat32, offsetof(CompressorParameters, ratio), "", 0.001, 100.0, 1.0}};
+
+constexpr Field kGateFields[] = {Threshold(offsetof(NoiseGateParameters, thresholdDb)),
+                                 Attack(offsetof(NoiseGateParameters, attackMs), 1.0),
+                                 Release(offsetof(NoiseGateParameters, releaseMs), 100.0)};
+
+constexpr Field kLimiterFields[] = {Threshold(offsetof(LimiterParameters, thresholdDb)),
+                                    Attack(offsetof(LimiterParameters, attackMs), 1.0),
+                                    Release(offsetof(LimiterParameters, releaseMs), 10.0)};
+
+constexpr BlockFields kBlocks[] = {
+    {&kBandPassFilterBlockTypeId, "band-pass", kFilter},
+    {&kBypassBlockTypeId, "bypass", {kBypassFields, sizeof(BypassParameters)}},
+    {&kChannelExtractorBlockTypeId,
+     "extractor",
+     {kExtractorFields, sizeof(ChannelExtractorParameters)}},
+    {&kChannelsCombinerBlockTypeId,
+     "combiner",
+     {kCombinerFields, sizeof(ChannelsCombinerParameters)}},
+    {&kCompressorBlockTypeId, "compressor", {kCompressorFields, sizeof(CompressorParameters)}},
+    {&kGainBlockTypeId, "gain", {kGainFields, sizeof(GainParameters)}},
+    {&kHighPassFilterBlockTypeId, "high-pass", kFilter},
+    {&kHighShelfFilterBlockTypeId, "high-shelf", kGainFilter},
+    {&kLimiterBlockTypeId, "limiter", {kLimiterFields, sizeof(LimiterParameters)}},
+    {&kLowPassFilterBlockTypeId, "low-pass", kFilter},
+    {&kLowShelfFilterBlockTypeId, "low-shelf", kGainFilter},
+    {&kMixerBlockTypeId, "mixer", {}},
+    {&kNoiseGateBlockTypeId, "gate", {kGateFields, sizeof(NoiseGateParameters)}},
+    {&kNotchFilterBlockTypeId, "notch", kFilter},
+    {&kPeakingEQFilterBlockTypeId, "peaking", kGainFilter},
+    {&kStreamExpanderBlockTypeId,
+     "expander",
+     {kExpanderFields, sizeof(StreamExpanderParameters)}},
+};
+
+}  // namespace
+
+std::span<const BlockFields> AllBlockFields() {
+    return kBlocks;
+}
+
+const BlockFields* FindBlockFields(const GUID& typeId) {
+    for (const BlockFields& block : kBlocks) {
+        if (*block.typeId == typeId) return &block;
+    }
+    return nullptr;
+}
+
+}  // namespace quorvel::tool

@@ -1,0 +1,133 @@
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+#include "engine/channel_masks.h"
+#include "engine/graph_from_chain.h"
+#include "platform/random.h"
+#include "tools/chain_check.h"
+#include "tools/chain_renderer.h"
+#include "tools/exit_status.h"
+#include "tools/file_bytes.h"
+#include "tools/profile_file.h"
+#include "tools/speakers.h"
+#include "tools/subcommands.h"
+
+namespace quorvel::tool {
+namespace {
+
+constexpr std::int32_t kMostBlockFrames = 65536;
+constexpr std::uint32_t kLongestHoldMs = 3600000;
+
+struct Options {
+    std::string profile{};
+    std::string in{};
+    std::string out{};
+    std::uint32_t chain = 1;
+    std::uint32_t channels = 2;
+    std::int32_t frames = 480;
+    std::uint32_t holdMs = 0;
+    bool noise = false;
+    std::uint32_t seed = 1;
+};
+
+template <typename... Values>
+void Print(const char* format, Values... values) {
+    char line[512];
+    std::snprintf(line, sizeof(line), format, values...);
+    WriteStandardOutput(line);
+}
+
+// The chain to run and the names of its blocks, checked.
+const QuorvelAudioBlocksChain& FindChain(const Options& options, NamedProfile& named) {
+    std::string numbers;
+    for (unsigned i = 0; i < named.profile.chains.Count(); ++i) {
+        const QuorvelAudioBlocksChain& chain = named.profile.chains.Item(i);
+        numbers += (i ? ", " : "") + std::to_string(chain.id);
+        if (chain.id != options.chain) continue;
+        const std::string fault = FindChainFault(chain, named.names[i]);
+        if (fault.empty()) return chain;
+        throw InvalidInput(options.profile + ": chain " + std::to_string(chain.id) + ", " + fault);
+    }
+    throw InvalidInput(options.profile + ": has no chain " + std::to_string(options.chain) + ": " +
+                       (numbers.empty() ? "it is empty" : "it has " + numbers));
+}
+
+void SetUpGraph(AudioGraph& graph, const Options& options, const AudioReader& reader,
+                const QuorvelAudioBlocksChain& chain) {
+    graph.SetNoiseEnabled(options.noise);
+    platform::SeedRand(options.seed);
+    graph.SetInputFormat(static_cast<std::uint16_t>(reader.Channels()), reader.Mask(),
+                         reader.SampleRate());
+    graph.SetOutputFormat(static_cast<std::uint16_t>(options.channels),
+                          DefaultChannelMask(options.channels), reader.SampleRate());
+    graph.SetChannelDetectionHold(options.holdMs);
+    BuildGraphFromChain(graph, &chain);
+    if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
+}
+
+void WarnOfNonFinite(const SampleMeter& meter, const char* which, const char* consequence) {
+    if (meter.NonFinite() == 0) return;
+    std::fprintf(stderr, "quorvel: %llu samples of the %s are not finite%s\n",
+                 static_cast<unsigned long long>(meter.NonFinite()), which, consequence);
+}
+
+void Report(const RenderOutcome& outcome, double rate) {
+    WarnOfNonFinite(outcome.input, "input", "; they were replaced by silence");
+    WarnOfNonFinite(outcome.output, "output", "");
+    const double duration = static_cast<double>(outcome.frames) / rate;
+    Print("frames   %lld (%.3f s)\n", static_cast<long long>(outcome.frames), duration);
+    Print("peak     in %s, out %s\n", outcome.input.PeakText().c_str(),
+          outcome.output.PeakText().c_str());
+    Print("speed    %.0f times real time (%.3f s)\n", duration / outcome.seconds, outcome.seconds);
+}
+
+void Run(const Options& options) {
+    NamedProfile named;
+    LoadProfile(options.profile, named);
+    const QuorvelAudioBlocksChain& chain = FindChain(options, named);
+    AudioReader reader(options.in);
+    AudioGraph graph;
+    SetUpGraph(graph, options, reader, chain);
+    const std::uint32_t outMask = DefaultChannelMask(options.channels);
+    AudioWriter writer(options.out, options.channels, outMask, reader.SampleRate(),
+                       reader.Frames());
+    const double rate = reader.SampleRate();
+    Print("input    %u channels (%s), %u Hz\n", reader.Channels(),
+          SpeakerNames(reader.Mask()).c_str(), reader.SampleRate());
+    Print("output   %u channels (%s)\n", options.channels, SpeakerNames(outMask).c_str());
+    const auto tellActivity = [&](std::int64_t frame, std::uint32_t mask) {
+        Print("active   %9.3f s  %s\n", static_cast<double>(frame) / rate,
+              SpeakerNames(mask).c_str());
+    };
+    Report(Render(graph, reader, writer, options.frames, tellActivity), rate);
+}
+
+}  // namespace
+
+void AddProcessCommand(CLI::App& app) {
+    CLI::App* command =
+        app.add_subcommand("process", "Run an audio file through one chain of a profile");
+    const auto options = std::make_shared<Options>();
+    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
+    command->add_option("IN", options->in, "Audio file of 1 to 8 channels")->required();
+    command->add_option("OUT", options->out, "32-bit float WAV file to write")->required();
+    command->add_option("--chain", options->chain, "Number of the chain")->capture_default_str();
+    command->add_option("--channels", options->channels, "Output channels: 2 for headphones")
+        ->check(CLI::Range(1, 8))
+        ->capture_default_str();
+    command->add_option("--frames", options->frames, "Frames in a buffer")
+        ->check(CLI::Range(1, kMostBlockFrames))
+        ->capture_default_str();
+    command
+        ->add_option("--hold-ms", options->holdMs,
+                     "Process as many of more than 2 input channels as carry signal, narrower\n"
+                     "after this many milliseconds; 0 processes all of them")
+        ->check(CLI::Range(0u, kLongestHoldMs))
+        ->capture_default_str();
+    command->add_flag("--noise", options->noise, "Add the driver's inaudible input noise");
+    command->add_option("--seed", options->seed, "Seed of the noise")->capture_default_str();
+    command->callback([options] { Run(*options); });
+}
+
+}  // namespace quorvel::tool

@@ -1,0 +1,20 @@
+// Profiles in files.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "tools/named_profile.h"
+
+namespace quorvel::tool {
+
+// Reads a profile file into `named`, which must be empty. A file whose first character, blanks and
+// a byte order mark apart, opens a JSON object or array is JSON; any other is the text form.
+// Throws ToolError with the path: file when it cannot be read, invalid when it holds no valid
+// profile.
+void LoadProfile(const std::string& path, NamedProfile& named);
+
+// The text form, one line.
+std::string ProfileText(NamedProfile& named);
+
+}  // namespace quorvel::tool

@@ -1,0 +1,14 @@
+// The subcommands, one source file each.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace quorvel::tool {
+
+// Each adds its subcommand to `app`; parsing a command line that names it runs it. A run throws
+// ToolError.
+void AddProcessCommand(CLI::App& app);
+void AddEncodeCommand(CLI::App& app);
+void AddDecodeCommand(CLI::App& app);
+
+}  // namespace quorvel::tool

@@ -1,0 +1,63 @@
+#include "tools/utf16_text.h"
+
+#include <cstdint>
+
+namespace quorvel::tool {
+namespace {
+
+// Code points from here on take a surrogate pair: 10 bits above 0xD800, 10 bits above 0xDC00.
+constexpr std::uint32_t kFirstPaired = 0x10000;
+constexpr std::uint32_t kHighSurrogate = 0xD800;
+constexpr std::uint32_t kLowSurrogate = 0xDC00;
+constexpr std::uint32_t kPastSurrogates = 0xE000;
+
+void AppendUtf16(WideText& text, std::uint32_t point) {
+    if (point >= kFirstPaired) {
+        text += static_cast<WCHAR>(kHighSurrogate + ((point - kFirstPaired) >> 10));
+        point = kLowSurrogate + (point & 0x3FF);
+    }
+    text += static_cast<WCHAR>(point);
+}
+
+// Lead byte, then six bits a byte.
+void AppendUtf8(std::string& text, std::uint32_t point) {
+    const int more = point < 0x80 ? 0 : point < 0x800 ? 1 : point < kFirstPaired ? 2 : 3;
+    constexpr std::uint32_t kLead[] = {0x00, 0xC0, 0xE0, 0xF0};
+    text += static_cast<char>(kLead[more] | (point >> (6 * more)));
+    for (int i = more - 1; i >= 0; --i)
+        text += static_cast<char>(0x80 | ((point >> (6 * i)) & 0x3F));
+}
+
+}  // namespace
+
+WideText ToUtf16(std::string_view text) {
+    WideText wide;
+    for (std::size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<std::uint8_t>(text[i++]);
+        const int more = lead < 0xC0 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+        std::uint32_t point = more == 0 ? lead : lead & (0x3Fu >> more);
+        for (int k = 0; k < more && i < text.size(); ++k)
+            point = (point << 6) | (static_cast<std::uint8_t>(text[i++]) & 0x3Fu);
+        AppendUtf16(wide, point);
+    }
+    return wide;
+}
+
+std::optional<std::string> ToUtf8(std::basic_string_view<WCHAR> text) {
+    std::string narrow;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::uint32_t point = text[i];
+        if (point >= kHighSurrogate && point < kPastSurrogates) {
+            const std::uint32_t low = i + 1 < text.size() ? text[i + 1] : 0u;
+            const bool isPair =
+                point < kLowSurrogate && low >= kLowSurrogate && low < kPastSurrogates;
+            if (!isPair) return {};
+            point = kFirstPaired + ((point - kHighSurrogate) << 10) + (low - kLowSurrogate);
+            ++i;
+        }
+        AppendUtf8(narrow, point);
+    }
+    return narrow;
+}
+
+}  // namespace quorvel::tool
