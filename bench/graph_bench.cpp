@@ -132,8 +132,8 @@ void GainChain(benchmark::State& state) {
         std::memcpy(in.data(), input.data(), input.size() * sizeof(float));
         benchmark::DoNotOptimize(graph.Process(in.data(), out.data(), kFrames));
     }
-    state.counters["ns_per_block"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * count * 1e-9,
+    state.counters["per_block"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * count,
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(GainChain)->RangeMultiplier(10)->Range(1, 1000);
@@ -155,8 +155,8 @@ void BuildGraph(benchmark::State& state, bool isStar) {
         graph.SetUpdating(false);
         if (!graph.IsValid()) state.SkipWithError("the graph is invalid");
     }
-    state.counters["ns_per_block"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * count * 1e-9,
+    state.counters["per_block"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * count,
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 BENCHMARK_CAPTURE(BuildGraph, chain, false)->RangeMultiplier(10)->Range(1000, 100000);

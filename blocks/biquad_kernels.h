@@ -29,7 +29,7 @@ struct BiquadRun {
     int32_t width = 0;
 };
 
-using BiquadKernel = void (*)(const BiquadRun& run);
+using BiquadKernel = void (*)(const BiquadRun& run) QUORVEL_REAL_TIME;
 
 // Frame by frame, channel by channel, section by section. A section whose band has a zero width or
 // frequency passes its input on and keeps its past.

@@ -28,7 +28,7 @@ class EQFilterBlock : public AudioBlock {
     EQFilterBlock(const GUID& instanceId, FilterType type);
 
     void SetFormat(int32_t width, uint32_t mask, int32_t rate) override;
-    void Process(float* in, float* out, int32_t frames) override QUORVEL_REAL_TIME;
+    void Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME override;
 
     // The record: a little-endian 32-bit count, then as many FilterBands. False, and nothing
     // changes, when `data` is null, `size` is below kSmallestFilterRecord or below what the count

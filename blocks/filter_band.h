@@ -31,8 +31,8 @@ enum class BandwidthMode : uint16_t {
 // One band. A zero `frequency` or `width` makes it faulty.
 struct FilterBand {
     float frequency = 0.0f;                      // corner or centre frequency, Hz
-    float width = 0.0f;                          // in the unit that `widthMode` names
-    BandwidthMode widthMode = BandwidthMode::Q;  //
+    float width = 0.0f;                          // Q, octaves or shelf slope
+    BandwidthMode widthMode = BandwidthMode::Q;  // the unit of `width`
     float gainDb = 0.0f;                         // dB; peaking and shelving filters
 };
 

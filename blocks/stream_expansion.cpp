@@ -5,40 +5,49 @@
 #include <cstring>
 #include <utility>
 
+#include "engine/float_quad.h"
+
 namespace quorvel {
 namespace {
 
 constexpr float kMinus3Db = 0.70794576f;  // 10^(-3 / 20), rounded to float
 constexpr int32_t kWidest = 8;            // widest frame that has a function of its own
 
-// What the three expansions write to channel `c` of an output frame. `in` holds the input frame.
+// An output frame of up to eight channels.
+struct WideFrame {
+    Quad low{};
+    Quad high{};
+};
 
-template <int32_t kIn, int32_t kOut>
-float ZeroFilled(const float* in, int32_t c) {
-    return c < kIn ? in[c] : 0.0f;
+// What the three expansions make of an input frame.
+
+template <int32_t kIn, int32_t>
+WideFrame ZeroFilled(const float* in) {
+    WideFrame frame;
+    frame.low = LoadLanes<std::min(kIn, 4)>(in);
+    if constexpr (kIn > 4) frame.high = LoadLanes<kIn - 4>(in + 4);
+    return frame;
 }
 
 template <int32_t, int32_t>
-float Copied(const float* in, int32_t) {
-    return in[0];
+WideFrame Copied(const float* in) {
+    const Quad copies = {in[0], in[0], in[0], in[0]};
+    return {copies, copies};
 }
 
 template <int32_t, int32_t kOut>
-float Paired(const float* in, int32_t c) {
-    if (kOut == 1) return in[0];
-    return c < 2 ? in[0] * kMinus3Db : 0.0f;
+WideFrame Paired(const float* in) {
+    const float sample = kOut == 1 ? in[0] : in[0] * kMinus3Db;
+    return {Quad{sample, sample, 0.0f, 0.0f}, Quad{}};
 }
 
 // Widens from the last frame to the first, each held in registers between reading and writing.
-template <int32_t kIn, int32_t kOut, float (*kSample)(const float*, int32_t)>
+template <int32_t kIn, int32_t kOut, WideFrame (*kExpand)(const float*)>
 void Widen(const float* in, float* out, int32_t frames) {
-    for (int32_t f = frames - 1; f >= 0; --f) {
-        std::array<float, kIn> inFrame;
-        std::array<float, kOut> outFrame;
-        std::memcpy(inFrame.data(), in + std::ptrdiff_t{f} * kIn, sizeof(inFrame));
-        for (int32_t c = 0; c < kOut; ++c)
-            outFrame[static_cast<std::size_t>(c)] = kSample(inFrame.data(), c);
-        std::memcpy(out + std::ptrdiff_t{f} * kOut, outFrame.data(), sizeof(outFrame));
+    for (std::ptrdiff_t f = frames - 1; f >= 0; --f) {
+        const WideFrame frame = kExpand(in + f * kIn);
+        StoreLanes<std::min(kOut, 4)>(out + f * kOut, frame.low);
+        if constexpr (kOut > 4) StoreLanes<kOut - 4>(out + f * kOut + 4, frame.high);
     }
 }
 

@@ -55,12 +55,11 @@ void ChannelsCombinerBlock::ProcessInputs(const std::vector<BlockInput>& blockIn
     const int32_t stride = GetOutputChannels();
     const bool everyFloatIsPut = layoutDisjoint && layoutComplete && stride == combinedChannels;
     if (!everyFloatIsPut || blockInputs.size() < inputWidths.size()) Clear(out, frames, stride);
-    const auto place = layoutDisjoint ? PutRows : AddRows;
     const std::size_t count = std::min(blockInputs.size(), inputWidths.size());
-    for (std::size_t i = 0; i < count; ++i) {
-        const ChannelSpan span = SpanOf(i, inputWidths[i]);
-        if (!IsPlaced(span)) continue;
-        place(blockInputs[i].buffer->data, span.width, out + span.first, stride, frames);
+    for (std::size_t i = 0; i < count;) {
+        const std::size_t run = layoutDisjoint ? RunAt(i, count) : 1;
+        PlaceRun({blockInputs.data() + i, run}, i, out, frames);
+        i += run;
     }
 }
 
@@ -102,13 +101,51 @@ bool ChannelsCombinerBlock::SetParameters(const void* record) {
     return true;
 }
 
+int32_t ChannelsCombinerBlock::OffsetOf(std::size_t index) const {
+    return index < channelOffsets.size() ? channelOffsets[index] : 0;
+}
+
 ChannelSpan ChannelsCombinerBlock::SpanOf(std::size_t index, int32_t width) const {
-    return {index < channelOffsets.size() ? channelOffsets[index] : 0, width};
+    return {OffsetOf(index), width};
 }
 
 bool ChannelsCombinerBlock::IsPlaced(const ChannelSpan& span) {
     return span.first >= 0 && span.width >= 0 &&
            span.first <= std::numeric_limits<int32_t>::max() - span.width;
+}
+
+std::size_t ChannelsCombinerBlock::RunAt(std::size_t first, std::size_t end) const {
+    const int32_t width = inputWidths[first];
+    if (width < 1 || width > 2 || !IsPlaced(SpanOf(first, width))) return 1;
+    const auto isRunOf = [&](std::size_t length) {
+        int64_t offset = OffsetOf(first);
+        for (std::size_t i = first; i < first + length; ++i, offset += width) {
+            if (i >= end || inputWidths[i] != width || OffsetOf(i) != offset) return false;
+        }
+        return true;
+    };
+    if (width == 1 && isRunOf(4)) return 4;
+    return isRunOf(2) ? 2 : 1;
+}
+
+void ChannelsCombinerBlock::PlaceRun(std::span<const BlockInput> run, std::size_t first, float* out,
+                                     int32_t frames) QUORVEL_REAL_TIME {
+    const ChannelSpan span = SpanOf(first, inputWidths[first]);
+    if (!IsPlaced(span)) return;
+    const int32_t stride = GetOutputChannels();
+    const auto data = [run](std::size_t i) -> const float* { return run[i].buffer->data; };
+    float* place = out + span.first;
+    if (run.size() == 4) {
+        PutFourColumns({data(0), data(1), data(2), data(3)}, place, stride, frames);
+    } else if (run.size() == 2 && span.width == 2) {
+        PutTwoPairs({data(0), data(1)}, place, stride, frames);
+    } else if (run.size() == 2) {
+        PutTwoColumns({data(0), data(1)}, place, stride, frames);
+    } else if (layoutDisjoint) {
+        PutRows(data(0), span.width, place, stride, frames);
+    } else {
+        AddRows(data(0), span.width, place, stride, frames);
+    }
 }
 
 bool ChannelsCombinerBlock::ReserveInputs(std::size_t count) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
+#include <vector>
 
 #include "engine/audio_block.h"
 #include "engine/channel_layout.h"
@@ -60,9 +62,20 @@ class ChannelsCombinerBlock final : public AudioBlock {
     bool IsLayoutComplete() const { return layoutComplete; }
 
   private:
+    // First output channel of input `index`.
+    int32_t OffsetOf(std::size_t index) const;
+
     // Where input `index` lies, `width` channels wide, and whether it has a place at all.
     ChannelSpan SpanOf(std::size_t index, int32_t width) const;
     static bool IsPlaced(const ChannelSpan& span);
+
+    // How many inputs from `first` on, none past `end`, can be moved together because they are
+    // narrow neighbours: 4 or 2 mono ones, 2 stereo ones, else 1.
+    std::size_t RunAt(std::size_t first, std::size_t end) const;
+
+    // Writes or adds a run of inputs, the first of which is input `first`.
+    void PlaceRun(std::span<const BlockInput> run, std::size_t first, float* out,
+                  int32_t frames) QUORVEL_REAL_TIME;
 
     // Forgets the widths of the inputs and makes room for `count`. False when it cannot be had.
     bool ReserveInputs(std::size_t count);

@@ -58,9 +58,14 @@ struct SevenPointOne {
 template <typename Rule, void (*kFrame)(const float*, float*)>
 void ToStereo(const float* in, float* out, int32_t frames) {
     int32_t left = frames;
-    for (; left >= 2; left -= 2, in += 2 * Rule::kChannels, out += 4)
-        StoreQuad(out, Rule::Stereo({in}));
-    if (left > 0) kFrame(in, out);
+    for (; left >= 4; left -= 4, in += 4 * Rule::kChannels, out += 8) {
+        const Quad first = Rule::Stereo({in});
+        const Quad second = Rule::Stereo({in + 2 * Rule::kChannels});
+        StoreQuad(out, first);
+        StoreQuad(out + 4, second);
+    }
+    for (; left > 0; --left, in += Rule::kChannels, out += 2)
+        kFrame(in, out);
 }
 
 // Right at -6 dB plus left at -6 dB.

@@ -1,9 +1,15 @@
 #include "engine/processing_list.h"
 
-#include <unordered_set>
+#include <limits>
 #include <utility>
 
 namespace quorvel {
+namespace {
+
+// Stands for the index of a block that is on the way to its place.
+constexpr std::size_t kOnPath = std::numeric_limits<std::size_t>::max();
+
+}  // namespace
 
 class ProcessingList::Walk {
   public:
@@ -32,7 +38,7 @@ class ProcessingList::Walk {
 
     // False when the block is on the path already.
     bool Enter(const BlockReference& block) {
-        if (!onPath.insert(block.get()).second) return false;
+        if (!list.indexOf.try_emplace(block.get(), kOnPath).second) return false;
         path.push_back({block, {}});
         path.back().inputs.reserve(block->inputs.size());
         return true;
@@ -59,8 +65,7 @@ class ProcessingList::Walk {
     bool Leave() {
         Step step = std::move(path.back());
         path.pop_back();
-        onPath.erase(step.block.get());
-        list.indexOf.emplace(step.block.get(), list.nodes.size());
+        list.indexOf[step.block.get()] = list.nodes.size();
         GraphNode& node = list.nodes.emplace_back();
         node.block = std::move(step.block);
         node.inputs = std::move(step.inputs);
@@ -94,7 +99,6 @@ class ProcessingList::Walk {
     int32_t frames;
     Outcome failure = Outcome::kCycle;
     std::vector<Step> path;
-    std::unordered_set<const AudioBlock*> onPath;
 };
 
 ProcessingList::Outcome ProcessingList::Visit(const BlockReference& root, BufferPool& pool,
@@ -119,7 +123,8 @@ void ProcessingList::DropLast() {
 
 GraphNode* ProcessingList::Find(const AudioBlock* block) {
     const auto entry = indexOf.find(block);
-    return entry == indexOf.end() ? nullptr : &nodes[entry->second];
+    const bool isOrdered = entry != indexOf.end() && entry->second != kOnPath;
+    return isOrdered ? &nodes[entry->second] : nullptr;
 }
 
 }  // namespace quorvel

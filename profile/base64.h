@@ -7,8 +7,8 @@
 
 namespace quorvel {
 
-// Characters that `bytes` bytes become, "=" padding included. Below 1.5 times `bytes` for more than
-// a few; 64 bits hold it for every array.
+// Characters that `bytes` bytes become, "=" padding included. 64 bits, as it may exceed the address
+// space of a 32-bit program.
 constexpr std::uint64_t Base64Length(std::uint64_t bytes) {
     return (bytes + 2) / 3 * 4;
 }

@@ -35,7 +35,7 @@ QuorvelAudioBlocksChain* ChainDirectory::GetChain(DWORD chainId) {
     Place* const place =
         std::lower_bound(places.get(), end, chainId,
                          [](const Place& a, DWORD number) { return a.chainId < number; });
-    if (place == end || place->chainId != chainId) return owner->GetChain(chainId, true);
+    if (place == end || place->chainId != chainId) return nullptr;
     if (place->position != kNotMade) return &owner->chains.Item(place->position);
     QuorvelAudioBlocksChain fresh(owner, chainId);
     QuorvelAudioBlocksChain* const made = TryAdd(owner->chains, fresh);

@@ -15,8 +15,8 @@ class QuorvelAudioProfile;
 namespace quorvel {
 
 // Answers as QuorvelAudioProfile::GetChain(number, true) does, in logarithmic instead of linear
-// time, for the numbers that it was built with. A record may hold as many chains as fit in its
-// bytes, and asking the profile for each of them would take quadratic time.
+// time, for the numbers that it was built with and no others. A record may hold as many chains as
+// fit in its bytes, and asking the profile for each of them would take quadratic time.
 class ChainDirectory {
   public:
     // Learns the chains of `profile` and the numbers of the first `chainCount` chain records of
@@ -24,15 +24,16 @@ class ChainDirectory {
     // or remove chains of `profile` as long as the directory is used.
     bool Build(QuorvelAudioProfile& profile, std::uint32_t chainCount, ByteReader records);
 
-    // The chain with that number, made if need be; null when memory cannot be had.
+    // The chain with that number, made if need be; null when memory cannot be had, or for a number
+    // that Build did not see.
     QuorvelAudioBlocksChain* GetChain(DWORD chainId);
 
   private:
-    struct Place {
-        DWORD chainId;
-        unsigned position;  // in the profile's list, or kNotMade
-    };
     static constexpr unsigned kNotMade = UINT32_MAX;
+    struct Place {
+        DWORD chainId = 0;
+        unsigned position = kNotMade;  // in the profile's list
+    };
 
     QuorvelAudioProfile* owner = nullptr;
     HeapArray<Place> places;  // by number, then position

@@ -19,7 +19,7 @@ using HeapArray = std::unique_ptr<T[], HeapRelease>;
 // `count` uninitialised elements (at least one is allocated); null when they cannot be had.
 template <typename T>
 HeapArray<T> AllocateArray(std::size_t count) {
-    static_assert(std::is_trivial_v<T>);
+    static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
     if (count > SIZE_MAX / sizeof(T)) return {};
     return HeapArray<T>(static_cast<T*>(std::malloc(count == 0 ? 1 : count * sizeof(T))));
 }

@@ -19,9 +19,9 @@ struct PackedProfile {
 };
 
 // Packs `profile` in the current layout into a new buffer of the record and `extra` bytes; the
-// record starts at byte `offset`, the extra bytes are 0 for the caller to fill, and so is the
-// cookie. Returns 0; 8 when the memory cannot be had or the buffer would exceed 4 GiB; 87 when
-// `offset` exceeds `extra`.
+// record starts at byte `offset`. The extra bytes are 0, for the caller to fill, and so are the
+// cookie and the data bytes of a block without `data`. Returns 0; 8 when the memory cannot be had
+// or the buffer would exceed 4 GiB; 87 when `offset` exceeds `extra`.
 DWORD PackProfile(const QuorvelAudioProfile& profile, std::uint32_t extra, std::uint32_t offset,
                   PackedProfile& packed);
 

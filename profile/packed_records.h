@@ -26,43 +26,43 @@ namespace quorvel {
 
 // Opens a blocks section and a links section.
 struct SectionHeader {
-    std::uint32_t sectionSize;      // whole section; tells a too small buffer what to become
-    std::uint32_t itemCount;        // number of records; not read
-    std::uint32_t sectionSizeCopy;  // the same; readers step to the next section by it
-    std::uint32_t itemCountCopy;    // the same; readers read as many records
-    GUID profileId;                 // profile of the chain
-    std::uint32_t chainId;          // number of the chain; not read
+    std::uint32_t sectionSize = 0;      // whole section; tells a too small buffer what to become
+    std::uint32_t itemCount = 0;        // number of records; not read
+    std::uint32_t sectionSizeCopy = 0;  // the same; readers step to the next section by it
+    std::uint32_t itemCountCopy = 0;    // the same; readers read as many records
+    GUID profileId{};                   // profile of the chain
+    std::uint32_t chainId = 0;          // number of the chain; not read
 };
 
 // The same in version 1.
 struct SectionHeader1 {
-    std::uint32_t sectionSize;
-    std::uint32_t itemCount;
-    std::uint32_t sectionSizeCopy;
-    std::uint32_t itemCountCopy;
-    GUID profileId;
+    std::uint32_t sectionSize = 0;
+    std::uint32_t itemCount = 0;
+    std::uint32_t sectionSizeCopy = 0;
+    std::uint32_t itemCountCopy = 0;
+    GUID profileId{};
 };
 
 // Opens a block record of version 1.
 struct BlockHeader1 {
-    GUID id;
-    GUID typeId;
-    GUID profileId;
-    std::uint32_t dataSize;  // bytes of parameters that follow
+    GUID id{};
+    GUID typeId{};
+    GUID profileId{};
+    std::uint32_t dataSize = 0;  // bytes of parameters that follow
 };
 
 // A link record of version 1.
 struct LinkRecord1 {
-    GUID skipped;  // the place of profileId; not read
-    GUID sourceBlockId;
-    GUID destinationBlockId;
+    GUID skipped{};  // the place of profileId; not read
+    GUID sourceBlockId{};
+    GUID destinationBlockId{};
 };
 
 // Opens a whole-profile record of version 1.
 struct ProfileHeader1 {
-    std::uint32_t size;   // whole record
-    GUID id;              // of the profile
-    std::int64_t cookie;  // assigned by the driver
+    std::uint32_t size = 0;   // whole record
+    GUID id{};                // of the profile
+    std::int64_t cookie = 0;  // assigned by the driver
 };
 
 }  // namespace quorvel
@@ -72,32 +72,32 @@ struct _QuorvelAudioProfileBlocksLinks : quorvel::SectionHeader {};
 
 // Opens a block record; also travels alone.
 struct _QuorvelAudioBlockInfo {
-    GUID id;                 // of the block
-    GUID typeId;             // its kind
-    GUID profileId;          // of the owning profile
-    std::uint32_t chainId;   // of the owning chain
-    std::uint32_t dataSize;  // bytes of parameters that follow
+    GUID id{};                   // of the block
+    GUID typeId{};               // its kind
+    GUID profileId{};            // of the owning profile
+    std::uint32_t chainId = 0;   // of the owning chain
+    std::uint32_t dataSize = 0;  // bytes of parameters that follow
 };
 
 struct _QuorvelProfilePaths {
-    GUID profileId;             // of the profile
-    std::uint32_t stringsSize;  // bytes of strings that follow, terminators included
-    std::uint32_t itemCount;    // number of paths; not read
+    GUID profileId{};               // of the profile
+    std::uint32_t stringsSize = 0;  // bytes of strings that follow, terminators included
+    std::uint32_t itemCount = 0;    // number of paths; not read
 };
 
 struct _QuorvelProfileChainData {
-    std::uint32_t sectionSize;      // whole chain record, both sections included
-    std::uint32_t itemCount;        // 0
-    std::uint32_t sectionSizeCopy;  // the same; readers step to the next chain by it
-    std::uint32_t itemCountCopy;    // 0
-    std::uint32_t chainId;          // number of the chain
+    std::uint32_t sectionSize = 0;      // whole chain record, both sections included
+    std::uint32_t itemCount = 0;        // 0
+    std::uint32_t sectionSizeCopy = 0;  // the same; readers step to the next chain by it
+    std::uint32_t itemCountCopy = 0;    // 0
+    std::uint32_t chainId = 0;          // number of the chain
 };
 
 struct _QuorvelProfileFullData {
-    std::uint32_t size;        // whole record
-    GUID id;                   // of the profile
-    std::int64_t cookie;       // assigned by the driver; written as 0
-    std::uint32_t chainCount;  // number of chain records
+    std::uint32_t size = 0;        // whole record
+    GUID id{};                     // of the profile
+    std::int64_t cookie = 0;       // assigned by the driver; written as 0
+    std::uint32_t chainCount = 0;  // number of chain records
 };
 
 #pragma pack(pop)

@@ -151,12 +151,12 @@ DWORD ReadPathsSection(ByteReader& reader, QuorvelAudioProfile& profile) {
     std::span<const std::byte> strings;
     if (!reader.Read(header) || !reader.Take(header.stringsSize, strings))
         return ERROR_INVALID_DATA;
-    // The strings may stand at an odd address; their units must not be read there.
+    profile.ClearPaths(false);
     const std::size_t count = strings.size() / sizeof(WCHAR);
+    if (count == 0) return ERROR_SUCCESS;
+    // The strings may stand at an odd address, where units must not be read.
     const HeapArray<WCHAR> units = AllocateArray<WCHAR>(count);
     if (!units) return ERROR_NOT_ENOUGH_MEMORY;
-    profile.ClearPaths(false);
-    if (count == 0) return ERROR_SUCCESS;
     std::memcpy(units.get(), strings.data(), count * sizeof(WCHAR));
     const WCHAR* const end = units.get() + count;
     for (const WCHAR* path = units.get(); path != end && *path != 0;) {

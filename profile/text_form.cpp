@@ -21,9 +21,9 @@ constexpr std::uint16_t kWrittenVersion = 2;
 
 #pragma pack(push, 1)
 struct EnvelopeHeader {
-    GUID mark;
-    std::uint16_t formatVersion;
-    std::uint32_t profileHash;
+    GUID mark{};
+    std::uint16_t formatVersion = 0;
+    std::uint32_t profileHash = 0;
 };
 #pragma pack(pop)
 static_assert(sizeof(EnvelopeHeader) == 22);

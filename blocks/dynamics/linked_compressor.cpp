@@ -6,20 +6,18 @@
 // - An envelope that stays where it is under 0 dB over the threshold will stay there until a key
 //   reaches the threshold: its gain holds for all frames up to that key. After activity such an
 //   envelope can stall some units in the last place above where it began.
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
+#include <span>
 
 #include "blocks/dynamics/linked_gain.h"
 #include "blocks/dynamics/sample_kernels.h"
 #include "blocks/dynamics/simple_comp.h"
+#include "blocks/dynamics/stretches.h"
 
 namespace quorvel::dynamics {
 namespace {
-
-constexpr int32_t kStretch = 128;  // frames worked on at a time; a few KiB of stack
-using Stretch = std::array<double, kStretch>;
 
 // A key up to which LevelOver is certainly kDcOffset, so that nobody need ask the logarithm. The
 // logarithm and this exponential are each a few units of 2^-53 from the truth, times at most 800
@@ -52,7 +50,7 @@ bool IsAtRest(const SimpleComp& compressor) {
 }
 
 // ComputeGain's last step, or 1.0 when that would move no float.
-double CurrentGain(double gainDb) {
+double EffectiveGain(double gainDb) {
     constexpr double kCertain = kUnityTolerance / 2.0;
     const double exponent = gainDb * kNepersPerDecibel;
     return std::fabs(exponent) <= kCertain ? 1.0 : std::exp(exponent);
@@ -60,37 +58,34 @@ double CurrentGain(double gainDb) {
 
 // Turns peaks into levels over the threshold. The loud frames are listed first, without a branch
 // on each, so that the logarithms run back to back.
-void FindLevels(const SimpleComp& compressor, double quietKey, int32_t frames, Stretch& levels) {
-    std::array<int32_t, kStretch> loud;
-    int32_t count = 0;
-    for (int32_t f = 0; f < frames; ++f) {
-        loud[static_cast<std::size_t>(count)] = f;
-        count += levels[static_cast<std::size_t>(f)] <= quietKey ? 0 : 1;
+void FindLevels(const SimpleComp& compressor, double quietKey, std::span<double> levels) {
+    std::array<std::size_t, kLivelyStretch> loud;
+    std::size_t count = 0;
+    for (std::size_t f = 0; f < levels.size(); ++f) {
+        const bool quiet = levels[f] <= quietKey;
+        levels[f] = quiet ? kDcOffset : levels[f];
+        loud[count] = f;
+        count += quiet ? 0 : 1;
     }
-    Stretch over;
-    for (int32_t i = 0; i < count; ++i) {
-        const auto f = static_cast<std::size_t>(loud[static_cast<std::size_t>(i)]);
-        over[static_cast<std::size_t>(i)] = compressor.LevelOver(levels[f]);
-    }
-    std::fill_n(levels.begin(), frames, kDcOffset);
-    for (int32_t i = 0; i < count; ++i)
-        levels[static_cast<std::size_t>(loud[static_cast<std::size_t>(i)])] =
-            over[static_cast<std::size_t>(i)];
+    for (const std::size_t f : std::span(loud).first(count))
+        levels[f] = compressor.LevelOver(levels[f]);
 }
 
-void RunStretch(SimpleComp& compressor, double quietKey, const float* in, float* out,
-                int32_t frames, int32_t channels) {
-    Stretch levels;
+void RunLively(SimpleComp& compressor, double quietKey, const float* in, float* out, int32_t frames,
+               int32_t channels) {
+    std::array<double, kLivelyStretch> buffer;
+    const auto levels = std::span(buffer).first(static_cast<std::size_t>(frames));
     FindPeaks(in, frames, channels, levels.data());
-    FindLevels(compressor, quietKey, frames, levels);
+    FindLevels(compressor, quietKey, levels);
     const double slope = compressor.GetRatio() - 1.0;
     PairedFollower follower{Both(compressor.AttackCoefficient()),
                             Both(compressor.ReleaseCoefficient()), Both(compressor.Envelope())};
     WithWidth(channels, [&](auto width) {
-        for (std::size_t f = 0; f < static_cast<std::size_t>(frames);
-             ++f, in += width, out += width) {
-            const double envelope = follower.Run(levels[f]);
-            ScaleFrame(in, out, width, Both(CurrentGain(slope * (envelope - kDcOffset))));
+        for (const double level : levels) {
+            const double gainDb = slope * (follower.Run(level) - kDcOffset);
+            ScaleFrame(in, out, width, Both(EffectiveGain(gainDb)));
+            in += width;
+            out += width;
         }
     });
     compressor.SetEnvelope(follower.state[0]);
@@ -102,20 +97,16 @@ void ProcessLinked(SimpleComp& compressor, const float* in, float* out, int32_t 
                    int32_t channels) QUORVEL_REAL_TIME {
     if (channels < 0) return;
     const float quietKey = QuietKey(compressor.GetThreshold());
-    for (int32_t done = 0; done < frames;) {
-        const float* from = in + int64_t{done} * channels;
-        float* to = out + int64_t{done} * channels;
-        int32_t count = 0;
-        if (IsAtRest(compressor)) {
-            count = ScaleWhileBelow(from, to, frames - done, channels, quietKey,
-                                    CurrentGain(compressor.GainDb()));
-        }
-        if (count == 0) {
-            count = std::min(kStretch, frames - done);
-            RunStretch(compressor, static_cast<double>(quietKey), from, to, count, channels);
-        }
-        done += count;
-    }
+    WalkStretches(
+        in, out, frames, channels,
+        [&](const float* from, float* to, int32_t count) {
+            if (!IsAtRest(compressor)) return 0;
+            const double gain = EffectiveGain(compressor.GainDb());
+            return ScaleWhileBelow(from, to, count, channels, quietKey, gain);
+        },
+        [&](const float* from, float* to, int32_t count) {
+            RunLively(compressor, double{quietKey}, from, to, count, channels);
+        });
 }
 
 }  // namespace quorvel::dynamics

@@ -3,17 +3,15 @@
 // A closed gate whose envelope stays where it is will stay there until a key is above the
 // threshold: its gain holds for all frames up to that key. (After activity it can stall some units
 // in the last place above closed.)
-#include <algorithm>
 #include <array>
 
 #include "blocks/dynamics/linked_gain.h"
 #include "blocks/dynamics/sample_kernels.h"
 #include "blocks/dynamics/simple_gate.h"
+#include "blocks/dynamics/stretches.h"
 
 namespace quorvel::dynamics {
 namespace {
-
-constexpr int32_t kStretch = 128;  // frames worked on at a time; a few KiB of stack
 
 bool IsAtRest(const SimpleGate& gate) {
     double next = gate.Envelope();
@@ -33,8 +31,8 @@ bool RisesWhenOpen(const SimpleGate& gate) {
 }
 
 // The only thing that a frame waits for is the envelope of the frame before: three operations.
-void RunStretch(SimpleGate& gate, const float* in, float* out, int32_t frames, int32_t channels) {
-    std::array<double, kStretch> peaks;
+void RunLively(SimpleGate& gate, const float* in, float* out, int32_t frames, int32_t channels) {
+    std::array<double, kLivelyStretch> peaks;
     FindPeaks(in, frames, channels, peaks.data());
     const Pair threshold = Both(gate.LinearThreshold());
     const Pair opened = Both(1.0 + kDcOffset);
@@ -60,18 +58,15 @@ void ProcessLinked(SimpleGate& gate, const float* in, float* out, int32_t frames
     if (channels < 0) return;
     if (!RisesWhenOpen(gate)) return ProcessLinkedPlain(gate, in, out, frames, channels);
     const float closedKey = FloatNotAbove(gate.LinearThreshold());
-    for (int32_t done = 0; done < frames;) {
-        const float* from = in + int64_t{done} * channels;
-        float* to = out + int64_t{done} * channels;
-        int32_t count = 0;
-        if (IsAtRest(gate))
-            count = ScaleWhileBelow(from, to, frames - done, channels, closedKey, gate.Gain());
-        if (count == 0) {
-            count = std::min(kStretch, frames - done);
-            RunStretch(gate, from, to, count, channels);
-        }
-        done += count;
-    }
+    WalkStretches(
+        in, out, frames, channels,
+        [&](const float* from, float* to, int32_t count) {
+            if (!IsAtRest(gate)) return 0;
+            return ScaleWhileBelow(from, to, count, channels, closedKey, gate.Gain());
+        },
+        [&](const float* from, float* to, int32_t count) {
+            RunLively(gate, from, to, count, channels);
+        });
 }
 
 }  // namespace quorvel::dynamics

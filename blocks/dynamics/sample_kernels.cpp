@@ -81,7 +81,7 @@ struct TimesDouble {
 
 // For products that all end below the smallest normal float, as those of a gate do that stalled
 // just above closed: many processors take a long way round for such results. A subnormal float is
-// an integer in units of 2^-149, and adding 2^52 rounds a double to an integer just as the
+// an integer in units of 2^-149, and adding 1.5 * 2^52 rounds a double to an integer just as the
 // conversion to float would round it.
 struct TimesTiny {
     double unitsGain;  // gain in units of 2^-149
@@ -162,9 +162,10 @@ int32_t ScaleWhileBelow(const float* in, float* out, int32_t frames, int32_t cha
                                     : scan.Run(int64_t{kTile} * channels, scale);
         return static_cast<int32_t>(samples / channels);
     };
-    if (gain > 0.0 && double{ceiling} * gain < 0x1p-126) return runWith(TimesTiny{gain * 0x1p149});
-    const auto single = static_cast<float>(gain);
     if (std::fabs(gain - 1.0) <= kUnityTolerance) return runWith(Unchanged{});
+    if (gain > 0.0 && gain < 1.0 && double{ceiling} * gain < 0x1p-126)
+        return runWith(TimesTiny{gain * 0x1p149});
+    const auto single = static_cast<float>(gain);
     if (static_cast<double>(single) == gain) return runWith(TimesSingle{single});
     return runWith(TimesDouble{gain});
 }

@@ -183,7 +183,7 @@ TEST(AudioGraphStructure, SharedOrUnwillingBlocksGetTheirOwnBuffer) {
 // First fit in creation order, on a pool whose buffers differ in size.
 TEST(BufferPlanner, TakesTheFirstFreeBufferThatIsLargeEnough) {
     BufferPool pool;
-    for (const uint64_t bytes : {8, 32, 16, 64, 32})
+    for (const uint64_t bytes : {8u, 32u, 16u, 64u, 32u})
         ASSERT_TRUE(pool.Append(bytes));
     pool.At(1).users = 1;
     BufferPlanner planner(pool);

@@ -29,14 +29,19 @@ inline std::vector<std::shared_ptr<ProbeBlock>> AddProbes(AudioGraph& graph, uin
     return probes;
 }
 
+// The number behind an id made by NumberedId.
+inline uint32_t NumberOf(const GUID& id) {
+    uint32_t number = 0;
+    for (int i = 4; i < 8; ++i)
+        number = number << 8 | id.Data4[i];
+    return number;
+}
+
 // The numbers of the processing list's blocks in order; 0 for a block that the graph made.
 inline std::vector<uint32_t> Order(const AudioGraph& graph) {
     std::vector<uint32_t> order;
     for (const GraphNode& node : graph.Nodes()) {
-        const uint8_t* tail = node.block->GetId().Data4 + 4;
-        order.push_back(node.block->isInternal
-                            ? 0
-                            : uint32_t{tail[0]} << 24 | tail[1] << 16 | tail[2] << 8 | tail[3]);
+        order.push_back(node.block->isInternal ? 0 : NumberOf(node.block->GetId()));
     }
     return order;
 }

@@ -1,0 +1,225 @@
+// The fast runners against the plain definition, bit for bit: samples and envelopes.
+#include "blocks/dynamics/linked_gain.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "blocks/dynamics/simple_comp.h"
+#include "blocks/dynamics/simple_gate.h"
+#include "engine/output_limiter.h"
+#include "tests/dynamics/same_bits.h"
+
+namespace quorvel::dynamics {
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// A chance that is the same on every system.
+class Chance {
+  public:
+    explicit Chance(uint32_t seed) : random(seed) {}
+
+    int32_t Below(int32_t end) {
+        return static_cast<int32_t>(random() % static_cast<uint32_t>(end));
+    }
+    float Sample(float peak) {
+        return peak * (static_cast<float>(random() % 2000001) / 1000000.0f - 1.0f);
+    }
+    template <typename Value>
+    Value OneOf(const std::vector<Value>& values) {
+        return values[static_cast<std::size_t>(Below(static_cast<int32_t>(values.size())))];
+    }
+
+  private:
+    std::mt19937 random;
+};
+
+// One block of samples: silence, quiet or loud noise, a lively mixture, noise a few steps around
+// the threshold, very small numbers, or noise with what is no number in it.
+std::vector<float> Block(Chance& chance, std::size_t size, double thresholdDb) {
+    const auto threshold =
+        static_cast<float>(std::clamp(DecibelsToLinear(thresholdDb), 1e-6, 10.0));
+    const int kind = chance.Below(8);
+    std::vector<float> samples(size, 0.0f);
+    for (float& x : samples) {
+        switch (kind) {
+            case 0:
+                break;
+            case 1:
+                x = chance.Sample(threshold * 0.9f);
+                break;
+            case 2:
+                x = chance.Sample(threshold * 8.0f);
+                break;
+            case 3:
+                x = chance.Sample(chance.Below(40) == 0 ? threshold * 3.0f : threshold * 0.9f);
+                break;
+            case 4:
+                x = threshold;
+                for (int steps = chance.Below(4); steps > 0; --steps)
+                    x = std::nextafter(x, chance.Below(2) == 0 ? 0.0f : 100.0f);
+                x = chance.Below(2) == 0 ? x : -x;
+                break;
+            case 5:
+                x = chance.Sample(1e-38f);
+                break;
+            case 6:
+                x = chance.Sample(threshold * 0.5f) * 1e-20f;
+                break;
+            default:
+                x = chance.Sample(threshold);
+                if (chance.Below(60) == 0) x = NAN;
+                if (chance.Below(3000) == 0) x = std::numeric_limits<float>::infinity();
+        }
+    }
+    return samples;
+}
+
+const std::vector<double> kThresholdsDb = {-20.0,   -20.0, -6.0,      0.0,       0.1,
+                                           -96.0,   6.0,   900.0,     7000.0,    -600.0,
+                                           -9000.0, NAN,   kInfinity, -kInfinity};
+const std::vector<double> kRatios = {0.25, 0.1, 0.5, 1.0, 2.0, -1.0, 1e30, NAN, kInfinity};
+const std::vector<double> kTimesMs = {0.0, 1.0, 1.0, 5.0, 60.0, 4294967295.0};
+const std::vector<double> kRates = {48000.0, 48000.0, 44100.0, 8000.0, 0.0, -1.0, -48000.0};
+
+void Configure(SimpleComp& compressor, Chance& chance) {
+    compressor.SetRatio(chance.OneOf(kRatios));
+}
+void Configure(SimpleGate&, Chance&) {}
+
+template <typename Engine>
+void CompareOneSetting(uint32_t seed) {
+    Chance chance(seed);
+    Engine fast;
+    const double thresholdDb = chance.OneOf(kThresholdsDb);
+    fast.SetThreshold(thresholdDb);
+    fast.SetAttack(chance.OneOf(kTimesMs));
+    fast.SetRelease(chance.OneOf(kTimesMs));
+    fast.SetSampleRate(chance.OneOf(kRates));
+    Configure(fast, chance);
+    Engine plain = fast;
+    const int32_t channels = chance.Below(10);
+    for (int block = 0; block < 25; ++block) {
+        const int32_t frames = chance.Below(5) == 0 ? chance.Below(4097) : 1 + chance.Below(300);
+        const auto size = static_cast<std::size_t>(frames * channels);
+        std::vector<float> in = Block(chance, size, thresholdDb);
+        std::vector<float> expected(size), out(size);
+        ProcessLinkedPlain(plain, in.data(), expected.data(), frames, channels);
+        const bool inPlace = chance.Below(2) == 0;
+        ProcessLinked(fast, in.data(), inPlace ? in.data() : out.data(), frames, channels);
+        const std::vector<float>& result = inPlace ? in : out;
+        for (std::size_t i = 0; i < size; ++i) {
+            ASSERT_TRUE(SameBits(result[i], expected[i]))
+                << "seed " << seed << " block " << block << " sample " << i << " of " << channels
+                << " channels: " << result[i] << ", not " << expected[i];
+        }
+        ASSERT_TRUE(SameBits(fast.Envelope(), plain.Envelope()))
+            << "seed " << seed << " block " << block;
+    }
+}
+
+TEST(LinkedGain, CompressorHasTheBitsOfItsDefinition) {
+    for (uint32_t seed = 0; seed < 400 && !testing::Test::HasFatalFailure(); ++seed)
+        CompareOneSetting<SimpleComp>(seed);
+}
+
+TEST(LinkedGain, GateHasTheBitsOfItsDefinition) {
+    for (uint32_t seed = 0; seed < 400 && !testing::Test::HasFatalFailure(); ++seed)
+        CompareOneSetting<SimpleGate>(seed);
+}
+
+// After a burst and silence an envelope comes to rest above where it began, and the runners take
+// other ways there: identity for a compressor, results below the normal floats for a gate.
+template <typename Engine>
+void CompareAfterBurst(double releaseMs, double thresholdDb) {
+    Engine fast;
+    fast.SetThreshold(thresholdDb);
+    fast.SetRelease(releaseMs);
+    std::vector<float> samples(480, 0.9f);
+    ProcessLinked(fast, samples.data(), samples.data(), 480, 1);
+    const double start = fast.Envelope();
+    for (int i = 0; i < 44100 * static_cast<int>(releaseMs) / 10; ++i)
+        fast.ComputeGain(0.0);
+    double next = fast.Envelope();
+    fast.Run(kDcOffset, next);
+    ASSERT_EQ(next, fast.Envelope()) << "not at rest";
+    ASSERT_LT(next, start);
+    Engine plain = fast;
+    Chance chance(static_cast<uint32_t>(releaseMs));
+    for (const int32_t channels : {1, 2, 3, 8}) {
+        std::vector<float> in(static_cast<std::size_t>(1001 * channels));
+        for (float& x : in)
+            x = chance.Sample(static_cast<float>(DecibelsToLinear(thresholdDb)) * 0.9f);
+        std::vector<float> out(in.size()), expected(in.size());
+        ProcessLinkedPlain(plain, in.data(), expected.data(), 1001, channels);
+        ProcessLinked(fast, in.data(), out.data(), 1001, channels);
+        for (std::size_t i = 0; i < in.size(); ++i)
+            ASSERT_TRUE(SameBits(out[i], expected[i])) << out[i] << ", not " << expected[i];
+    }
+    ASSERT_EQ(fast.Envelope(), plain.Envelope());
+}
+
+TEST(LinkedGain, StalledEnvelopesHaveTheBitsOfTheirDefinition) {
+    for (const double releaseMs : {1.0, 10.0, 100.0, 300.0}) {
+        CompareAfterBurst<SimpleComp>(releaseMs, -20.0);
+        CompareAfterBurst<SimpleGate>(releaseMs, -20.0);
+        CompareAfterBurst<SimpleGate>(releaseMs, -1.0);
+    }
+}
+
+TEST(LinkedGain, KeyIsTheLargestSampleOfTheFrame) {
+    SimpleComp linked;
+    linked.SetThreshold(-20.0);
+    linked.SetRatio(0.25);
+    SimpleComp alone = linked;
+    for (int i = 0; i < 1000; ++i) {
+        float frame[2] = {0.5f, -0.9f};
+        ProcessLinked(linked, frame, frame, 1, 2);
+        const double gain = alone.ComputeGain(static_cast<double>(0.9f));
+        ASSERT_EQ(frame[0], static_cast<float>(0.5 * gain));
+        ASSERT_EQ(frame[1], static_cast<float>(-static_cast<double>(0.9f) * gain));
+    }
+}
+
+// 10 dB over full scale settle at 1 dB over it, after the onset has passed unharmed.
+TEST(OutputLimiter, LetsATenthOfTheDecibelsThrough) {
+    for (const double hertz : {44100.0, 96000.0}) {
+        OutputLimiter limiter;
+        limiter.SetSampleRate(hertz);
+        const auto second = static_cast<int32_t>(hertz);
+        std::vector<float> samples(static_cast<std::size_t>(second) * 2,
+                                   static_cast<float>(DecibelsToLinear(10.0)));
+        limiter.Process(samples.data(), second, 2);
+        EXPECT_GT(LinearToDecibels(static_cast<double>(samples[0])), 9.0);
+        EXPECT_NEAR(LinearToDecibels(static_cast<double>(samples[samples.size() - 1])), 1.0, 1e-4);
+        // 63 % of the 9 dB within 1 ms, and back within 200 ms.
+        const auto attack = static_cast<std::size_t>(second) / 1000;
+        EXPECT_NEAR(LinearToDecibels(static_cast<double>(samples[2 * attack - 2])),
+                    10.0 - 9.0 * (1.0 - std::exp(-1.0)), 0.01);
+        std::fill(samples.begin(), samples.end(), 0.5f);
+        limiter.Process(samples.data(), second / 5, 2);
+        EXPECT_NEAR(
+            LinearToDecibels(
+                static_cast<double>(samples[static_cast<std::size_t>(second / 5 - 1) * 2]) * 2.0),
+            -9.0 * std::exp(-1.0), 0.01);
+        limiter.Process(samples.data(), second, 0);
+    }
+}
+
+TEST(OutputLimiter, PassesFullScaleUntouched) {
+    OutputLimiter limiter;
+    std::vector<float> samples = {1.0f, -1.0f, 0.3f, 0.0f, -0.0f, 1e-40f};
+    const std::vector<float> in = samples;
+    limiter.Process(samples.data(), 3, 2);
+    for (std::size_t i = 0; i < in.size(); ++i)
+        EXPECT_TRUE(SameBits(samples[i], in[i]));
+}
+
+}  // namespace
+}  // namespace quorvel::dynamics

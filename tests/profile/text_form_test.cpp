@@ -1,0 +1,209 @@
+#include "profile/text_form.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+
+#include "client/quorvel_audio_device.h"
+#include "profile/base64.h"
+#include "profile/profile_hash.h"
+#include "tests/profile/sample_record.h"
+
+namespace quorvel::test {
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+Bytes BytesOf(std::string_view text) {
+    Bytes bytes(text.size());
+    std::transform(text.begin(), text.end(), bytes.begin(), [](char c) { return std::byte(c); });
+    return bytes;
+}
+
+std::string Encode(std::span<const std::byte> bytes) {
+    std::string text(Base64Length(bytes.size()), '?');
+    EncodeBase64(bytes, text.data());
+    return text;
+}
+
+Bytes Decode(std::string_view text) {
+    Bytes bytes(Base64Capacity(text.size()));
+    bytes.resize(DecodeBase64(text, bytes.data()));
+    return bytes;
+}
+
+TEST(Base64, AnswersThePublishedVectors) {  // RFC 4648, section 10
+    const std::pair<const char*, const char*> vectors[] = {{"", ""},
+                                                           {"f", "Zg=="},
+                                                           {"fo", "Zm8="},
+                                                           {"foo", "Zm9v"},
+                                                           {"foob", "Zm9vYg=="},
+                                                           {"fooba", "Zm9vYmE="},
+                                                           {"foobar", "Zm9vYmFy"}};
+    for (const auto& [plain, text] : vectors) {
+        EXPECT_EQ(Encode(BytesOf(plain)), text);
+        EXPECT_EQ(Decode(text), BytesOf(plain));
+    }
+}
+
+TEST(Base64, DecodingStopsAtTheFirstForeignCharacter) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"Zm9v\nYmFy", "foo"}, {"Zm9 vYmFy", "fo"},  {"Zm=9v", "f"},   {"Z===", ""},
+        {"Zm9vYg", "foob"},    {"Zm9vYmE", "fooba"}, {"Zm9vY", "foo"}, {"Zm9v-mFy", "foo"}};
+    for (const auto& [text, plain] : cases)
+        EXPECT_EQ(Decode(text), BytesOf(plain)) << text;
+}
+
+TEST(Base64, EveryByteStringComesBack) {
+    std::mt19937 random(1);
+    for (std::size_t size = 0; size < 300; ++size) {
+        Bytes bytes(size);
+        for (auto& byte : bytes)
+            byte = static_cast<std::byte>(random());
+        const std::string text = Encode(bytes);
+        EXPECT_EQ(text.size() % 4, 0u);
+        EXPECT_EQ(Decode(text), bytes);
+    }
+}
+
+TEST(ProfileHash, CountsBytesAsSigned) {
+    const std::pair<std::vector<int>, std::uint32_t> cases[] = {
+        {{}, 0}, {{1, 2}, 0x67}, {{0xFF}, 0xFFFFFFFF}, {{0x80, 1}, 0xFFFFCD81}};
+    for (const auto& [values, hash] : cases) {
+        Bytes bytes;
+        for (const int value : values)
+            bytes.push_back(static_cast<std::byte>(value));
+        EXPECT_EQ(HashProfile(bytes), hash);
+        EXPECT_EQ(HashProfilePlainly(bytes), hash);
+    }
+}
+
+TEST(ProfileHash, FastFormEqualsTheDefinition) {
+    std::mt19937 random(2);
+    Bytes bytes(1000);
+    for (auto& byte : bytes)
+        byte = static_cast<std::byte>(random());
+    for (std::size_t size = 0; size <= bytes.size(); ++size)
+        ASSERT_EQ(HashProfile(std::span(bytes).first(size)),
+                  HashProfilePlainly(std::span(bytes).first(size)));
+}
+
+// The envelope around `record`, byte by byte; `hash` is added to the true one.
+ByteBuilder Envelope(std::span<const std::byte> record, int version, std::uint32_t hash = 0) {
+    ByteBuilder bytes;
+    bytes.Raw({0xB7, 0xFA, 0xE7, 0x36, 0x5D, 0xAC, 0x22, 0x49});
+    bytes.Raw({0x85, 0xC5, 0xB2, 0x8E, 0x1E, 0x50, 0x98, 0x82});
+    bytes.Number(static_cast<unsigned>(version), 2).Number(HashProfilePlainly(record) + hash);
+    bytes.bytes.insert(bytes.bytes.end(), record.begin(), record.end());
+    bytes.Raw({0xD3, 0x87, 0xDF, 0x85, 0xAA, 0x8A, 0xA9, 0x44});
+    bytes.Raw({0xA7, 0x9F, 0xB6, 0x9E, 0xF0, 0x16, 0xE7, 0xFE});
+    return bytes;
+}
+
+std::string TextOf(QuorvelAudioProfile& profile) {
+    const char* text = QuorvelAudioDevice::EncodeProfile(&profile);
+    const std::string copy = text ? text : "null";
+    QuorvelAudioDevice::Free(const_cast<char*>(text));
+    return copy;
+}
+
+TEST(TextForm, WrapsTheRecordInMarksVersionAndHash) {
+    QuorvelAudioProfile profile;
+    FillSample(profile);
+    EXPECT_EQ(TextOf(profile), Encode(Envelope(SampleRecord(0).Span(), 2).Span()));
+    QuorvelAudioProfile empty;
+    EXPECT_EQ(TextOf(empty).size(), 128u);
+    EXPECT_EQ(TextOf(empty).substr(124), "/g==");  // the last byte is 0xFE
+    EXPECT_EQ(QuorvelAudioDevice::EncodeProfile(nullptr), nullptr);
+}
+
+TEST(TextForm, RandomProfilesComeBack) {
+    std::mt19937 random(4);
+    for (int round = 0; round < 100; ++round) {
+        QuorvelAudioProfile profile;
+        FillRandomly(profile, random, {});
+        QuorvelAudioProfile read;
+        ASSERT_EQ(QuorvelAudioDevice::DecodeProfile(TextOf(profile).c_str(), &read),
+                  DWORD{ERROR_SUCCESS});
+        ASSERT_EQ(Describe(read), Describe(profile));
+    }
+}
+
+struct Faulty {
+    const char* what;
+    std::string text;
+    DWORD result;
+};
+
+TEST(TextForm, AnswersEachFaultWithItsCode) {
+    const ByteBuilder record = SampleRecord(0);
+    const ByteBuilder record1 = SampleRecord1();
+    const ByteBuilder good = Envelope(record.Span(), 2);
+    ByteBuilder badHeader = good;
+    badHeader.Patch(12, 0);
+    ByteBuilder badTrailer = good;
+    badTrailer.Patch(good.bytes.size() - 4, 0);
+    const std::string text = Encode(good.Span());
+    std::string broken = text;
+    broken.insert(60, "\r\n");
+    const std::span<const std::byte> shortest = good.Span().first(37);
+    const Faulty cases[] = {
+        {"version 2", text, ERROR_SUCCESS},
+        {"version 1", Encode(Envelope(record1.Span(), 1).Span()), ERROR_SUCCESS},
+        {"characters behind the padding", text + "!", ERROR_SUCCESS},
+        {"empty", "", ERROR_INVALID_PARAMETER},
+        {"no base64", "\n", ERROR_INVALID_DATA},
+        {"too short", Encode(shortest), ERROR_INVALID_DATA},
+        {"line break inside", broken, ERROR_INVALID_DATA},
+        {"header mark", Encode(badHeader.Span()), ERROR_INVALID_DATA},
+        {"trailer mark", Encode(badTrailer.Span()), ERROR_INVALID_DATA},
+        {"version 0", Encode(Envelope(record.Span(), 0).Span()), ERROR_INVALID_DATA},
+        {"version 3", Encode(Envelope(record.Span(), 3, 1).Span()), ERROR_UNKNOWN_REVISION},
+        {"version 0x102", Encode(Envelope(record.Span(), 0x102).Span()), ERROR_UNKNOWN_REVISION},
+        {"no record", Encode(Envelope({}, 2).Span()), ERROR_INVALID_DATA},
+        {"hash", Encode(Envelope(record.Span(), 2, 1).Span()), ERROR_INVALID_DATA},
+        {"version 1 read as 2", Encode(Envelope(record1.Span(), 2).Span()), ERROR_INVALID_DATA},
+    };
+    for (const auto& [what, faulty, result] : cases) {
+        QuorvelAudioProfile profile;
+        EXPECT_EQ(QuorvelAudioDevice::DecodeProfile(faulty.c_str(), &profile), result) << what;
+    }
+    QuorvelAudioProfile profile;
+    EXPECT_EQ(QuorvelAudioDevice::DecodeProfile(nullptr, &profile), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(QuorvelAudioDevice::DecodeProfile(text.c_str(), nullptr),
+              DWORD{ERROR_INVALID_PARAMETER});
+}
+
+TEST(TextForm, DamageIsSeenBeforeTheProfileChanges) {
+    QuorvelAudioProfile profile;
+    FillSample(profile);
+    const std::string text = TextOf(profile);
+    const std::string content = Describe(profile);
+    for (std::size_t i = 0; i + 2 < text.size(); ++i) {
+        std::string damaged = text;
+        damaged[i] = damaged[i] == 'Q' ? 'R' : 'Q';
+        EXPECT_NE(QuorvelAudioDevice::DecodeProfile(damaged.c_str(), &profile),
+                  DWORD{ERROR_SUCCESS});
+        EXPECT_NE(QuorvelAudioDevice::DecodeProfile(text.substr(0, i).c_str(), &profile),
+                  DWORD{ERROR_SUCCESS});
+    }
+    EXPECT_EQ(Describe(profile), content);
+}
+
+TEST(CopyString, CopiesUnitsOrGivesNull) {
+    const WCHAR source[] = {'x', 0xD800, 0};
+    WCHAR* target = nullptr;
+    QuorvelAudioDevice::CopyString(target, source);
+    ASSERT_NE(target, nullptr);
+    EXPECT_NE(target, source);
+    EXPECT_EQ(std::memcmp(target, source, sizeof(source)), 0);
+    QuorvelAudioDevice::Free(target);
+    QuorvelAudioDevice::CopyString(target, nullptr);
+    EXPECT_EQ(target, nullptr);
+    QuorvelAudioDevice::Free(nullptr);
+}
+
+}  // namespace
+}  // namespace quorvel::test

@@ -1,0 +1,174 @@
+// The gain, channel extractor, bypass and mixer blocks.
+#include <memory>
+
+#include "blocks/stream_expander_block.h"
+#include "engine/bypass_block.h"
+#include "engine/channel_extractor_block.h"
+#include "engine/channel_masks.h"
+#include "engine/channels_combiner_block.h"
+#include "engine/gain_block.h"
+#include "engine/mixer_block.h"
+#include "tests/routing/samples.h"
+
+namespace quorvel {
+namespace {
+
+constexpr GUID kId{};
+
+template <typename Block, typename Record>
+void Configure(Block& block, const Record& record, int32_t width, uint32_t mask) {
+    block.SetFormat(width, mask, 48000);
+    ASSERT_TRUE(block.SetParameterData(&record, sizeof(record)));
+}
+
+TEST(RoutingBlocks, NullAndShortRecordsAreRefused) {
+    struct Case {
+        std::unique_ptr<AudioBlock> block;
+        uint32_t size;
+    };
+    Case cases[] = {{std::make_unique<GainBlock>(kId), 4},
+                    {std::make_unique<ChannelExtractorBlock>(kId), 4},
+                    {std::make_unique<BypassBlock>(kId), 4},
+                    {std::make_unique<ChannelsCombinerBlock>(kId), 8},
+                    {std::make_unique<StreamExpanderBlock>(kId), 8}};
+    const std::array<uint32_t, 3> record = {1, 1, 0};
+    for (const auto& [block, size] : cases) {
+        block->SetFormat(2, 0x3, 48000);
+        const int32_t width = block->GetOutputChannels();
+        EXPECT_FALSE(block->SetParameterData(nullptr, 64));
+        EXPECT_FALSE(block->SetParameters(nullptr));
+        for (uint32_t bytes = 0; bytes < size; ++bytes)
+            EXPECT_FALSE(block->SetParameterData(record.data(), bytes)) << bytes;
+        EXPECT_EQ(block->GetOutputChannels(), width);
+        EXPECT_TRUE(block->SetParameterData(record.data(), size));
+        EXPECT_TRUE(block->SetParameterData(record.data(), size + 4));
+    }
+}
+
+TEST(GainBlock, ScalesEverySampleInSinglePrecision) {
+    for (const auto& [gainDb, gain] :
+         {std::pair{-6.0f, 0.50118721f}, {0.0f, 1.0f}, {20.0f, 10.0f}}) {
+        for (const int32_t width : {1, 2, 7, 8}) {
+            for (const int32_t frames : {-1, 0, 1, 3, 16, 33}) {
+                GainBlock block(kId);
+                Configure(block, GainParameters{gainDb}, width, 0);
+                const auto count = static_cast<std::size_t>(width * std::max(frames, 0));
+                auto in = RandomSamples(count + 1, static_cast<uint32_t>(width));
+                auto expected = in, out = std::vector<float>(count + 1, kUntouched);
+                AudioBlock::ForEachSample(in.data(), expected.data(), width, frames,
+                                          [g = gain](float* x, float* y) { *y = g * *x; });
+                block.Process(in.data(), out.data(), frames);
+                EXPECT_EQ(out.back(), kUntouched);
+                out.back() = in.back();
+                ExpectSameBits(out, expected);
+                block.Process(in.data(), in.data(), frames);
+                ExpectSameBits(in, expected);
+            }
+        }
+    }
+}
+
+TEST(GainBlock, FreshBlockPassesSamples) {
+    GainBlock block(kId);
+    block.SetFormat(2, 0x3, 48000);
+    const auto in = RandomSamples(40, 1);
+    auto samples = in;
+    block.Process(samples.data(), samples.data(), 20);
+    ExpectSameBits(samples, in);
+}
+
+TEST(ChannelExtractorBlock, PicksTheChannelOrGivesSilence) {
+    constexpr int32_t kFrames = 9;
+    for (const int32_t width : {1, 2, 8}) {
+        for (const int32_t index : {INT32_MIN, -1, 0, 1, 3, 7, 8, INT32_MAX}) {
+            SCOPED_TRACE(std::to_string(index) + " of " + std::to_string(width));
+            ChannelExtractorBlock block(kId);
+            Configure(block, ChannelExtractorParameters{index}, width, 0x63F);
+            EXPECT_EQ(block.GetOutputChannels(), 1);
+            EXPECT_EQ(block.GetChannelMask(), 0x4u);
+            auto in = RandomSamples(static_cast<std::size_t>(kFrames * width), 2);
+            std::vector<float> expected(kFrames, 0.0f), out(kFrames + 1, kUntouched);
+            for (int32_t f = 0; f < kFrames && index >= 0 && index < width; ++f)
+                expected[static_cast<std::size_t>(f)] =
+                    in[static_cast<std::size_t>(f * width + index)];
+            block.Process(in.data(), out.data(), kFrames);
+            EXPECT_EQ(out.back(), kUntouched);
+            out.pop_back();
+            ExpectSameBits(out, expected);
+            block.Process(in.data(), in.data(), kFrames);
+            in.resize(kFrames);
+            ExpectSameBits(in, expected);
+        }
+    }
+}
+
+// What becomes of frames of ones, by width and mask of the input and the output width. "Nothing"
+// is an empty frame.
+TEST(BypassBlock, FoldsPassesOrLeavesTheOutput) {
+    struct Case {
+        int32_t width;
+        uint32_t mask, outputWidth;
+        std::vector<float> frame;
+    };
+    const std::vector<Case> cases = {
+        {1, 0x4, 2, {0.70794576f, 0.70794576f}},
+        {2, 0x3, 1, {2 * 0.50118721f}},
+        {2, 0x3, 2, {1, 1}},    // as wide: passes
+        {2, 0x63F, 2, {1, 1}},  // the mask only needs a routine
+        {2, 0x3B, 2, {}},       // and without one nothing passes
+        {5, 0x3B, 2, {}},       // no routine
+        {8, 0x63F, 3, {}},      // no routine for that width
+        {8, 0x63F, 0xFFFFFFFF, {}},
+        {8, 0x3, 2, {1, 1}},  // only the first two channels are read
+        {6, 0x63F, 2, {}},    // mask beyond the frame
+        {1, 0x3, 2, {}},
+    };
+    for (const Case& testCase : cases) {
+        SCOPED_TRACE(std::to_string(testCase.width) + ", mask " + std::to_string(testCase.mask));
+        // Parameters and format may come in either order.
+        BypassBlock first(kId), second(kId);
+        const BypassParameters parameters{testCase.outputWidth};
+        Configure(first, parameters, testCase.width, testCase.mask);
+        ASSERT_TRUE(second.SetParameters(&parameters));
+        second.SetFormat(testCase.width, testCase.mask, 48000);
+        for (BypassBlock* block : {&first, &second}) {
+            EXPECT_EQ(block->GetInputChannels(), testCase.width);
+            EXPECT_EQ(block->GetOutputChannels(), static_cast<int32_t>(testCase.outputWidth));
+            EXPECT_EQ(block->GetChannelMask(), DefaultChannelMask(testCase.outputWidth));
+            std::vector<float> in(static_cast<std::size_t>(2 * testCase.width), 1.0f);
+            std::vector<float> out(16, kUntouched), expected = testCase.frame;
+            expected.insert(expected.end(), testCase.frame.begin(), testCase.frame.end());
+            block->Process(in.data(), out.data(), 2);
+            ExpectSameBits(out, WithRoom(expected, 16));
+        }
+    }
+}
+
+TEST(MixerBlock, SumsAnyNumberOfInputsLikeThePlainSum) {
+    for (const std::size_t count : {2u, 3u, 5u}) {
+        for (const int32_t frames : {1, 3, 4, 5, 12, 100}) {
+            constexpr int32_t kWidth = 8;
+            const auto samples = static_cast<std::size_t>(frames * kWidth);
+            MixerBlock block(kId);
+            block.SetFormat(kWidth, 0x63F, 48000);
+            std::vector<AudioBuffer> buffers(count);
+            std::vector<BlockInput> inputs(count);
+            std::vector<float> expected(samples, 0.0f), out(samples + 1, kUntouched);
+            for (std::size_t i = 0; i < count; ++i) {
+                ASSERT_TRUE(buffers[i].Grow(BufferBytes(frames, kWidth)));
+                const auto in = RandomSamples(samples, static_cast<uint32_t>(i));
+                std::copy(in.begin(), in.end(), buffers[i].data);
+                inputs[i].buffer = &buffers[i];
+                for (std::size_t s = 0; s < samples; ++s)
+                    expected[s] += in[s];
+            }
+            block.ProcessInputs(inputs, out.data(), frames);
+            EXPECT_EQ(out.back(), kUntouched);
+            out.pop_back();
+            ExpectSameBits(out, expected);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace quorvel
