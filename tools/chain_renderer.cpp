@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <vector>
 
 #include "tools/progress_bar.h"
@@ -14,14 +15,21 @@ constexpr std::int32_t kPieceFrames = 65536;
 
 class Renderer {
   public:
-    Renderer(AudioGraph& graphToRun, std::int32_t framesInBlock)
+    Renderer(AudioGraph& graphToRun, std::int32_t framesInBlock, const ActivityListener& listener)
         : graph(graphToRun),
+          onActivity(listener),
           blockFrames(framesInBlock),
           pieceFrames(std::max(kPieceFrames / framesInBlock, 1) * framesInBlock),
           inWidth(graph.InputFormat().Format.nChannels),
           outWidth(graph.OutputFormat().Format.nChannels),
           in(static_cast<std::size_t>(pieceFrames) * inWidth),
-          out(static_cast<std::size_t>(pieceFrames) * outWidth) {}
+          out(static_cast<std::size_t>(pieceFrames) * outWidth) {
+        // The callback runs inside Process, where a live graph must neither print nor wait.
+        graph.SetActiveChannelsCallback([this](std::uint32_t mask) { changedMask = mask; });
+    }
+    ~Renderer() { graph.SetActiveChannelsCallback({}); }
+    Renderer(const Renderer&) = delete;
+    Renderer& operator=(const Renderer&) = delete;
 
     void Run(AudioReader& reader, AudioWriter& writer) {
         ProgressBar progress(reader.Frames());
@@ -48,11 +56,15 @@ class Renderer {
             const auto active =
                 graph.Process(in.data() + std::size_t(first) * inWidth, blockOut, count);
             if (active == 0) std::fill_n(blockOut, std::size_t(count) * outWidth, 0.0f);
+            if (changedMask) onActivity(outcome.frames, *changedMask);
+            changedMask.reset();
             outcome.frames += count;
         }
     }
 
     AudioGraph& graph;
+    const ActivityListener& onActivity;
+    std::optional<std::uint32_t> changedMask;
     std::int32_t blockFrames;
     std::int32_t pieceFrames;
     std::size_t inWidth;
@@ -66,11 +78,8 @@ class Renderer {
 RenderOutcome Render(AudioGraph& graph, AudioReader& reader, AudioWriter& writer,
                      std::int32_t blockFrames, const ActivityListener& onActivity) {
     const auto start = std::chrono::steady_clock::now();
-    Renderer renderer(graph, blockFrames);
-    graph.SetActiveChannelsCallback(
-        [&](std::uint32_t mask) { onActivity(renderer.outcome.frames, mask); });
+    Renderer renderer(graph, blockFrames, onActivity);
     renderer.Run(reader, writer);
-    graph.SetActiveChannelsCallback({});
     writer.Finish();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     renderer.outcome.seconds = took.count();

@@ -12,7 +12,7 @@ namespace {
 
 // Place in memory of the byte that each pair of digits spells: the first three fields are
 // little-endian in memory and written as numbers.
-constexpr std::array<std::size_t, 16> kByteOfPair = {3, 2, 1, 0, 5,  4,  7,  6,
+constexpr std::array<std::size_t, 16> kByteOfPair = {3, 2, 1,  0,  5,  4,  7,  6,
                                                      8, 9, 10, 11, 12, 13, 14, 15};
 constexpr std::size_t kTextLength = 36;
 

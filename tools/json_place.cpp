@@ -9,8 +9,8 @@ namespace {
 constexpr std::size_t kLongestQuote = 80;
 
 bool IsPlain(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           c == '_' || c == '$';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '$';
 }
 
 }  // namespace

@@ -93,8 +93,8 @@ class DocumentBuilder final : public nlohmann::json_sax<Json> {
 
     bool Open(Json container) {
         if (open.size() == kDeepestNesting) {
-            throw InvalidInput(Place() + ": nested deeper than " +
-                               std::to_string(kDeepestNesting) + " levels");
+            throw InvalidInput(Place() + ": nested deeper than " + std::to_string(kDeepestNesting) +
+                               " levels");
         }
         open.push_back({Append(std::move(container))});
         return true;

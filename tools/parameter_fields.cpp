@@ -33,8 +33,8 @@ constexpr const char* kWidthModes[] = {"Q", "Octaves", "ShelfSlope"};
 constexpr Field BandField(std::optional<double> defaultGainDb) {
     return {"gainDb", kFloat32, offsetof(FilterBand, gainDb), "dB", -60.0, 60.0, defaultGainDb};
 }
-constexpr Field kFrequency = {
-    "frequency", kFloat32, offsetof(FilterBand, frequency), "Hz", 1.0, 192000.0};
+constexpr Field kFrequency = {"frequency", kFloat32, offsetof(FilterBand, frequency),
+                              "Hz",        1.0,      192000.0};
 constexpr Field kWidth = {"width", kFloat32, offsetof(FilterBand, width), "", 0.001, 1000.0};
 constexpr Field kWidthMode = {
     "widthMode", kChoice16, offsetof(FilterBand, widthMode), "", 0.0, 2.0, 0.0, kWidthModes};
@@ -50,8 +50,8 @@ constexpr RecordLayout kFilter = {kBandsField, sizeof(std::uint32_t)};
 constexpr RecordLayout kGainFilter = {kGainBandsField, sizeof(std::uint32_t)};
 
 constexpr Field kBypassFields[] = {{"outputChannelCount", kUnsigned32,
-                                    offsetof(BypassParameters, outputChannelCount), "channels",
-                                    1.0, 2.0, 2.0}};
+                                    offsetof(BypassParameters, outputChannelCount), "channels", 1.0,
+                                    2.0, 2.0}};
 
 constexpr Field kExtractorFields[] = {{"channelIndex", kSigned32,
                                        offsetof(ChannelExtractorParameters, channelIndex), "", 0.0,
@@ -60,9 +60,15 @@ constexpr Field kExtractorFields[] = {{"channelIndex", kSigned32,
 // An offset of -1 leaves the input out.
 constexpr Field kOffsetField[] = {{nullptr, kSigned32, 0, "", -1.0, kMostChannels - 1.0}};
 constexpr RecordLayout kOffset = {kOffsetField, sizeof(std::int32_t)};
-constexpr Field kCombinerFields[] = {{"channelOffsets", kList,
-                                      offsetof(ChannelsCombinerParameters, count), "", 1.0,
-                                      kMostItems, {}, {}, &kOffset}};
+constexpr Field kCombinerFields[] = {{"channelOffsets",
+                                      kList,
+                                      offsetof(ChannelsCombinerParameters, count),
+                                      "",
+                                      1.0,
+                                      kMostItems,
+                                      {},
+                                      {},
+                                      &kOffset}};
 
 constexpr Field kGainFields[] = {
     {"gainDb", kFloat32, offsetof(GainParameters, gainDb), "dB", kQuietestDb, kLoudestDb, 0.0}};
@@ -117,9 +123,7 @@ constexpr BlockFields kBlocks[] = {
     {&kNoiseGateBlockTypeId, "gate", {kGateFields, sizeof(NoiseGateParameters)}},
     {&kNotchFilterBlockTypeId, "notch", kFilter},
     {&kPeakingEQFilterBlockTypeId, "peaking", kGainFilter},
-    {&kStreamExpanderBlockTypeId,
-     "expander",
-     {kExpanderFields, sizeof(StreamExpanderParameters)}},
+    {&kStreamExpanderBlockTypeId, "expander", {kExpanderFields, sizeof(StreamExpanderParameters)}},
 };
 
 }  // namespace

@@ -29,11 +29,16 @@ Value Get(std::span<const std::uint8_t> bytes, std::size_t offset) {
 // `number` lies in the range of the field.
 void PutNumber(Bytes& bytes, std::size_t offset, FieldKind kind, double number) {
     switch (kind) {
-        case FieldKind::kFloat32: return Put(bytes, offset, static_cast<float>(number));
-        case FieldKind::kUnsigned32: return Put(bytes, offset, static_cast<std::uint32_t>(number));
-        case FieldKind::kSigned32: return Put(bytes, offset, static_cast<std::int32_t>(number));
-        case FieldKind::kChoice16: return Put(bytes, offset, static_cast<std::uint16_t>(number));
-        case FieldKind::kList: return;
+        case FieldKind::kFloat32:
+            return Put(bytes, offset, static_cast<float>(number));
+        case FieldKind::kUnsigned32:
+            return Put(bytes, offset, static_cast<std::uint32_t>(number));
+        case FieldKind::kSigned32:
+            return Put(bytes, offset, static_cast<std::int32_t>(number));
+        case FieldKind::kChoice16:
+            return Put(bytes, offset, static_cast<std::uint16_t>(number));
+        case FieldKind::kList:
+            return;
     }
 }
 
@@ -118,8 +123,8 @@ void ReadRecord(const Json& value, const RecordLayout& record, const JsonPlace& 
     RequireObject(value, place);
     RefuseUnknownFields(value, record, place);
     for (const Field& field : record.fields) {
-        ReadField(FindMember(value, field.name), field, start + field.offset,
-                  place.Key(field.name), bytes);
+        ReadField(FindMember(value, field.name), field, start + field.offset, place.Key(field.name),
+                  bytes);
     }
 }
 
@@ -136,11 +141,16 @@ OrderedJson WriteList(std::span<const std::uint8_t> items, const RecordLayout& i
 OrderedJson WriteField(std::span<const std::uint8_t> bytes, const Field& field,
                        std::size_t recordSize) {
     switch (field.kind) {
-        case FieldKind::kFloat32: return ShortestDouble(Get<float>(bytes, field.offset));
-        case FieldKind::kUnsigned32: return Get<std::uint32_t>(bytes, field.offset);
-        case FieldKind::kSigned32: return Get<std::int32_t>(bytes, field.offset);
-        case FieldKind::kList: return WriteList(bytes.subspan(recordSize), *field.item);
-        case FieldKind::kChoice16: break;
+        case FieldKind::kFloat32:
+            return ShortestDouble(Get<float>(bytes, field.offset));
+        case FieldKind::kUnsigned32:
+            return Get<std::uint32_t>(bytes, field.offset);
+        case FieldKind::kSigned32:
+            return Get<std::int32_t>(bytes, field.offset);
+        case FieldKind::kList:
+            return WriteList(bytes.subspan(recordSize), *field.item);
+        case FieldKind::kChoice16:
+            break;
     }
     const auto choice = Get<std::uint16_t>(bytes, field.offset);
     return choice < field.choices.size() ? OrderedJson(field.choices[choice]) : OrderedJson();

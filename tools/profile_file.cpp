@@ -14,19 +14,20 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
 
 struct FreeText {
-    void operator()(const char* text) const {
-        QuorvelAudioDevice::Free(const_cast<char*>(text));
-    }
+    void operator()(const char* text) const { QuorvelAudioDevice::Free(const_cast<char*>(text)); }
 };
 
 void ReadTextForm(std::string text, NamedProfile& named) {
     text.erase(text.find_last_not_of(kBlanks) + 1);
     switch (QuorvelAudioDevice::DecodeProfile(text.c_str(), &named.profile)) {
-        case ERROR_SUCCESS: return NameBlocks(named);
-        case ERROR_NOT_ENOUGH_MEMORY: throw InvalidInput("out of memory");
+        case ERROR_SUCCESS:
+            return NameBlocks(named);
+        case ERROR_NOT_ENOUGH_MEMORY:
+            throw InvalidInput("out of memory");
         case ERROR_UNKNOWN_REVISION:
             throw InvalidInput("the text form of a profile, but written by newer software");
-        default: throw InvalidInput("not a profile: neither JSON nor an undamaged text form");
+        default:
+            throw InvalidInput("not a profile: neither JSON nor an undamaged text form");
     }
 }
 

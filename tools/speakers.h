@@ -13,7 +13,7 @@ std::string SpeakerNames(std::uint32_t mask);
 
 // How the channels of a file map to speakers.
 struct ChannelLayout {
-    std::uint32_t mask = 0;           // 0: the map does not give each channel a speaker of its own
+    std::uint32_t mask = 0;  // 0: the map does not give each channel a speaker of its own
     std::vector<std::uint32_t> order{};  // channel of the file for each channel in speaker order
 };
 

@@ -1,0 +1,158 @@
+// `quorvel process`, by running the built program on files.
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "engine/decibels.h"
+#include "tests/tools/tool_run.h"
+
+namespace quorvel::tool {
+namespace {
+
+class Process : public ToolRun {
+  protected:
+    // The output of a run on `sound`.
+    Sound Run(const Sound& sound, const std::string& profile, const std::string& options = "") {
+        WriteSound("in.wav", sound);
+        last = Tool("process " + profile + " in.wav out.wav " + options);
+        EXPECT_EQ(last.status, 0) << last.error;
+        return ReadSound("out.wav");
+    }
+
+    Result last{};
+};
+
+// Input within the output limiter's reach is only scaled, frame for frame, whatever its length.
+TEST_F(Process, ScalesEveryFrameAndNoMore) {
+    WriteChain("gain.json",
+               R"({"name": "gain", "type": "GainBlock", "parameters": {"gainDb": -6}})");
+    const float gain = DbToLinear(-6.0f);
+    for (const std::size_t frames : {0, 1, 479, 480, 481, 65280, 65281, 70000}) {
+        const Sound in = Noise(frames, 2);
+        const Sound out = Run(in, "gain.json");
+        ASSERT_EQ(out.samples.size(), in.samples.size());
+        for (std::size_t i = 0; i < in.samples.size(); ++i)
+            ASSERT_EQ(out.samples[i], in.samples[i] * gain) << "of " << frames << " at " << i;
+        EXPECT_NE(last.out.find("frames   " + std::to_string(frames) + " "), std::string::npos);
+    }
+}
+
+TEST_F(Process, GivesTheSameSamplesAtEveryBlockSize) {
+    const Sound in = Noise(20001, 2, 1.5f);
+    for (const char* profile : {"games.json", "night_mode.json", "branching.json"}) {
+        const std::string path = std::string("\"$PROFILES\"/") + profile;
+        const Sound expected = Run(in, path);
+        for (const char* frames : {"1", "64", "4096", "65536"}) {
+            EXPECT_EQ(Run(in, path, std::string("--frames ") + frames).samples, expected.samples)
+                << profile << " by " << frames;
+        }
+    }
+}
+
+TEST_F(Process, GivesTheSameBytesFromRunToRun) {
+    const Sound in = Noise(9600, 2);
+    const std::array options = {"", "--noise", "--noise --seed 7", "--channels 8"};
+    std::set<std::string> results;
+    for (const char* option : options) {
+        Run(in, "\"$PROFILES\"/games.json", option);
+        const std::string first = Read("out.wav");
+        std::filesystem::last_write_time(directory / "in.wav", {});
+        Run(in, "\"$PROFILES\"/games.json", option);
+        EXPECT_EQ(Read("out.wav"), first) << option;
+        results.insert(first);
+    }
+    EXPECT_EQ(results.size(), options.size());
+}
+
+TEST_F(Process, ReplacesWhatIsNotFinite) {
+    Sound clean = Noise(9600, 2);
+    Sound dirty = clean;
+    const float bad[] = {std::nanf(""), std::numeric_limits<float>::infinity(), -INFINITY};
+    for (std::size_t i = 0; i < 3; ++i) {
+        dirty.samples[1000 + i] = bad[i];
+        clean.samples[1000 + i] = 0.0f;
+    }
+    const Sound expected = Run(clean, "\"$PROFILES\"/games.json");
+    const std::string peaks = last.out.substr(last.out.find("peak"), 30);
+    EXPECT_EQ(Run(dirty, "\"$PROFILES\"/games.json").samples, expected.samples);
+    EXPECT_NE(last.error.find("3 samples of the input are not finite"), std::string::npos);
+    EXPECT_EQ(last.out.substr(last.out.find("peak"), 30), peaks);
+}
+
+TEST_F(Process, TellsTheChannelsThatCarrySignal) {
+    Sound in{2, std::vector<float>(2 * 48000)};
+    const auto sound = [&](std::size_t from, std::size_t to, std::size_t channel) {
+        for (std::size_t f = from; f < to; ++f)
+            in.samples[2 * f + channel] = 0.25f;
+    };
+    sound(0, 9600, 0);
+    sound(4800, 9600, 1);
+    sound(24000, 48000, 1);
+    WriteChain("gain.json", R"({"name": "gain", "type": "GainBlock"})");
+    const Sound out = Run(in, "gain.json");
+    EXPECT_NE(last.out.find("active       0.000 s  FL\n"
+                            "active       0.100 s  FL FR\n"
+                            "active       0.200 s  none\n"
+                            "active       0.500 s  FR\n"
+                            "frames"),
+              std::string::npos)
+        << last.out;
+    EXPECT_NE(last.out.find("peak     in -12.04 dB, out -12.04 dB"), std::string::npos) << last.out;
+    EXPECT_EQ(out.samples, in.samples);
+}
+
+// The fold-down goes by the speakers: the same four channels, once as the file's map says and once
+// as their number says.
+TEST_F(Process, HonoursTheChannelMap) {
+    WriteChain("fold.json", R"({"name": "fold", "type": "BypassBlock"})");
+    Sound in{4, std::vector<float>(4 * 480, 0.0f)};
+    for (std::size_t f = 0; f < 480; ++f)
+        in.samples[4 * f + 2] = 0.25f;
+    const float plain = Run(in, "fold.json").samples[0];
+    EXPECT_NE(last.out.find("4 channels (FL FR BL BR)"), std::string::npos) << last.out;
+    in.format = SF_FORMAT_WAVEX | SF_FORMAT_FLOAT;
+    in.map = {SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_CENTER,
+              SF_CHANNEL_MAP_REAR_CENTER};
+    const float mapped = Run(in, "fold.json").samples[0];
+    EXPECT_NE(last.out.find("4 channels (FL FR FC BC)"), std::string::npos) << last.out;
+    EXPECT_EQ(plain, 0.25f);
+    EXPECT_EQ(mapped, 0.25f * 0.70794576f);
+}
+
+// Wide output carries its speaker mask: bytes 40 to 43 of an extensible WAV file.
+TEST_F(Process, WritesTheSpeakerMask) {
+    WriteChain("gain.json", R"({"name": "gain", "type": "GainBlock"})");
+    const Sound out = Run(Noise(480, 2), "gain.json", "--channels 6");
+    EXPECT_EQ(out.channels, 6);
+    EXPECT_EQ(out.format & SF_FORMAT_TYPEMASK, SF_FORMAT_WAVEX);
+    std::uint32_t mask = 0;
+    std::memcpy(&mask, Read("out.wav").data() + 40, sizeof(mask));
+    EXPECT_EQ(mask, 0x60Fu);
+    EXPECT_EQ(Read("out.wav").find("PEAK"), std::string::npos);
+}
+
+TEST_F(Process, ReadsCompressedFilesAndOtherChains) {
+    Sound in = Noise(4800, 1, 0.25f);
+    in.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_24;
+    in.rate = 44100;
+    const Sound out = Run(in, "\"$PROFILES\"/voice_chain.json", "--chain 2 --channels 1");
+    EXPECT_EQ(out.channels, 1);
+    EXPECT_EQ(out.rate, 44100);
+    EXPECT_EQ(out.samples.size(), in.samples.size());
+}
+
+// The text form and the JSON file of a profile sound alike; encode and decode agree.
+TEST_F(Process, TakesEitherFormOfAProfile) {
+    const std::string games = "\"$PROFILES\"/games.json";
+    ASSERT_EQ(Tool("encode " + games + " -o games.txt").status, 0);
+    ASSERT_EQ(Tool("decode games.txt -o again.json").status, 0);
+    EXPECT_EQ(Tool("encode again.json").out, Read("games.txt"));
+    const Sound in = Noise(9600, 2);
+    const Sound expected = Run(in, games);
+    EXPECT_EQ(Run(in, "games.txt").samples, expected.samples);
+    EXPECT_EQ(Run(in, "again.json").samples, expected.samples);
+}
+
+}  // namespace
+}  // namespace quorvel::tool

@@ -1,0 +1,151 @@
+// The schema for editors says what the code does, and the sample profiles are valid.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+#include "engine/block_factory.h"
+#include "tools/chain_check.h"
+#include "tools/exit_status.h"
+#include "tools/file_bytes.h"
+#include "tools/json_checks.h"
+#include "tools/profile_file.h"
+#include "tools/profile_json.h"
+
+namespace quorvel::tool {
+namespace {
+
+const std::string kDirectory = QUORVEL_PROFILES;
+
+Json Schema() {
+    return ParseJson(ReadFileBytes(kDirectory + "/profile.schema.json"));
+}
+
+Json Resolve(const Json& schema, Json value) {
+    const Json* reference = FindMember(value, "$ref");
+    if (!reference) return value;
+    return schema.at(Json::json_pointer(reference->get<std::string>().substr(1)));
+}
+
+Json ExpectedRecord(const RecordLayout& record);
+
+// What the schema must say of a field, descriptions apart.
+Json ExpectedField(const Field& field) {
+    Json expected;
+    if (field.kind == FieldKind::kList) {
+        const Field& first = field.item->fields.front();
+        expected = {{"type", "array"}, {"minItems", field.minimum}};
+        expected["items"] = first.name ? ExpectedRecord(*field.item) : ExpectedField(first);
+    } else if (field.kind == FieldKind::kChoice16) {
+        for (const char* choice : field.choices)
+            expected["enum"].push_back(choice);
+        if (field.defaultValue) {
+            expected["default"] = field.choices[static_cast<std::size_t>(*field.defaultValue)];
+        }
+    } else {
+        expected = {{"type", field.kind == FieldKind::kFloat32 ? "number" : "integer"},
+                    {"minimum", field.minimum},
+                    {"maximum", field.maximum}};
+        if (field.defaultValue) expected["default"] = *field.defaultValue;
+    }
+    return expected;
+}
+
+Json ExpectedRecord(const RecordLayout& record) {
+    Json expected = {
+        {"type", "object"}, {"properties", Json::object()}, {"additionalProperties", false}};
+    for (const Field& field : record.fields) {
+        expected["properties"][field.name] = ExpectedField(field);
+        if (!field.defaultValue) expected["required"].push_back(field.name);
+    }
+    return expected;
+}
+
+// The schema's own account with references followed and descriptions left out.
+Json Plain(const Json& schema, const Json& value) {
+    Json plain = Resolve(schema, value);
+    plain.erase("description");
+    if (plain.contains("items")) plain["items"] = Plain(schema, plain["items"]);
+    if (plain.contains("properties")) {
+        for (auto& [name, property] : plain["properties"].items())
+            property = Plain(schema, property);
+    }
+    return plain;
+}
+
+TEST(ProfileSchema, DescribesEveryKindAsTheTableDoes) {
+    const Json schema = Schema();
+    const Json& block = schema["$defs"]["block"];
+    std::set<std::string> kinds;
+    for (const BlockFields& fields : AllBlockFields()) {
+        const std::string name = FindBlockKind(*fields.typeId)->name;
+        kinds.insert(name);
+        ASSERT_TRUE(schema["$defs"].contains(name)) << name;
+        EXPECT_EQ(Plain(schema, schema["$defs"][name]), ExpectedRecord(fields.record)) << name;
+        const Json expectedIf = {{"properties", {{"type", {{"const", name}}}}},
+                                 {"required", {"type"}}};
+        bool isBound = false;
+        for (const Json& rule : block["allOf"]) {
+            isBound |= rule["if"] == expectedIf &&
+                       rule["then"]["properties"]["parameters"]["$ref"] == "#/$defs/" + name;
+        }
+        EXPECT_TRUE(isBound) << name;
+    }
+    EXPECT_EQ(block["properties"]["type"]["anyOf"][0]["enum"].get<std::set<std::string>>(), kinds);
+    EXPECT_EQ(block["allOf"].size(), kinds.size());
+}
+
+// The reader names a key that it does not know, so it can be asked which it knows.
+TEST(ProfileSchema, NamesTheKeysThatTheReaderKnows) {
+    const Json schema = Schema();
+    const auto fault = [](const Json& document) -> std::string {
+        try {
+            NamedProfile named;
+            ReadProfile(document, named);
+        } catch (const ToolError& error) {
+            return error.what();
+        }
+        return "";
+    };
+    struct Level {
+        Json definition;
+        Json document;
+        const char* pointer;
+    };
+    const Json whole = ParseJson(
+        R"({"chains": [{"number": 1, "blocks": [{"name": "a", "type": "MixerBlock"}]}]})");
+    const Level levels[] = {{schema, whole, ""},
+                            {schema["$defs"]["chain"], whole, "/chains/0"},
+                            {schema["$defs"]["block"], whole, "/chains/0/blocks/0"}};
+    for (const Level& level : levels) {
+        const Json::json_pointer place(level.pointer);
+        for (const auto& [key, property] : level.definition["properties"].items()) {
+            Json document = level.document;
+            document[place][key] = true;  // of the wrong type everywhere
+            EXPECT_EQ(fault(document).find("unknown key"), std::string::npos) << key;
+        }
+        for (const Json& key : level.definition["required"]) {
+            Json document = level.document;
+            document[place].erase(key.get<std::string>());
+            EXPECT_NE(fault(document).find("is required"), std::string::npos) << key;
+        }
+        EXPECT_EQ(level.definition["additionalProperties"], false);
+    }
+}
+
+TEST(ProfileSchema, TheSampleProfilesBuild) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(kDirectory)) {
+        if (entry.path().filename() == "profile.schema.json") continue;
+        NamedProfile named;
+        LoadProfile(entry.path(), named);
+        ASSERT_GT(named.profile.chains.Count(), 0u) << entry.path();
+        EXPECT_EQ(FindChainFault(named.profile.chains.Item(0), named.names[0]), "") << entry.path();
+        ++count;
+    }
+    EXPECT_GE(count, 6);
+}
+
+}  // namespace
+}  // namespace quorvel::tool
