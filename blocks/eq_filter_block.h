@@ -22,7 +22,8 @@ inline constexpr uint32_t kSmallestFilterRecord = sizeof(uint32_t) + sizeof(Filt
 // filters' past when the number of channels and of bands stays the same (a moved slider does not
 // click), else it allocates the sections anew, on whichever thread that happens, and starts from
 // silence. Reset does not clear the past. Channels that a format brought by SetInputsFormat adds
-// pass unchanged until bands are applied again.
+// pass unchanged until bands are applied again. A sample that is not finite stays in the past until
+// then too; who feeds the graph keeps such samples out.
 class EQFilterBlock : public AudioBlock {
   public:
     EQFilterBlock(const GUID& instanceId, FilterType type);

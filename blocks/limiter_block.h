@@ -23,6 +23,9 @@ static_assert(offsetof(LimiterParameters, releaseMs) == 8);
 // Every frame gets one gain, keyed by its largest sample; audio comes out delayed by the look-ahead
 // (dynamics::SimpleLimit, which is a member: a block never lacks it).
 //
+// A sample that is not finite stays in the gain for as long as the block lives; who feeds the graph
+// keeps such samples out.
+//
 // Parameters act from the next frame. A record and a format rebuild the delay lines, which
 // allocates and gives a look-ahead of silence; the gain goes on from where it is. Both survive
 // Reset. While there are no delay lines (a rate of 0, an attack beyond SimpleLimit's bounds, no

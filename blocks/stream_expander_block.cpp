@@ -5,8 +5,13 @@
 #include "engine/block_type_ids.h"
 #include "engine/channel_masks.h"
 #include "engine/parameter_record.h"
+#include "engine/width_adapter.h"
 
 namespace quorvel {
+
+// The engine fills this record in for its width adapters under a name of its own.
+static_assert(sizeof(WidenRecord) == sizeof(StreamExpanderParameters));
+static_assert(offsetof(WidenRecord, monoMode) == offsetof(StreamExpanderParameters, monoMode));
 namespace {
 
 // How a mono input is spread, by monoMode.

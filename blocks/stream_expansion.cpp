@@ -6,12 +6,13 @@
 #include <utility>
 
 #include "engine/float_quad.h"
+#include "engine/fold_down_weights.h"
 
 namespace quorvel {
 namespace {
 
-constexpr float kMinus3Db = 0.70794576f;  // 10^(-3 / 20), rounded to float
-constexpr int32_t kWidest = 8;            // widest frame that has a function of its own
+using fold_down::kMinus3Db;
+constexpr int32_t kWidest = 8;  // widest frame that has a function of its own
 
 // An output frame of up to eight channels.
 struct WideFrame {

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstring>
 
-#include "engine/audio_graph.h"
 #include "engine/channel_masks.h"
 #include "engine/float_quad.h"
 
@@ -108,14 +107,6 @@ bool AudioBlock::SetParameterData(const void*, uint32_t) {
 
 bool AudioBlock::SetParameters(const void*) {
     return true;
-}
-
-bool AudioBlock::GraphFollowsWidth() const {
-    return graph && !graph->IsSuspended();
-}
-
-void AudioBlock::AnnounceWidth() {
-    if (GraphFollowsWidth()) graph->Reconfigure();
 }
 
 }  // namespace quorvel

@@ -53,7 +53,8 @@ class AudioBlock {
 
     // Processes a block with two or more inputs into `out` (frames × GetOutputChannels()). The base
     // class sums the inputs, each `channels` wide, sample by sample in list order from 0.0 in
-    // single precision, then runs Process on `out` in place. `out` overlaps no input buffer.
+    // single precision, then runs Process on `out` in place. `out` overlaps no input buffer and has
+    // room for frames × the wider of GetInputChannels() and GetOutputChannels().
     virtual void ProcessInputs(const std::vector<BlockInput>& blockInputs, float* out,
                                int32_t frames) QUORVEL_REAL_TIME;
 
@@ -79,12 +80,13 @@ class AudioBlock {
     // pointer or fewer bytes than the record has. The base class accepts and ignores anything.
     virtual bool SetParameterData(const void* data, uint32_t size);
 
-    // Takes the block's parameter record, known to be whole. False for a null pointer.
+    // Takes the block's parameter record, known to be whole. False for a null pointer, but for
+    // kinds without parameters and the base class, which accept and ignore anything.
     virtual bool SetParameters(const void* record);
 
     const GUID& GetId() const { return id; }
 
-    // Calls `callback(const float* in, float* out)` for every sample in ascending order. Does
+    // Calls `callback(float* in, float* out)` for every sample in ascending order. Does
     // nothing when the block's input and output widths differ.
     template <typename Callback>
     void ProcessSamples(float* in, float* out, int32_t frames, Callback&& callback) {
@@ -126,11 +128,8 @@ class AudioBlock {
     GUID typeId{};                // set by the constructor of each concrete class
     GUID id{};                    // unique within a graph
 
-    // Whether the block sits in a graph that wants to hear of a new output width now.
-    bool GraphFollowsWidth() const;
-
-    // Tells the graph, if GraphFollowsWidth(), that the output width changed: it configures every
-    // block again, this one included.
+    // Tells the graph that holds the block, unless it is suspended, that the output width changed:
+    // it configures every block again, this one included.
     void AnnounceWidth();
 
   public:

@@ -1,6 +1,7 @@
 #include "engine/audio_buffer.h"
 
 #include <cstdlib>
+#include <cstring>
 
 namespace quorvel {
 
@@ -13,6 +14,8 @@ bool AudioBuffer::Grow(uint64_t bytes) {
     if (bytes > UINT32_MAX) return false;
     void* grown = std::realloc(data, static_cast<std::size_t>(bytes));
     if (!grown) return false;
+    std::memset(static_cast<char*>(grown) + capacityBytes, 0,
+                static_cast<std::size_t>(bytes - capacityBytes));
     data = static_cast<float*>(grown);
     capacityBytes = static_cast<uint32_t>(bytes);
     return true;

@@ -6,7 +6,8 @@
 namespace quorvel {
 
 // Interleaved samples, frames × channels, in memory of the C allocator. Growing keeps the content,
-// so that a block can widen its input in place.
+// so that a block can widen its input in place, and adds silence, so that a block that writes
+// nothing leaves nothing but earlier audio behind.
 struct AudioBuffer {
     AudioBuffer() = default;
     ~AudioBuffer();
@@ -22,8 +23,9 @@ struct AudioBuffer {
 
     uint32_t capacityBytes = 0;  // bytes allocated at `data`
     float* data = nullptr;       // owned
-    uint32_t users = 0;          // 0: free; else one for the writer and one for each sharer
-    uint32_t channels = 0;       // width asked for when it was first handed out
+    uint32_t users =
+        0;  // 0: free; else one each for the writer, the readers and those who share it
+    uint32_t channels = 0;  // width asked for when it was first handed out
 };
 
 // Bytes of `frames` frames of `channels` floats. Widths and frame counts arrive as signed numbers

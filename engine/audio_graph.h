@@ -2,9 +2,9 @@
 //
 // Structure (audio_graph_structure.cpp, audio_graph_build.cpp): blocks are added and linked; a
 // build orders them so that each stands behind all that feed it, and plans the buffers between
-// them. A chain is valid when every block is upstream of one final block, without a cycle. Several
-// chain ends (tails) are joined by an internal mixer when their first-input walks end in one
-// common source.
+// them. A chain is valid when every block is upstream of one final block, without a cycle, and the
+// memory for its buffers can be had. Several chain ends (tails) are joined by an internal mixer
+// when their first-input walks end in one common source.
 //
 // Processing (audio_graph_formats.cpp, audio_graph_process.cpp): the blocks run at the processing
 // format, internal adapters fit the result to the output width, a fixed limiter guards full scale.
@@ -15,7 +15,11 @@
 // Threads: the graph has no lock; its owner serialises every call. Process and Reset run on the
 // real-time thread, everything else on control threads, whose work may allocate. Process itself
 // allocates when a call brings more frames than 10 ms, when the processing width switches, and at
-// the first use of the narrowed input. Running out of memory for a buffer then ends the process.
+// the first use of the narrowed input.
+//
+// Out of memory: structural changes throw std::bad_alloc, or leave the graph invalid. A pooled
+// buffer that cannot grow, and memory for a reconfiguration, end the process. A narrowed input that
+// cannot be had is silence for as many frames as do not fit.
 #pragma once
 
 #include <cstdint>
@@ -49,13 +53,15 @@ class AudioGraph {
     // buffers stay for the next chain unless `resetFormats`.
     void Clear(bool resetFormats);
 
-    // true: later changes do not rebuild. false: builds once and ends the suspension.
+    // true: later changes do not rebuild; Process then still runs what was built last. false:
+    // builds once and ends the suspension.
     void SetUpdating(bool updating);
     bool IsSuspended() const { return suspended; }
 
     // Makes a block through the factory, adds and connects it. The record goes to the block's
     // SetParameterData (bytes) or SetParameters (a whole record) unless it is null; a refused one
-    // leaves the defaults. Empty when the type is unknown or the id is taken.
+    // leaves the defaults. A null id asks for a fresh one. Empty when the type is unknown, the id
+    // is taken, or neither an id nor the memory can be had.
     std::shared_ptr<AudioBlock> AddNewBlock(const GUID& typeId, const void* data, uint32_t size,
                                             const GUID& id);
     std::shared_ptr<AudioBlock> AddNewBlockWithParameters(const void* record, const GUID& typeId,
@@ -66,7 +72,8 @@ class AudioGraph {
         const std::shared_ptr<AudioBlock>& after);
 
     // Adds a block without looking at heads and tails and without rebuilding. Links it still has
-    // to other blocks are cut. False when its id is taken.
+    // to other blocks are cut. False when its id is taken, or for an empty reference. The block
+    // must not sit in another graph.
     bool AddBlock(const std::shared_ptr<AudioBlock>& block);
 
     // Adds a block; it becomes a head and a tail unless it is internal. False when its id is taken.
@@ -103,8 +110,8 @@ class AudioGraph {
     // returns: `out` must have room for max + 1 ids. A null `out` or a negative `max` gives 0.
     int32_t GetBlockIds(GUID* out, int32_t max) const;
 
-    // Whether the last build succeeded. An invalid graph has an empty processing list and passes
-    // its input through.
+    // Whether the last build succeeded. An invalid graph passes its input through; its processing
+    // list holds nothing but an adapter, where the widths differ.
     bool IsValid() const { return valid; }
 
     // The blocks in the order in which they run, and the one whose output leaves the chain (empty
@@ -117,7 +124,8 @@ class AudioGraph {
     // --- Formats and settings ------------------------------------------------------------------
     // All of these configure the blocks anew, which needs both formats to have channels.
 
-    // A format record is copied with its extension; a zero speaker mask becomes the default one.
+    // A format record is copied with its extension; a zero speaker mask becomes the default one. A
+    // null record changes nothing. Rates are in Hz.
     void SetInputFormat(const WAVEFORMATEX* format);
     void SetInputFormat(uint16_t channelCount, uint32_t mask, uint32_t sampleRate);
     void SetOutputFormat(const WAVEFORMATEX* format);
@@ -147,7 +155,7 @@ class AudioGraph {
     // Configures every block for the current formats, in processing order, and fits the output
     // adapter. Blocks call it when their output width changed. Does nothing while the processing or
     // the output format has no channels.
-    void Reconfigure();
+    void Reconfigure() noexcept;
 
     // --- Running -------------------------------------------------------------------------------
 
@@ -163,6 +171,7 @@ class AudioGraph {
   private:
     void Rebuild();
     void Build();
+    void ReleaseList();
     ProcessingList::Outcome OrderFrom(const BlockReference& finalBlock);
     BlockReference JoinTails();
     BlockReference CreateInternalBlock(const void* record, const GUID& typeId);
@@ -174,15 +183,17 @@ class AudioGraph {
     int32_t ChainWidth();
     void DropAdapter();
     void DropUnfitPassThrough(int32_t width, int32_t outWidth);
+    void PassInputThrough();
     bool PlaceAdapter(const void* record, const GUID& typeId);
 
     void FollowChannelActivity(uint32_t mask, int32_t frames);
     void SwitchProcessingWidth(uint32_t width, uint32_t mask);
     void RunChain(float* in, float* out, int32_t frames);
-    float* ChainInput(float* in, int32_t frames);
+    int32_t NarrowInput(const float* in, int32_t frames);
     void PassThrough(const float* in, float* out, int32_t frames) const;
     void RunNode(GraphNode& node, float* chainInput, float* out, int32_t frames);
     static void WidenInputs(GraphNode& node, int32_t frames);
+    void MixInputs(GraphNode& node, float* destination, int32_t frames);
 
     BlockNetwork network{this};
     BufferPool bufferPool;
@@ -199,8 +210,9 @@ class AudioGraph {
     uint32_t lastActiveMask = 0;
     InputScan inputScan;
     ChannelActivityDetector detector;
-    uint32_t holdMs = 0;  // 0: automatic width is off
-    AudioBuffer conversionBuffer;
+    uint32_t holdMs = 0;           // 0: automatic width is off
+    AudioBuffer conversionBuffer;  // the input at the processing width
+    AudioBuffer mixBuffer;         // the summed inputs of a block that then narrows them
     std::function<void(uint32_t)> onActiveChannelsChanged;
     OutputLimiter limiter;
 };

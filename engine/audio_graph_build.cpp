@@ -1,4 +1,6 @@
 // The build: from blocks and links to the processing list.
+#include <new>
+
 #include "engine/audio_graph.h"
 #include "engine/block_factory.h"
 #include "engine/block_type_ids.h"
@@ -31,20 +33,26 @@ void AudioGraph::Rebuild() {
 }
 
 void AudioGraph::Build() {
+    ReleaseList();
+    valid = network.Blocks().empty();
+    if (valid) return;
+    try {
+        const BlockReference finalBlock = JoinTails();
+        valid = finalBlock && OrderFrom(finalBlock) == ProcessingList::Outcome::kOrdered &&
+                processingList.Nodes().size() == network.Blocks().size();
+        if (valid) outputBlock = finalBlock;
+    } catch (const std::bad_alloc&) {
+        valid = false;
+    }
+    if (!valid) processingList.Release();
+}
+
+// Forgets everything that the last build made.
+void AudioGraph::ReleaseList() {
     processingList.Release();
     network.RemoveInternal();
     adapterBlock.reset();
     outputBlock.reset();
-    valid = true;
-    if (network.Blocks().empty()) return;
-    const BlockReference finalBlock = JoinTails();
-    valid = finalBlock && OrderFrom(finalBlock) == ProcessingList::Outcome::kOrdered &&
-            processingList.Nodes().size() == network.Blocks().size();
-    if (valid) {
-        outputBlock = finalBlock;
-    } else {
-        processingList.Release();
-    }
 }
 
 ProcessingList::Outcome AudioGraph::OrderFrom(const BlockReference& finalBlock) {

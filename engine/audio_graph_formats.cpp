@@ -3,10 +3,10 @@
 
 #include "engine/audio_graph.h"
 #include "engine/block_type_ids.h"
+#include "engine/bypass_block.h"
 #include "engine/node_configuration.h"
 #include "engine/scoped_flag.h"
 #include "engine/width_adapter.h"
-#include "platform/fatal.h"
 
 namespace quorvel {
 namespace {
@@ -48,7 +48,8 @@ void AudioGraph::SetOutputFormat(uint16_t channelCount, uint32_t mask, uint32_t 
 
 void AudioGraph::SetFormats(const WAVEFORMATEX* input, const WAVEFORMATEX* output) {
     if (output) outputFormat = CopyFormat(*output);
-    SetInputFormat(input);
+    if (input) StoreInputFormat(CopyFormat(*input));
+    Reconfigure();
 }
 
 void AudioGraph::StoreInputFormat(const AudioFormat& format) {
@@ -82,12 +83,16 @@ uint32_t AudioGraph::ProcessingRate() const {
     return rate == 0 ? kDefaultRate : rate;
 }
 
-void AudioGraph::Reconfigure() {
+void AudioGraph::Reconfigure() noexcept {
     if (processingFormat.Format.nChannels == 0 || outputFormat.Format.nChannels == 0) return;
     const ScopedFlag hold(suspended);
     const uint32_t rate = ProcessingRate();
-    for (GraphNode& node : processingList.Nodes())
+    for (GraphNode& node : processingList.Nodes()) {
         ConfigureNode(node, processingFormat, rate);
+        if (NarrowsItsSum(node)) {
+            GrowOrDie(mixBuffer, PlannedFrames(rate), node.block->GetInputChannels());
+        }
+    }
     UpdateOutputAdapter();
     limiter.SetSampleRate(rate);
 }
@@ -99,10 +104,10 @@ void AudioGraph::UpdateOutputAdapter() {
     const int32_t width = ChainWidth();
     if (width == 0 || outWidth == 0 || width == outWidth) return;
     const WidenRecord widen = {static_cast<uint32_t>(outWidth), upmixMode};
-    const NarrowRecord narrow = {static_cast<uint32_t>(outWidth)};
+    const BypassParameters narrow = {static_cast<uint32_t>(outWidth)};
     const bool isPlaced = outWidth > width ? PlaceAdapter(&widen, kStreamExpanderBlockTypeId)
                                            : PlaceAdapter(&narrow, kBypassBlockTypeId);
-    if (!isPlaced) return;
+    if (!isPlaced) return PassInputThrough();
     ConfigureNode(processingList.Nodes().back(), processingFormat,
                   processingFormat.Format.nSamplesPerSec);
 }
@@ -114,10 +119,16 @@ void AudioGraph::DropUnfitPassThrough(int32_t width, int32_t outWidth) {
     if (valid || !outputBlock) return;
     const bool widens = outputBlock->GetTypeId() == kStreamExpanderBlockTypeId;
     if (width != outWidth && widens == (outWidth > width)) return;
-    processingList.Release();
-    network.RemoveInternal();
-    outputBlock.reset();
-    adapterBlock.reset();
+    ReleaseList();
+}
+
+// No adapter could be had for the chain, a hostile width of its last block being the likely reason:
+// the graph is invalid from now on. Its lone adapter, if it needs one, reads the input alone.
+void AudioGraph::PassInputThrough() {
+    const bool wasValid = valid;
+    valid = false;
+    ReleaseList();
+    if (wasValid) UpdateOutputAdapter();
 }
 
 // The width that the chain delivers ahead of its adapter. Takes an adapter away that has become
@@ -148,8 +159,7 @@ void AudioGraph::DropAdapter() {
 }
 
 // Gives the record to the adapter in place when it is of that kind, else puts a new adapter behind
-// the output block. False when no adapter could be made: a chain of another width than the output
-// then leaves the output as it is.
+// the output block. False when no adapter, or no buffer ahead of it, can be had.
 bool AudioGraph::PlaceAdapter(const void* record, const GUID& typeId) {
     if (outputBlock && outputBlock->isInternal && outputBlock->GetTypeId() == typeId) {
         outputBlock->SetParameters(record);
@@ -158,12 +168,15 @@ bool AudioGraph::PlaceAdapter(const void* record, const GUID& typeId) {
     const BlockReference adapter = CreateInternalBlock(record, typeId);
     if (!adapter) return false;
     if (outputBlock) network.Link(outputBlock, adapter);
-    if (OrderFrom(adapter) != ProcessingList::Outcome::kOrdered) {
-        platform::Fatal("no memory for the buffer ahead of the output adapter");
-    }
+    if (OrderFrom(adapter) != ProcessingList::Outcome::kOrdered) return false;
     outputBlock = adapter;
     adapterBlock = adapter;
     return true;
+}
+
+// Defined here so that the block base need not know the graph.
+void AudioBlock::AnnounceWidth() {
+    if (graph && !graph->IsSuspended()) graph->Reconfigure();
 }
 
 }  // namespace quorvel

@@ -1,6 +1,5 @@
 // One buffer through the graph. Everything here runs on the real-time thread.
 #include <algorithm>
-#include <cstring>
 
 #include "engine/audio_graph.h"
 #include "engine/node_configuration.h"
@@ -51,39 +50,44 @@ void AudioGraph::RunChain(float* in, float* out, int32_t frames) {
         PassThrough(in, out, frames);
         return;
     }
-    float* chainInput = ChainInput(in, frames);
-    if (!chainInput) {
-        std::fill_n(out, int64_t{frames} * outputFormat.Format.nChannels, 0.0f);
-        return;
-    }
+    const int32_t ready = NarrowInput(in, frames);
+    const bool isNarrowed = processingFormat.Format.nChannels != inputFormat.Format.nChannels;
+    float* chainInput = isNarrowed ? conversionBuffer.data : in;
     for (GraphNode& node : processingList.Nodes())
-        RunNode(node, chainInput, out, frames);
+        RunNode(node, chainInput, out, ready);
+    const int64_t outWidth = outputFormat.Format.nChannels;
+    std::fill_n(out + ready * outWidth, (frames - ready) * outWidth, 0.0f);
 }
 
-// The input at the processing width: the first channels of each frame, or all of them and silence
-// up to the width. Null when there is no memory to narrow it into.
-float* AudioGraph::ChainInput(float* in, int32_t frames) {
+// Lays the input into the conversion buffer at the processing width, if that is another: the first
+// channels of each frame, or all of them and silence up to the width. Returns how many frames are
+// ready: fewer than there are only when the buffer cannot grow.
+int32_t AudioGraph::NarrowInput(const float* in, int32_t frames) {
     const std::size_t inWidth = inputFormat.Format.nChannels;
     const std::size_t width = processingFormat.Format.nChannels;
-    if (width == inWidth) return in;
-    const uint64_t bytes = BufferBytes(frames, static_cast<int32_t>(width));
-    if (!conversionBuffer.Grow(bytes)) return nullptr;
+    if (width == inWidth) return frames;
+    if (!conversionBuffer.Grow(BufferBytes(frames, static_cast<int32_t>(width)))) {
+        frames = static_cast<int32_t>(conversionBuffer.capacityBytes / sizeof(float) / width);
+    }
     const std::size_t copied = std::min(width, inWidth);
     float* converted = conversionBuffer.data;
     for (int32_t f = 0; f < frames; ++f, in += inWidth, converted += width) {
         std::copy_n(in, copied, converted);
         std::fill_n(converted + copied, width - copied, 0.0f);
     }
-    return conversionBuffer.data;
+    return frames;
 }
 
 // No more than either buffer holds, should the widths differ for want of an adapter.
 void AudioGraph::PassThrough(const float* in, float* out, int32_t frames) const {
     if (out == in) return;
-    const auto width = std::min({inputFormat.Format.nChannels, processingFormat.Format.nChannels,
-                                 outputFormat.Format.nChannels});
-    if (width == 0 || frames == 0) return;
-    std::memcpy(out, in, sizeof(float) * width * static_cast<std::size_t>(frames));
+    const std::size_t count = static_cast<std::size_t>(frames);
+    const std::size_t outSamples = count * outputFormat.Format.nChannels;
+    const std::size_t inSamples =
+        count * std::min(inputFormat.Format.nChannels, processingFormat.Format.nChannels);
+    const std::size_t copied = std::min(inSamples, outSamples);
+    std::copy_n(in, copied, out);
+    if (copied != 0) std::fill_n(out + copied, outSamples - copied, 0.0f);
 }
 
 void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t frames) {
@@ -102,7 +106,7 @@ void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t
         return;
     }
     WidenInputs(node, frames);
-    block.ProcessInputs(node.inputs, destination, frames);
+    MixInputs(node, destination, frames);
 }
 
 void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
@@ -110,8 +114,23 @@ void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
     for (BlockInput& input : node.inputs) {
         if (input.source->GetOutputChannels() >= node.mixChannels) continue;
         GrowOrDie(*input.buffer, frames, node.mixChannels);
+        // A source that became narrower while the graph was suspended has no adapter yet.
+        if (!input.adapter) continue;
         input.adapter->Process(input.buffer->data, input.buffer->data, frames);
     }
+}
+
+// The sum of the inputs is as wide as they are; where the block delivers less, the sum would not
+// fit into its destination. A block that then writes nothing leaves the front of the sum there.
+void AudioGraph::MixInputs(GraphNode& node, float* destination, int32_t frames) {
+    AudioBlock& block = *node.block;
+    if (!NarrowsItsSum(node)) {
+        block.ProcessInputs(node.inputs, destination, frames);
+        return;
+    }
+    GrowOrDie(mixBuffer, frames, block.GetInputChannels());
+    block.ProcessInputs(node.inputs, mixBuffer.data, frames);
+    std::copy_n(mixBuffer.data, int64_t{frames} * block.GetOutputChannels(), destination);
 }
 
 }  // namespace quorvel

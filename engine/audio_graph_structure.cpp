@@ -29,6 +29,7 @@ void AudioGraph::Clear(bool resetFormats) {
         outputFormat = {};
         bufferPool.Clear();
         conversionBuffer.Release();
+        mixBuffer.Release();
     }
     Rebuild();
 }

@@ -49,6 +49,7 @@ bool BlockNetwork::Add(const BlockReference& block) {
     if (!block || !blocks.try_emplace(block->GetId(), block).second) return false;
     Detach(block);
     block->graph = owner;
+    block->isInternal = false;
     return true;
 }
 
@@ -69,7 +70,12 @@ bool BlockNetwork::Link(const BlockReference& source, const BlockReference& dest
     if (!Owns(source) || !Owns(destination)) return false;
     if (!AreLinked(*source, destination, source)) {
         source->outputs.push_back(destination);
-        destination->inputs.push_back(source);
+        try {
+            destination->inputs.push_back(source);
+        } catch (...) {  // the two lists must agree, whatever happens
+            source->outputs.pop_back();
+            throw;
+        }
     }
     if (!destination->isInternal) {
         tails.erase(source);

@@ -1,6 +1,9 @@
 // The blocks of a graph and the links between them: structure without build order.
 //
-// Not thread-safe; the owner of the graph serialises every call. Allocates; control threads only.
+// Not thread-safe; the owner of the graph serialises every call. Allocates, so it belongs on
+// control threads; the real-time thread comes here only when a width switch makes or drops an
+// adapter. Out of memory, a call throws std::bad_alloc and leaves the two sides of every link
+// agreeing.
 #pragma once
 
 #include <cstddef>
@@ -37,7 +40,8 @@ class BlockNetwork {
     // first: otherwise the blocks would keep each other alive.
     void Clear();
 
-    // Enters a block, cutting links that it still has. False when its id is taken.
+    // Enters a block as one of the profile's, cutting links that it still has. False for an empty
+    // reference and when its id is taken. The block must not sit in another network.
     bool Add(const BlockReference& block);
 
     // Enters a block that the graph made itself. It never becomes a head or a tail.

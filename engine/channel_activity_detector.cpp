@@ -1,5 +1,6 @@
 #include "engine/channel_activity_detector.h"
 
+#include <algorithm>
 #include <array>
 
 namespace quorvel {
@@ -7,9 +8,9 @@ namespace {
 
 // A signal on any of `speakers` needs the layout of that row; the last row that matches wins.
 struct Layout {
-    uint32_t speakers;
-    uint32_t channels;
-    uint32_t mask;
+    uint32_t speakers = 0;
+    uint32_t channels = 0;
+    uint32_t mask = 0;
 };
 
 constexpr std::array<Layout, 3> kLayouts = {{
@@ -35,7 +36,8 @@ void ChannelActivityDetector::Update(uint32_t mask, int32_t frames) {
     if (!isRepeated) heldFrames = 0;
     bool switches = activeChannels == 0 || candidate->channels > activeChannels;
     if (candidate->channels < activeChannels && isRepeated) {
-        heldFrames += static_cast<uint32_t>(frames);
+        const uint32_t room = UINT32_MAX - heldFrames;
+        heldFrames += std::min(static_cast<uint32_t>(frames), room);
         switches = heldFrames >= holdFrames;
     }
     detectedChannels = candidate->channels;

@@ -121,6 +121,7 @@ std::size_t ChannelsCombinerBlock::RunAt(std::size_t first, std::size_t end) con
         int64_t offset = OffsetOf(first);
         for (std::size_t i = first; i < first + length; ++i, offset += width) {
             if (i >= end || inputWidths[i] != width || OffsetOf(i) != offset) return false;
+            if (!IsPlaced(SpanOf(i, width))) return false;
         }
         return true;
     };

@@ -45,8 +45,8 @@ class ChannelsCombinerBlock final : public AudioBlock {
                        int32_t frames) QUORVEL_REAL_TIME override;
 
     // Places `in`, as wide as configured, at the first offset, if it ends within the output frame.
-    // When `in` and `out` are one buffer, which the graph never asks for, the input is added onto
-    // itself without clearing first.
+    // When `in` and `out` are one buffer, the input is added onto itself without clearing first. A
+    // graph asks for that only when it runs in place itself and holds nothing but a combiner.
     void Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME override;
     bool CanProcessInPlace() const override;   // no
     bool WantsUniformInputs() const override;  // no: inputs come at their own widths

@@ -87,6 +87,11 @@ void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rat
     }
 }
 
+bool NarrowsItsSum(const GraphNode& node) {
+    return node.inputs.size() > 1 &&
+           node.block->GetInputChannels() > node.block->GetOutputChannels();
+}
+
 void GrowOrDie(AudioBuffer& buffer, int32_t frames, int32_t channels) {
     if (!buffer.Grow(BufferBytes(frames, channels))) {
         platform::Fatal("an intermediate audio buffer cannot grow");

@@ -11,8 +11,12 @@ namespace quorvel {
 // Tells the node's block its format, makes or retunes the adapters that widen narrower inputs when
 // the block wants uniform ones, and grows the buffers concerned to 10 ms. The blocks upstream must
 // be configured already. A node without inputs works at the width and mask of `chainFormat`; `rate`
-// is in Hz. Allocates; ends the process when a buffer cannot grow.
+// is in Hz. Allocates; ends the process when a buffer cannot grow or an adapter cannot be made.
 void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate);
+
+// Whether the block sums inputs that are wider than its output, so that the sum needs a place of
+// its own.
+bool NarrowsItsSum(const GraphNode& node);
 
 // Makes room for `frames` frames of `channels` floats; ends the process when the memory cannot be
 // had, since audio would have nowhere to go.

@@ -1,4 +1,4 @@
-// The records of the two blocks with which a graph changes a stream's width on its own.
+// What a graph needs to widen a stream on its own. (To narrow it, it uses BypassParameters.)
 #pragma once
 
 #include <cstdint>
@@ -7,15 +7,11 @@
 
 namespace quorvel {
 
-// For the stream expander, which widens.
+// The record of the stream expander, StreamExpanderParameters by another name: the engine knows no
+// effect block. The two are held alike where that block is implemented.
 struct WidenRecord {
-    uint32_t outputChannels;
-    uint32_t monoMode;  // how a mono stream is spread; 0: new channels stay silent
-};
-
-// For the bypass block, which folds down.
-struct NarrowRecord {
-    uint32_t outputChannels;
+    uint32_t outputChannels = 0;
+    uint32_t monoMode = 0;  // how a mono stream is spread; 0: new channels stay silent
 };
 
 // The instance id of the adapters that widen single inputs; they stand in no block map, so they

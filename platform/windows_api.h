@@ -9,7 +9,6 @@
 #define NOMINMAX
 #endif
 #include <windows.h>
-// mmreg.h must stand before ksmedia.h.
 #include <mmreg.h>
 #include <rpc.h>
 #else

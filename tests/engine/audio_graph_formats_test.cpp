@@ -129,7 +129,7 @@ const std::vector<AdapterCase> kAdapterCases = {
      2,
      {},
      {{2, 6, "+"}, {2, 2, ""}, {6, 2, "-"}, {2, 6, "+"}, {6, 1, "-"}}},
-    {"EmptyGraphHasOne", 0, {}, {{2, 2, ""}, {2, 6, "+"}, {2, 8, "+"}}},
+    {"EmptyGraphKeepsItsFirst", 0, {}, {{2, 2, ""}, {2, 6, "+"}, {2, 8, "+"}, {2, 2, "+-"}}},
     // Turning round leaves the old adapter in front, which then takes the first channels only.
     {"TurnedRound", 1, {}, {{1, 2, "+"}, {8, 2, "+-"}, {8, 2, "+"}}},
 };

@@ -198,6 +198,29 @@ TEST(BufferPlanner, TakesTheFirstFreeBufferThatIsLargeEnough) {
     EXPECT_EQ(planner.AcquireBuffer(1 << 30, 1 << 30), nullptr);
 }
 
+// A width that no memory holds makes the graph invalid, wherever in the chain it is asked for.
+TEST(AudioGraphStructure, HostileWidthsAreRefused) {
+    for (const uint32_t width : {0xFFFFFFFFu, 0x7FFFFFFFu, 0x00400000u}) {
+        for (const Links& links : {Links{}, Links{{1, 2}}, Links{{2, 1}}}) {
+            AudioGraph graph;
+            graph.SetNoiseEnabled(false);
+            SetStereo(graph);
+            AddProbes(graph, links.empty() ? 0 : 2, {});
+            graph.SetUpdating(true);
+            graph.RemoveBlockById(NumberedId(1));
+            const uint32_t record[2] = {width, 0};
+            graph.AddNewBlock(kStreamExpanderBlockTypeId, record, 8, NumberedId(1));
+            for (const auto& [a, b] : links)
+                graph.LinkById(NumberedId(a), NumberedId(b));
+            graph.SetUpdating(false);
+            EXPECT_FALSE(graph.IsValid());
+            std::vector<float> in(960, 0.5f), out(960);
+            graph.Process(in.data(), out.data(), 480);
+            EXPECT_EQ(out, in);
+        }
+    }
+}
+
 // A hostile profile must not exhaust the stack, neither when it is built nor when it is dropped,
 // and shapes that invite quadratic work must build in reasonable time.
 TEST(AudioGraphStructure, VeryLargeGraphsBuildAndGo) {

@@ -1,0 +1,56 @@
+#include "engine/block_factory.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "engine/block_type_ids.h"
+#include "engine/guid_order.h"
+#include "tests/support/probe_block.h"
+
+namespace quorvel {
+namespace {
+
+// Every kind makes a block that knows its kind and its id, and takes no record shorter than the
+// smallest one of its kind.
+TEST(BlockFactory, EveryKindKeepsWhatItsRowSays) {
+    const GUID id = test::NumberedId(7);
+    EXPECT_EQ(BlockKinds().size(), 16u);
+    for (const BlockKind& kind : BlockKinds()) {
+        const auto block = CreateBlock(kind.typeId, id);
+        ASSERT_TRUE(block) << kind.name;
+        EXPECT_TRUE(block->GetTypeId() == kind.typeId) << kind.name;
+        EXPECT_TRUE(block->GetId() == id) << kind.name;
+        EXPECT_EQ(FindBlockKind(kind.typeId), &kind);
+        std::vector<uint8_t> record(kind.smallestRecord);
+        EXPECT_TRUE(block->SetParameterData(record.data(), kind.smallestRecord)) << kind.name;
+        if (kind.smallestRecord == 0) continue;
+        EXPECT_FALSE(block->SetParameterData(record.data(), kind.smallestRecord - 1)) << kind.name;
+        EXPECT_FALSE(block->SetParameterData(nullptr, 1000)) << kind.name;
+        EXPECT_FALSE(block->SetParameters(nullptr)) << kind.name;
+    }
+}
+
+TEST(BlockFactory, UnknownKindsAndNullIds) {
+    EXPECT_FALSE(IsKnownBlockType(kNullGuid));
+    EXPECT_FALSE(CreateBlock(test::NumberedId(1), test::NumberedId(1)));
+    const auto first = CreateBlock(kGainBlockTypeId, kNullGuid);
+    const auto second = CreateBlock(kGainBlockTypeId, kNullGuid);
+    ASSERT_TRUE(first && second);
+    EXPECT_FALSE(first->GetId() == kNullGuid);
+    EXPECT_FALSE(first->GetId() == second->GetId());
+}
+
+// A refused record leaves the defaults: gain 1.
+TEST(BlockFactory, RefusedRecordIsNoFailure) {
+    const uint8_t record[2] = {0, 0};
+    const auto block = CreateBlockWithData(kGainBlockTypeId, record, 2, test::NumberedId(1));
+    ASSERT_TRUE(block);
+    block->SetFormat(1, 4, 48000);
+    float sample = 0.75f;
+    block->Process(&sample, &sample, 1);
+    EXPECT_EQ(sample, 0.75f);
+}
+
+}  // namespace
+}  // namespace quorvel
