@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
+#include <utility>
 
 #include "engine/block_factory.h"
 #include "engine/guid_order.h"
@@ -73,9 +75,8 @@ class ChainGraph {
     }
 
     void Connect(std::size_t source, std::size_t destination) {
-        Positions& feeds = downstream[source];
-        if (std::find(feeds.begin(), feeds.end(), destination) != feeds.end()) return;
-        feeds.push_back(destination);
+        if (!links.emplace(source, destination).second) return;
+        downstream[source].push_back(destination);
         upstream[destination].push_back(source);
     }
 
@@ -83,14 +84,13 @@ class ChainGraph {
     // behind one, so walking upstream within it must come back to a block already met.
     std::string CycleFault() {
         std::vector<std::size_t> feeders(names.size());
-        Positions ready;
         for (std::size_t i = 0; i < feeders.size(); ++i) {
             feeders[i] = upstream[i].size();
-            if (feeders[i] == 0) ready.push_back(i);
+            if (feeders[i] == 0) inOrder.push_back(i);
         }
-        for (std::size_t k = 0; k < ready.size(); ++k) {
-            for (const std::size_t next : downstream[ready[k]]) {
-                if (--feeders[next] == 0) ready.push_back(next);
+        for (std::size_t k = 0; k < inOrder.size(); ++k) {
+            for (const std::size_t next : downstream[inOrder[k]]) {
+                if (--feeders[next] == 0) inOrder.push_back(next);
             }
         }
         const auto left = std::find_if(feeders.begin(), feeders.end(),
@@ -120,20 +120,17 @@ class ChainGraph {
     // Several ends are joined when the walks from them, always along the first link in, end in one
     // block.
     std::string EndsFault() const {
+        Positions beginning(names.size());
         Positions ends;
-        Positions sources;
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            if (!downstream[i].empty()) continue;
-            ends.push_back(i);
-            std::size_t source = i;
-            while (!upstream[source].empty())
-                source = upstream[source].front();
-            sources.push_back(source);
+        for (const std::size_t i : inOrder) {
+            beginning[i] = upstream[i].empty() ? i : beginning[upstream[i].front()];
+            if (downstream[i].empty()) ends.push_back(i);
         }
-        const bool isJoined = std::all_of(sources.begin(), sources.end(), [&](std::size_t source) {
-            return source == sources.front();
+        const bool isJoined = std::all_of(ends.begin(), ends.end(), [&](std::size_t end) {
+            return beginning[end] == beginning[ends.front()];
         });
         if (isJoined) return {};
+        std::sort(ends.begin(), ends.end());
         return "several blocks end the chain and have no common beginning: " + Told(ends, ", ");
     }
 
@@ -147,8 +144,10 @@ class ChainGraph {
     const QuorvelAudioBlocksChain& chain;
     const std::vector<std::string>& names;
     std::map<GUID, std::size_t, GuidLess> positionOf;
+    std::set<std::pair<std::size_t, std::size_t>> links;
     std::vector<Positions> upstream;    // in the order of the links
     std::vector<Positions> downstream;  // the same
+    Positions inOrder;                  // each block behind all that feed it; cycles are missing
 };
 
 }  // namespace

@@ -106,11 +106,14 @@ bool IsBareValue(const RecordLayout& record) {
     return record.fields.size() == 1 && !record.fields.front().name;
 }
 
+bool HasField(const RecordLayout& record, const std::string& name) {
+    return std::any_of(record.fields.begin(), record.fields.end(),
+                       [&](const Field& field) { return name == field.name; });
+}
+
 void RefuseUnknownFields(const Json& object, const RecordLayout& record, const JsonPlace& place) {
     for (const auto& [key, value] : object.items()) {
-        const bool isKnown = std::any_of(record.fields.begin(), record.fields.end(),
-                                         [&](const Field& field) { return key == field.name; });
-        if (!isKnown) throw Refusal(place.Key(key), "unknown key");
+        if (!HasField(record, key)) throw Refusal(place.Key(key), "unknown key");
     }
 }
 

@@ -28,7 +28,7 @@ TEST_F(Process, ScalesEveryFrameAndNoMore) {
     WriteChain("gain.json",
                R"({"name": "gain", "type": "GainBlock", "parameters": {"gainDb": -6}})");
     const float gain = DbToLinear(-6.0f);
-    for (const std::size_t frames : {0, 1, 479, 480, 481, 65280, 65281, 70000}) {
+    for (const std::size_t frames : {0u, 1u, 479u, 480u, 481u, 65280u, 65281u, 70000u}) {
         const Sound in = Noise(frames, 2);
         const Sound out = Run(in, "gain.json");
         ASSERT_EQ(out.samples.size(), in.samples.size());
