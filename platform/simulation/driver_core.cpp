@@ -106,6 +106,7 @@ std::optional<Answer> DriverCore::TakeEvents(ClientId client, std::size_t capaci
         EventQueue& queue = entry->second;
         if (queue.Empty() && !(due && due->EndsRead())) return {};
         const auto fault = program.Next(kEventRead, client);
+        WakeReads(pending);
         if (!fault) return TakeRecords(queue, capacity, nullptr);
         return Commit(*fault, capacity, pending,
                       [&] { return TakeRecords(queue, capacity, &*fault); });
@@ -181,12 +182,16 @@ std::deque<StreamNotice> DriverCore::GetStreamNotices() const {
 void DriverCore::Misbehave(Misbehaviour fault) {
     Guarded([&](Pending& pending) {
         program.Add(std::move(fault));
-        // A read that waits may now be answered by the fault.
-        for (const auto& [client, queue] : clients) {
-            const Misbehaviour* due = program.Due(kEventRead, client);
-            if (due && due->EndsRead()) pending.ready.push_back(client);
-        }
+        WakeReads(pending);
     });
+}
+
+// A read that waits may now be answered by a fault alone.
+void DriverCore::WakeReads(Pending& pending) const {
+    for (const auto& entry : clients) {
+        const Misbehaviour* due = program.Due(kEventRead, entry.first);
+        if (due && due->EndsRead()) pending.ready.push_back(entry.first);
+    }
 }
 
 void DriverCore::Behave() {

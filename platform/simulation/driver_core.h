@@ -48,7 +48,7 @@ class DriverCore {
     DriverCore(const DriverCore&) = delete;
     DriverCore& operator=(const DriverCore&) = delete;
 
-    // Opens an event stream of its own. Never 0; 0 when the device has gone away.
+    // Opens a client with an event stream of its own; 0 when the device has gone away.
     ClientId OpenClient();
     void CloseClient(ClientId client);
 
@@ -108,6 +108,7 @@ class DriverCore {
                   Honest&& honest);
     void Announce(const DriverEvents& events, Pending& pending);
     void StartAfresh(EventQueue& queue, std::uint64_t time) const;
+    void WakeReads(Pending& pending) const;
     void RemoveDevice(Pending& pending);
 
     const DriverCallbacks callbacks;

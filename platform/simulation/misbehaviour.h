@@ -58,7 +58,6 @@ class MisbehaviourProgram {
     // A fault to be committed no times is ignored.
     void Add(Misbehaviour fault);
     void Clear() { faults.clear(); }
-    bool Empty() const { return faults.empty(); }
 
     // The fault due for the next such request; null when it will be served honestly.
     const Misbehaviour* Due(std::uint32_t code, std::uint32_t client) const;

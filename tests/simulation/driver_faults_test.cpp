@@ -138,6 +138,15 @@ TEST(DriverReads, AreSpoiledToo) {
     bench.driver.Misbehave({.code = kEventRead, .refuse = 31});
     EXPECT_EQ(bench.driver.TakeEvents(client, 1024)->status, 31u);
     EXPECT_FALSE(bench.driver.TakeEvents(client, 1024));
+
+    const ClientId other = bench.driver.OpenClient();
+    bench.driver.AddProcess(1, u"a");
+    bench.Events(other);
+    ready.clear();
+    bench.driver.Misbehave({.code = kEventRead, .skip = 1, .refuse = 31});
+    EXPECT_TRUE(ready.empty());
+    EXPECT_EQ(bench.driver.TakeEvents(client, 1024)->status, 0u);
+    EXPECT_EQ(ready, (std::vector{client, other})) << "either's next read meets the fault";
 }
 
 TEST(DriverRemoval, EndsEverything) {

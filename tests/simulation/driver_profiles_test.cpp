@@ -45,7 +45,7 @@ TEST_F(DriverProfiles, DamagedOnesAreRefusedOrKeptAsTheyAre) {
     const Bytes sample = SampleProfile();
     std::mt19937 random(5);
     int refused = 0;
-    for (int round = 0; round < 4000; ++round) {
+    for (std::size_t round = 0; round < 4000; ++round) {
         Bytes damaged = sample;
         const std::size_t place = round / 8 % damaged.size();
         damaged[place] = static_cast<std::byte>(random());
