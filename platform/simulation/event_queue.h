@@ -1,7 +1,7 @@
 // The event records that wait for one client.
 //
-// Bounded: a full queue takes no more, and its owner then empties it and tells the client to fetch
-// everything again, which fits in the same words as any other change.
+// Bounded: whoever owns a full queue empties it and tells the client to fetch everything again,
+// with one record for each stored profile, which may exceed the bound.
 #pragma once
 
 #include <deque>
