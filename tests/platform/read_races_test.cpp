@@ -12,7 +12,12 @@ using test::Bytes;
 constexpr std::byte kOwnedByClient{0xC1};
 constexpr std::byte kSent{0xDE};
 
-// A thread that completes whatever is queued as fast as it can.
+void Spin(int turns) {
+    for (std::atomic<int> turn = 0; turn < turns;)
+        ++turn;
+}
+
+// A thread that completes whatever is queued, a varying moment after it took it.
 class Completer {
   public:
     explicit Completer(test::FakeDevice& fakeDevice) : device(fakeDevice) {}
@@ -21,112 +26,98 @@ class Completer {
         thread.join();
     }
 
-    // Reads that this thread, not a cancellation, has ended. Read once the thread is idle.
+    // Returns when the thread has taken `count` reads and is about to complete the last of them.
+    void AwaitTaken(int count) const {
+        while (taken < count)
+            std::this_thread::yield();
+    }
+
+    // Reads that this thread, and no cancellation, ended.
     std::atomic<int> delivered = 0;
 
   private:
     void Run() {
         const std::vector<std::byte> sent(16, kSent);
-        while (!stop)
-            if (const auto request = device.TakeRead())
-                delivered += request->CompleteWith(sent) ? 1 : 0;
-            else
-                std::this_thread::yield();
+        while (!stop) {
+            const auto request = device.TakeRead();
+            if (!request) {
+                std::this_thread::yield();  // leaves the queue's lock to the client
+                continue;
+            }
+            Spin(++taken % 97 * 16);
+            if (taken % 3 == 0) std::this_thread::yield();
+            if (request->CompleteWith(sent)) ++delivered;
+        }
     }
 
     test::FakeDevice& device;
+    std::atomic<int> taken = 0;
     std::atomic<bool> stop = false;
     std::thread thread{[this] { Run(); }};
 };
 
-class ReadRaces : public test::FakeDeviceTest {
-  protected:
-    struct Tally {
-        int delivered = 0;
-        int cancelled = 0;
-    };
+class ReadRaces : public test::FakeDeviceTest {};
 
-    // Reads `rounds` times and lets `cancel` end each read, while a Completer works. Whoever won,
-    // the read is over then, and nobody writes to the buffer any more.
-    template <typename Cancel>
-    Tally Storm(int rounds, Cancel cancel) {
-        Tally tally;
-        UniqueHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        std::vector<std::byte> buffer(16);
-        for (int round = 0; round < rounds; ++round) {
-            UniqueHandle file = OpenFile();
-            OVERLAPPED overlapped{};
-            overlapped.hEvent = event.Get();
-            ReadFile(file.Get(), buffer.data(), 16, nullptr, &overlapped);
-            if (round % 3 == 0) std::this_thread::yield();
-            cancel(file);
-            DWORD count = 99;
-            const bool delivered =
-                GetOverlappedResult(file.Get(), &overlapped, &count, FALSE) != FALSE;
-            if (!delivered) {
-                EXPECT_EQ(GetLastError(), ERROR_OPERATION_ABORTED);
-            }
-            EXPECT_EQ(count, delivered ? 16u : 0u);
-            EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
-            if (delivered) {
-                EXPECT_EQ(buffer.front(), kSent);
-            }
-            std::fill(buffer.begin(), buffer.end(), kOwnedByClient);
-            std::this_thread::yield();
-            EXPECT_EQ(buffer.back(), kOwnedByClient);
-            ++(delivered ? tally.delivered : tally.cancelled);
-        }
-        return tally;
-    }
+// Whoever wins, the read is over after the cancellation, both sides agree on who ended it, and
+// nobody writes to the buffer any more.
+TEST_F(ReadRaces, CancellationAgainstCompletion) {
+    Completer completer(*device);
+    const UniqueHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::vector<std::byte> buffer(16);
+    int delivered = 0;
+    for (int round = 1; round <= 4000; ++round) {
+        UniqueHandle file = OpenFile();
+        OVERLAPPED overlapped{};
+        overlapped.hEvent = event.Get();
+        ReadFile(file.Get(), buffer.data(), 16, nullptr, &overlapped);
+        if (round % 8 != 0) completer.AwaitTaken(round);
+        Spin(round % 61 * 16);
+        if (round % 2 == 0)
+            file.Reset();
+        else
+            EXPECT_TRUE(CancelIo(file.Get()));
 
-    // Both sides agree on who ended which read. Nothing is queued any more when this is called,
-    // or only what is cancelled.
-    static void ExpectAgreement(const Tally& tally, const Completer& completer) {
-        while (completer.delivered < tally.delivered)
-            std::this_thread::yield();
-        EXPECT_EQ(completer.delivered, tally.delivered);
+        DWORD count = 99;
+        const bool won = GetOverlappedResult(nullptr, &overlapped, &count, FALSE) != FALSE;
+        EXPECT_EQ(won ? ERROR_OPERATION_ABORTED : GetLastError(), ERROR_OPERATION_ABORTED);
+        EXPECT_EQ(count, won ? 16u : 0u);
+        EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
+        EXPECT_EQ(buffer.front() == kSent, won);
+        std::fill(buffer.begin(), buffer.end(), kOwnedByClient);
+        delivered += won ? 1 : 0;
     }
+    completer.AwaitTaken(4000);
+    EXPECT_EQ(buffer, std::vector<std::byte>(16, kOwnedByClient));
+    EXPECT_EQ(completer.delivered, delivered);
+}
+
+struct Client {
+    UniqueHandle file;
+    UniqueHandle stop{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    UniqueHandle readEvent{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 };
 
-constexpr int kRounds = 3000;
-
-TEST_F(ReadRaces, CancelIoAgainstCompletion) {
-    Completer completer(*device);
-    const Tally tally =
-        Storm(kRounds, [](UniqueHandle& file) { EXPECT_TRUE(CancelIo(file.Get())); });
-    ExpectAgreement(tally, completer);
+// Keeps a read pending until it is told to stop.
+DWORD WINAPI ReadOn(LPVOID parameter) {
+    auto& client = *static_cast<Client*>(parameter);
+    const HANDLE handles[] = {client.stop.Get(), client.readEvent.Get()};
+    OVERLAPPED overlapped{};
+    overlapped.hEvent = client.readEvent.Get();
+    std::byte buffer[16] = {};
+    do {
+        ReadFile(client.file.Get(), buffer, sizeof(buffer), nullptr, &overlapped);
+    } while (WaitForMultipleObjects(2, handles, FALSE, INFINITE) != WAIT_OBJECT_0);
+    CancelIo(client.file.Get());
+    return 0;
 }
 
-TEST_F(ReadRaces, CloseAgainstCompletion) {
-    Completer completer(*device);
-    const Tally tally = Storm(kRounds, [](UniqueHandle& file) { file.Reset(); });
-    ExpectAgreement(tally, completer);
-}
-
-// The client stops a thread that keeps a read pending, as one closes a device with listeners.
 TEST_F(ReadRaces, AThreadOfReadsIsStoppedAgainAndAgain) {
-    struct Client {
-        UniqueHandle file, stop{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-        UniqueHandle readEvent{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    };
-    const auto run = [](LPVOID parameter) -> DWORD {
-        auto& client = *static_cast<Client*>(parameter);
-        const HANDLE handles[] = {client.stop.Get(), client.readEvent.Get()};
-        OVERLAPPED overlapped{};
-        overlapped.hEvent = client.readEvent.Get();
-        std::byte buffer[16] = {};
-        do {
-            ReadFile(client.file.Get(), buffer, sizeof(buffer), nullptr, &overlapped);
-        } while (WaitForMultipleObjects(2, handles, FALSE, INFINITE) != WAIT_OBJECT_0);
-        CancelIo(client.file.Get());
-        return 0;
-    };
     Completer completer(*device);
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 1; round <= 300; ++round) {
         Client client;
         client.file = OpenFile();
-        const UniqueHandle thread(CreateThread(nullptr, 0, run, &client, 0, nullptr));
-        std::this_thread::yield();
+        const UniqueHandle thread(CreateThread(nullptr, 0, ReadOn, &client, 0, nullptr));
+        if (round % 2 == 0) completer.AwaitTaken(round);
         SetEvent(client.stop.Get());
         ASSERT_EQ(WaitForSingleObject(thread.Get(), 60000), WAIT_OBJECT_0);
     }

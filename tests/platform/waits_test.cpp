@@ -71,74 +71,39 @@ TEST_F(Waits, BadListsAreRefused) {
     EXPECT_EQ(WaitForMultipleObjects(64, handles.data(), FALSE, 0), WAIT_OBJECT_0);
 }
 
-// Threads that wait for `event` and for the end of the test, and count what they got.
-class Waiters {
-  public:
-    Waiters(HANDLE event, int count) {
-        for (int i = 0; i < count; ++i)
-            threads.emplace_back([this, event] { Run(event); });
-    }
-    void Join() {
-        for (std::thread& thread : threads)
-            thread.join();
-    }
-    HANDLE Stop() const { return stop.Get(); }
-    void AwaitTaken(int wanted) const {
-        while (taken < wanted)
-            std::this_thread::yield();
-    }
-    std::atomic<int> taken = 0;
-
-  private:
-    void Run(HANDLE event) {
-        const HANDLE handles[] = {event, stop.Get()};
-        while (WaitForMultipleObjects(2, handles, FALSE, INFINITE) == WAIT_OBJECT_0)
-            ++taken;
-    }
-
-    UniqueHandle stop{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    std::vector<std::thread> threads;
-};
-
 TEST_F(Waits, EverySignalOfAnAutoResetEventIsTakenExactlyOnce) {
-    const UniqueHandle event = AutoEvent();
-    Waiters waiters(event.Get(), 4);
+    const UniqueHandle event = AutoEvent(), stop = ManualEvent();
+    const HANDLE handles[] = {event.Get(), stop.Get()};
+    std::atomic<int> taken = 0;
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < 4; ++i)
+        waiters.emplace_back([&] {
+            while (WaitForMultipleObjects(2, handles, FALSE, INFINITE) == WAIT_OBJECT_0)
+                ++taken;
+        });
     for (int signals = 1; signals <= 500; ++signals) {
         SetEvent(event.Get());
-        waiters.AwaitTaken(signals);
+        while (taken < signals)
+            std::this_thread::yield();
     }
-    SetEvent(waiters.Stop());
-    waiters.Join();
-    EXPECT_EQ(waiters.taken, 500);
+    SetEvent(stop.Get());
+    for (std::thread& waiter : waiters)
+        waiter.join();
+    EXPECT_EQ(taken, 500);
     EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
 }
 
-// Runs a wait for `handle` on a thread of its own, and `meanwhile` once it most likely blocks.
-template <typename Action>
-DWORD WaitBeside(HANDLE handle, Action meanwhile) {
-    std::atomic<bool> running = false;
-    DWORD result = 0;
-    std::thread waiter([&] {
-        running = true;
-        result = WaitForSingleObject(handle, 10000);
-    });
-    while (!running)
-        std::this_thread::yield();
-    std::this_thread::sleep_for(milliseconds(10));
-    meanwhile();
-    waiter.join();
-    return result;
-}
-
 TEST_F(Waits, ClosingTheHandleDoesNotEndTheWait) {
-    DWORD result = WAIT_FAILED;  // while the close comes before the wait
+    DWORD result = WAIT_FAILED;  // when the close came before the wait
     for (int attempt = 0; attempt < 100 && result == WAIT_FAILED; ++attempt) {
         UniqueHandle closed(CreateEventW(nullptr, TRUE, FALSE, u"QuorvelClosedInWait"));
         const UniqueHandle setter(OpenEventW(EVENT_ALL_ACCESS, FALSE, u"QuorvelClosedInWait"));
-        result = WaitBeside(closed.Get(), [&] {
-            closed.Reset();
-            SetEvent(setter.Get());
-        });
+        std::thread waiter(
+            [&, handle = closed.Get()] { result = WaitForSingleObject(handle, 10000); });
+        std::this_thread::sleep_for(milliseconds(10));
+        closed.Reset();
+        SetEvent(setter.Get());
+        waiter.join();
     }
     EXPECT_EQ(result, WAIT_OBJECT_0);
 }
