@@ -69,6 +69,7 @@ class DeviceFile {
     virtual void Read(std::shared_ptr<ReadRequest> request) = 0;
 };
 
+// What is behind a path. Its files may outlive it and keep alive themselves what they need.
 class Device {
   public:
     virtual ~Device() = default;

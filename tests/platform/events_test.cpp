@@ -1,10 +1,12 @@
 #include "platform/unique_handle.h"
 #include "tests/support/handle_balance.h"
+#include "tests/support/wide.h"
 
 namespace quorvel {
 namespace {
 
 using platform::UniqueHandle;
+using test::Wide;
 
 class Events : public test::HandleBalance {
   protected:
@@ -30,9 +32,11 @@ TEST_F(Events, ManualResetStaysSignalledAndAutoResetIsTakenOnce) {
 }
 
 TEST_F(Events, CreatingAnExistingNameOpensTheSameEvent) {
-    const UniqueHandle first(CreateEventW(nullptr, TRUE, FALSE, u"Global\\QuorvelEventsTest"));
+    const UniqueHandle first(
+        CreateEventW(nullptr, TRUE, FALSE, Wide("Global\\QuorvelEventsTest").c_str()));
     EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
-    const UniqueHandle second(CreateEventW(nullptr, FALSE, TRUE, u"Global\\QuorvelEventsTest"));
+    const UniqueHandle second(
+        CreateEventW(nullptr, FALSE, TRUE, Wide("Global\\QuorvelEventsTest").c_str()));
     EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
     ASSERT_TRUE(second);
     EXPECT_FALSE(IsSignalled(first)) << "the initial state of the second call counts for nothing";
@@ -42,45 +46,47 @@ TEST_F(Events, CreatingAnExistingNameOpensTheSameEvent) {
 }
 
 TEST_F(Events, NamesAreFoundByNamespaceAndCase) {
-    const UniqueHandle local(CreateEventW(nullptr, TRUE, FALSE, u"QuorvelLocal"));
-    const UniqueHandle global(CreateEventW(nullptr, TRUE, FALSE, u"Global\\QuorvelGlobal"));
+    const UniqueHandle local(CreateEventW(nullptr, TRUE, FALSE, Wide("QuorvelLocal").c_str()));
+    const UniqueHandle global(
+        CreateEventW(nullptr, TRUE, FALSE, Wide("Global\\QuorvelGlobal").c_str()));
     const struct {
-        const WCHAR* name;
+        const char* name;
         DWORD error;
     } rows[] = {
-        {u"QuorvelLocal", ERROR_SUCCESS},
-        {u"Local\\QuorvelLocal", ERROR_SUCCESS},
-        {u"Global\\QuorvelLocal", ERROR_FILE_NOT_FOUND},
-        {u"Global\\QuorvelGlobal", ERROR_SUCCESS},
-        {u"QuorvelGlobal", ERROR_FILE_NOT_FOUND},
-        {u"Global\\Quorvelglobal", ERROR_FILE_NOT_FOUND},
-        {u"Quorvel\\Local", ERROR_PATH_NOT_FOUND},
-        {nullptr, ERROR_INVALID_PARAMETER},
+        {"QuorvelLocal", ERROR_SUCCESS},
+        {"Local\\QuorvelLocal", ERROR_SUCCESS},
+        {"Global\\QuorvelLocal", ERROR_FILE_NOT_FOUND},
+        {"Global\\QuorvelGlobal", ERROR_SUCCESS},
+        {"QuorvelGlobal", ERROR_FILE_NOT_FOUND},
+        {"Global\\Quorvelglobal", ERROR_FILE_NOT_FOUND},
+        {"Quorvel\\Local", ERROR_PATH_NOT_FOUND},
     };
-    for (std::size_t row = 0; row < std::size(rows); ++row) {
+    for (const auto& row : rows) {
         SetLastError(ERROR_SUCCESS);
-        const UniqueHandle opened(OpenEventW(SYNCHRONIZE, FALSE, rows[row].name));
-        EXPECT_EQ(static_cast<bool>(opened), rows[row].error == ERROR_SUCCESS) << "row " << row;
-        EXPECT_EQ(GetLastError(), rows[row].error) << "row " << row;
+        const UniqueHandle opened(OpenEventW(SYNCHRONIZE, FALSE, Wide(row.name).c_str()));
+        EXPECT_EQ(static_cast<bool>(opened), row.error == ERROR_SUCCESS) << row.name;
+        EXPECT_EQ(GetLastError(), row.error) << row.name;
     }
+    EXPECT_FALSE(UniqueHandle(OpenEventW(SYNCHRONIZE, FALSE, nullptr)));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(Events, ANameIsFreeOnceTheLastHandleIsClosed) {
-    UniqueHandle created(CreateEventW(nullptr, TRUE, TRUE, u"QuorvelShortLived"));
-    UniqueHandle opened(OpenEventW(EVENT_ALL_ACCESS, FALSE, u"QuorvelShortLived"));
+    UniqueHandle created(CreateEventW(nullptr, TRUE, TRUE, Wide("QuorvelShortLived").c_str()));
+    UniqueHandle opened(OpenEventW(EVENT_ALL_ACCESS, FALSE, Wide("QuorvelShortLived").c_str()));
     created.Reset();
-    EXPECT_TRUE(UniqueHandle(OpenEventW(SYNCHRONIZE, FALSE, u"QuorvelShortLived")));
+    EXPECT_TRUE(UniqueHandle(OpenEventW(SYNCHRONIZE, FALSE, Wide("QuorvelShortLived").c_str())));
     opened.Reset();
-    EXPECT_FALSE(UniqueHandle(OpenEventW(SYNCHRONIZE, FALSE, u"QuorvelShortLived")));
-    const UniqueHandle again(CreateEventW(nullptr, TRUE, FALSE, u"QuorvelShortLived"));
+    EXPECT_FALSE(UniqueHandle(OpenEventW(SYNCHRONIZE, FALSE, Wide("QuorvelShortLived").c_str())));
+    const UniqueHandle again(CreateEventW(nullptr, TRUE, FALSE, Wide("QuorvelShortLived").c_str()));
     EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
     EXPECT_FALSE(IsSignalled(again));
 }
 
 TEST_F(Events, AHandleDoesOnlyWhatItsRightsAllow) {
-    const UniqueHandle owner(CreateEventW(nullptr, TRUE, FALSE, u"QuorvelRights"));
-    const UniqueHandle waiter(OpenEventW(SYNCHRONIZE, FALSE, u"QuorvelRights"));
-    const UniqueHandle setter(OpenEventW(EVENT_MODIFY_STATE, FALSE, u"QuorvelRights"));
+    const UniqueHandle owner(CreateEventW(nullptr, TRUE, FALSE, Wide("QuorvelRights").c_str()));
+    const UniqueHandle waiter(OpenEventW(SYNCHRONIZE, FALSE, Wide("QuorvelRights").c_str()));
+    const UniqueHandle setter(OpenEventW(EVENT_MODIFY_STATE, FALSE, Wide("QuorvelRights").c_str()));
 
     EXPECT_FALSE(SetEvent(waiter.Get()));
     EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);

@@ -21,8 +21,8 @@ class OverlappedReads : public test::FakeDeviceTest {
         Read() { overlapped.hEvent = event.Get(); }
 
         // The error code, 0 when it completed at once.
-        DWORD Start(HANDLE file) {
-            return ReadFile(file, buffer.data(), 4, &count, &overlapped) ? 0 : GetLastError();
+        DWORD Start(HANDLE openFile) {
+            return ReadFile(openFile, buffer.data(), 4, &count, &overlapped) ? 0 : GetLastError();
         }
         DWORD Result(bool wait = false) {
             count = 99;

@@ -5,12 +5,14 @@
 
 #include "platform/unique_handle.h"
 #include "tests/support/handle_balance.h"
+#include "tests/support/wide.h"
 
 namespace quorvel {
 namespace {
 
 using platform::UniqueHandle;
 using std::chrono::milliseconds;
+using test::Wide;
 
 class Waits : public test::HandleBalance {
   protected:
@@ -48,7 +50,7 @@ TEST_F(Waits, TimeLimitsAreKept) {
 }
 
 TEST_F(Waits, ASignalEndsAWaitWithAndWithoutTimeLimit) {
-    for (const DWORD limit : {INFINITE, DWORD{60000}}) {
+    for (const DWORD limit : {DWORD{INFINITE}, DWORD{60000}}) {
         const UniqueHandle never = ManualEvent(), event = AutoEvent();
         const HANDLE handles[] = {never.Get(), event.Get()};
         std::thread setter([&] {
@@ -96,8 +98,10 @@ TEST_F(Waits, EverySignalOfAnAutoResetEventIsTakenExactlyOnce) {
 TEST_F(Waits, ClosingTheHandleDoesNotEndTheWait) {
     DWORD result = WAIT_FAILED;  // when the close came before the wait
     for (int attempt = 0; attempt < 100 && result == WAIT_FAILED; ++attempt) {
-        UniqueHandle closed(CreateEventW(nullptr, TRUE, FALSE, u"QuorvelClosedInWait"));
-        const UniqueHandle setter(OpenEventW(EVENT_ALL_ACCESS, FALSE, u"QuorvelClosedInWait"));
+        UniqueHandle closed(
+            CreateEventW(nullptr, TRUE, FALSE, Wide("QuorvelClosedInWait").c_str()));
+        const UniqueHandle setter(
+            OpenEventW(EVENT_ALL_ACCESS, FALSE, Wide("QuorvelClosedInWait").c_str()));
         std::thread waiter(
             [&, handle = closed.Get()] { result = WaitForSingleObject(handle, 10000); });
         std::this_thread::sleep_for(milliseconds(10));
