@@ -11,9 +11,17 @@
 #include <windows.h>
 #include <mmreg.h>
 #include <rpc.h>
+#include <winioctl.h>
 #else
+#include "platform/portable/control_codes.h"
+#include "platform/portable/device_files.h"
+#include "platform/portable/events.h"
+#include "platform/portable/file_times.h"
+#include "platform/portable/handles.h"
 #include "platform/portable/heap.h"
+#include "platform/portable/threads.h"
 #include "platform/portable/types.h"
 #include "platform/portable/uuid.h"
+#include "platform/portable/waits.h"
 #include "platform/portable/wave_format.h"
 #endif

@@ -1,14 +1,7 @@
 // The process heap of Windows, over the C allocator.
 #pragma once
 
-#include <cstddef>
-
 #include "platform/portable/types.h"
-
-using HANDLE = void*;
-using LPVOID = void*;
-using SIZE_T = std::size_t;
-using BOOL = int;
 
 // The heap that every call below takes; the same handle at every call.
 HANDLE GetProcessHeap();

@@ -1,0 +1,34 @@
+#include "platform/portable/kernel_object.h"
+
+namespace quorvel::platform {
+
+void Waitable::Signal(KernelLock& lock) {
+    signalled = true;
+    for (WaitBlock* block = first; block; block = block->next) {
+        Waiter& waiter = *block->waiter;
+        if (waiter.satisfiedBy) continue;
+        if (!TryTake(lock)) return;
+        waiter.satisfiedBy = block->index;
+        waiter.wake.notify_one();
+    }
+}
+
+bool Waitable::TryTake(KernelLock&) {
+    const bool taken = signalled;
+    if (mode == ResetMode::kAuto) signalled = false;
+    return taken;
+}
+
+void Waitable::Enqueue(KernelLock&, WaitBlock& block) {
+    block.previous = last;
+    block.next = nullptr;
+    (last ? last->next : first) = &block;
+    last = &block;
+}
+
+void Waitable::Dequeue(KernelLock&, WaitBlock& block) {
+    (block.previous ? block.previous->next : first) = block.next;
+    (block.next ? block.next->previous : last) = block.previous;
+}
+
+}  // namespace quorvel::platform

@@ -1,0 +1,101 @@
+// A device whose behaviour a test dictates.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "platform/portable/device.h"
+#include "platform/unique_handle.h"
+#include "tests/support/handle_balance.h"
+
+namespace quorvel::test {
+
+inline std::vector<std::byte> Bytes(std::initializer_list<int> values) {
+    std::vector<std::byte> bytes;
+    for (const int value : values)
+        bytes.push_back(static_cast<std::byte>(value));
+    return bytes;
+}
+
+class FakeDevice : public platform::Device {
+  public:
+    using Answer = std::function<DWORD(DWORD code, std::span<const std::byte> in,
+                                       std::span<std::byte> out, DWORD& returned)>;
+    using ReadHandler = std::function<void(std::shared_ptr<platform::ReadRequest>)>;
+
+    // Set before the device is used.
+    DWORD openError = ERROR_SUCCESS;
+    Answer answer;
+    ReadHandler onRead = [this](auto request) { Queue(std::move(request)); };
+
+    std::atomic<int> openFiles = 0;
+
+    DWORD Open(DWORD, DWORD, std::unique_ptr<platform::DeviceFile>& file) override {
+        if (openError == ERROR_SUCCESS) file = std::make_unique<File>(*this);
+        return openError;
+    }
+
+    void Queue(std::shared_ptr<platform::ReadRequest> request) {
+        const std::lock_guard lock(mutex);
+        queue.push_back(std::move(request));
+    }
+
+    // The oldest queued read, or null.
+    std::shared_ptr<platform::ReadRequest> TakeRead() {
+        const std::lock_guard lock(mutex);
+        if (queue.empty()) return nullptr;
+        auto request = std::move(queue.front());
+        queue.pop_front();
+        return request;
+    }
+
+  private:
+    class File final : public platform::DeviceFile {
+      public:
+        explicit File(FakeDevice& owner) : device(owner) { ++device.openFiles; }
+        ~File() override { --device.openFiles; }
+        DWORD Control(DWORD code, std::span<const std::byte> in, std::span<std::byte> out,
+                      DWORD& returned) override {
+            return device.answer(code, in, out, returned);
+        }
+        void Read(std::shared_ptr<platform::ReadRequest> request) override {
+            device.onRead(std::move(request));
+        }
+
+      private:
+        FakeDevice& device;
+    };
+
+    std::mutex mutex;
+    std::deque<std::shared_ptr<platform::ReadRequest>> queue;
+};
+
+// A registered fake device; in the end all of its handles must be closed.
+class FakeDeviceTest : public HandleBalance {
+  protected:
+    static constexpr const WCHAR* kPath = u"\\\\?\\Fake#Device";
+
+    void SetUp() override {
+        HandleBalance::SetUp();
+        platform::RegisterDevice(kPath, device);
+    }
+    void TearDown() override {
+        platform::UnregisterDevice(kPath);
+        HandleBalance::TearDown();
+        EXPECT_EQ(device->openFiles, 0);
+    }
+
+    static platform::UniqueHandle OpenFile(DWORD access = GENERIC_READ | GENERIC_WRITE) {
+        return platform::UniqueHandle(
+            CreateFileW(kPath, access, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
+    }
+
+    std::shared_ptr<FakeDevice> device = std::make_shared<FakeDevice>();
+};
+
+}  // namespace quorvel::test
