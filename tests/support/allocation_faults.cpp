@@ -38,7 +38,11 @@ bool FailsNow(std::size_t size) {
 }
 
 void* Remember(void* memory) {
-    if (TheState().isArmed && memory) TheState().live.insert(memory);
+    State& state = TheState();
+    if (!state.isArmed || !memory) return memory;
+    state.isArmed = false;  // the set's own memory may come through here
+    state.live.insert(memory);
+    state.isArmed = true;
     return memory;
 }
 
