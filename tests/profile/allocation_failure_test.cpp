@@ -135,9 +135,7 @@ TEST(AllocationFailure, ProfileCopyLosesOnlyThePartThatHadNoMemory) {
 
 TEST(AllocationFailure, AssignmentOverAFilledProfileNeitherLeaksNorLosesItsArrays) {
     QuorvelAudioProfile source;
-    FillSample(source);
-    for (const DWORD number : {7u, 8u, 9u})
-        source.GetChain(number, true);
+    FillLargeSample(source);
     FailEachAllocation(
         [&](const AllocationFaults& faults) {
             QuorvelAudioProfile target;
