@@ -12,12 +12,17 @@ class QuorvelAudioDevice {
   public:
     // The printable text form of a profile: zero-terminated base64 without line breaks, described
     // in profile/text_form.h. The caller releases it with Free. Null when `profile` is null, when
-    // memory cannot be had, or when the profile exceeds 4 GiB.
+    // memory cannot be had, or when the profile exceeds 4 GiB. The text of a profile whose id is
+    // not that of its chains (changed after they were made, or they came from another profile) is
+    // refused by DecodeProfile with 13; encode a copy of such a profile
+    // (PackProfile of profile/packed_profile.h).
     static const char* EncodeProfile(QuorvelAudioProfile* profile);
 
     // Reads the text form into `profile`: id, cookie, paths and the chains that the text holds are
     // replaced, other chains stay. After a failure the profile holds what was read until then.
     //   87    null or empty text, null profile
+    // A chain that the profile had keeps its profileId: after reading a profile of another id over
+    // it, see EncodeProfile.
     //   13    not the text form of a profile, or damaged
     //   1305  written by newer software
     //   8     memory cannot be had
@@ -54,7 +59,9 @@ class QuorvelAudioDevice {
     static DWORD FillProfilePaths(QuorvelAudioProfile* profile, _QuorvelProfilePaths* in);
 
     // Allocates a buffer on the C runtime heap of the whole-profile record and `extra` bytes, and
-    // writes the record at byte `offset` (at most `extra`). 8 when memory cannot be had.
+    // writes the record at byte `offset`; the extra bytes are 0. The caller releases the buffer
+    // with Free. 8 when memory cannot be had, 87 when `offset` exceeds `extra`; `buffer` and
+    // `bufferSize` are then untouched.
     static DWORD PackProfileData(QuorvelAudioProfile* profile, void** buffer, unsigned& bufferSize,
                                  unsigned extra, unsigned offset);
 

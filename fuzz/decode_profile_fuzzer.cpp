@@ -1,7 +1,8 @@
 // Feeds arbitrary text to the text form's reader. What it accepts must survive being written and
-// read again.
+// read again, and be written the same way then.
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "client/quorvel_audio_device.h"
@@ -14,6 +15,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QuorvelAudioProfile again;
     if (!written || QuorvelAudioDevice::DecodeProfile(written, &again) != ERROR_SUCCESS)
         std::abort();
+    const char* rewritten = QuorvelAudioDevice::EncodeProfile(&again);
+    if (!rewritten || std::strcmp(rewritten, written) != 0) std::abort();
+    QuorvelAudioDevice::Free(const_cast<char*>(rewritten));
     QuorvelAudioDevice::Free(const_cast<char*>(written));
     return 0;
 }

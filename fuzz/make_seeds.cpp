@@ -38,6 +38,7 @@ bool WriteSeeds(const std::string& directory) {
         if (PackProfile(profile, 0, 0, packed) != ERROR_SUCCESS) return false;
         const std::string record(reinterpret_cast<const char*>(packed.bytes.get()), packed.size);
         const char* text = QuorvelAudioDevice::EncodeProfile(&profile);
+        if (!text) return false;
         const std::string name = "/random" + std::to_string(i);
         isWritten &= WriteFile(directory + "/unpack_profile" + name, '\2' + record);
         isWritten &= WriteFile(directory + "/decode_profile" + name, text);

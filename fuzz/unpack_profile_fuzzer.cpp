@@ -1,6 +1,7 @@
 // Feeds arbitrary bytes to the readers of whole-profile records. The first byte chooses the version
 // (odd: 1) and whether the size field is made true, which lets the fuzzer past the first check.
-// What is accepted is read a second time over itself, then packed and read back.
+// It is read a second time over itself, then packed; what is accepted must come back from the
+// packed bytes and pack to the same bytes again.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -28,6 +29,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QuorvelAudioProfile again;
     if (quorvel::PackProfile(profile, 0, 0, packed) != ERROR_SUCCESS) std::abort();
     const DWORD repeated = quorvel::UnpackProfile({packed.bytes.get(), packed.size}, again);
-    if (result == ERROR_SUCCESS && repeated != ERROR_SUCCESS) std::abort();
+    if (result != ERROR_SUCCESS) return 0;
+    quorvel::PackedProfile repacked;
+    if (repeated != ERROR_SUCCESS || quorvel::PackProfile(again, 0, 0, repacked) != ERROR_SUCCESS ||
+        repacked.size != packed.size ||
+        std::memcmp(repacked.bytes.get(), packed.bytes.get(), packed.size) != 0)
+        std::abort();
     return 0;
 }

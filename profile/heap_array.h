@@ -16,6 +16,13 @@ struct HeapRelease {
 template <typename T>
 using HeapArray = std::unique_ptr<T[], HeapRelease>;
 
+// `count` elements of zero bytes (at least one is allocated); null when they cannot be had.
+template <typename T>
+HeapArray<T> AllocateZeroed(std::size_t count) {
+    static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
+    return HeapArray<T>(static_cast<T*>(std::calloc(count == 0 ? 1 : count, sizeof(T))));
+}
+
 // `count` uninitialised elements (at least one is allocated); null when they cannot be had.
 template <typename T>
 HeapArray<T> AllocateArray(std::size_t count) {

@@ -1,6 +1,7 @@
 // The growable array behind every collection of the client interface.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "platform/windows_api.h"
@@ -30,7 +31,7 @@ class ItemsList {
     // Copies like the copy constructor: `other` keeps its elements.
     ItemsList(ItemsList&& other) noexcept;
 
-    // Copy(other).
+    // Copy(other): a caller whose elements own memory calls Clear() first.
     ItemsList& operator=(const ItemsList& other);
 
     // Takes the array of `other`, which is left empty. The elements and the array that this list
@@ -89,3 +90,8 @@ class ItemsList {
     T& Get(unsigned i) const;
     bool AllocateMemoryForElements(unsigned n);
 };
+
+static_assert(offsetof(ItemsList<GUID>, invalidPos) == 0);
+static_assert(offsetof(ItemsList<GUID>, items) == sizeof(void*));
+static_assert(offsetof(ItemsList<GUID>, count) == 2 * sizeof(void*));
+static_assert(offsetof(ItemsList<GUID>, capacity) == 2 * sizeof(void*) + 4);

@@ -50,14 +50,14 @@ DWORD ReadBeginning(std::span<const std::byte> bytes, std::size_t smallest, Head
     return ReadPathsSection(reader, profile);
 }
 
-// Takes the next section off `reader`. False when it belongs to another profile or is cut off.
+// Takes the next section off `reader`. False when it belongs to another profile or is cut off; its
+// reader sees whether it holds its own header.
 template <typename Header>
 bool TakeSection(ByteReader& reader, const GUID& profileId, std::span<const std::byte>& section) {
     Header header;
     if (!reader.Peek(header)) return false;
     const GUID owner = header.profileId;
-    return owner == profileId && header.sectionSizeCopy >= sizeof(Header) &&
-           reader.Take(header.sectionSizeCopy, section);
+    return owner == profileId && reader.Take(header.sectionSizeCopy, section);
 }
 
 using ReadSection = DWORD(std::span<const std::byte>, QuorvelAudioBlocksChain&);
@@ -96,7 +96,7 @@ DWORD PackProfile(const QuorvelAudioProfile& profile, std::uint32_t extra, std::
                            profile.GetPackedStringsSize() + profile.GetPackedChainsSize());
     const std::uint32_t bufferSize = AddPackedSizes(size, extra);
     if (bufferSize == kPackedSizeLimit) return ERROR_NOT_ENOUGH_MEMORY;
-    packed.bytes.reset(static_cast<std::byte*>(std::calloc(bufferSize, 1)));
+    packed.bytes = AllocateZeroed<std::byte>(bufferSize);
     if (!packed.bytes) return ERROR_NOT_ENOUGH_MEMORY;
     packed.size = bufferSize;
     ByteWriter writer({packed.bytes.get() + offset, size});

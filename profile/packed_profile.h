@@ -22,6 +22,11 @@ struct PackedProfile {
 // record starts at byte `offset`. The extra bytes are 0, for the caller to fill, and so are the
 // cookie and the data bytes of a block without `data`. Returns 0; 8 when the memory cannot be had
 // or the buffer would exceed 4 GiB; 87 when `offset` exceeds `extra`.
+//
+// Sections carry the profileId of their chain, which a chain reads from its profile when it is made
+// or assigned. A profile whose id has changed since, or that holds a chain of another profile,
+// packs to a record that readers refuse with 13. Packing a copy of the profile instead repairs it;
+// of a chain that points at another profile only a copy of the copy does.
 DWORD PackProfile(const QuorvelAudioProfile& profile, std::uint32_t extra, std::uint32_t offset,
                   PackedProfile& packed);
 
@@ -32,6 +37,8 @@ DWORD PackProfile(const QuorvelAudioProfile& profile, std::uint32_t extra, std::
 //   13  the record is shorter than an empty profile, or longer than `bytes`; a section belongs to
 //       another profile; a chain record or section lies about its size or reaches beyond its parent
 //   8   memory cannot be had
+// A chain that the profile had keeps its profileId, also when the profile's id changes: see
+// PackProfile.
 // After a failure the profile holds what was read until then. Linear in the record and n log n in
 // its number of chains.
 DWORD UnpackProfile(std::span<const std::byte> bytes, QuorvelAudioProfile& profile);

@@ -14,11 +14,15 @@
 // header, paths section, blocks section, links section of the one chain, number 1.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
 #include "platform/windows_api.h"
 #include "profile/quorvel_audio_block_link.h"
+
+static_assert(std::endian::native == std::endian::little,
+              "records are read and written as they lie");
 
 #pragma pack(push, 1)
 
@@ -30,7 +34,7 @@ struct SectionHeader {
     std::uint32_t itemCount = 0;        // number of records; not read
     std::uint32_t sectionSizeCopy = 0;  // the same; readers step to the next section by it
     std::uint32_t itemCountCopy = 0;    // the same; readers read as many records
-    GUID profileId{};                   // profile of the chain
+    GUID profileId{};                   // the chain's; must be the id of the profile around it
     std::uint32_t chainId = 0;          // number of the chain; not read
 };
 

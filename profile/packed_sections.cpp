@@ -62,11 +62,17 @@ DWORD ReadBlocks(std::span<const std::byte> bytes, QuorvelAudioBlocksChain& chai
     if (!OpenSection<Header>(bytes, sizeof(BlockHeader), records, count)) return ERROR_INVALID_DATA;
     chain.blocks.Clear();
     if (!MakeRoom(chain.blocks, count)) return ERROR_NOT_ENOUGH_MEMORY;
-    QuorvelAudioBlock empty(chain.profile, &chain, GUID{}, GUID{});
+    // The chain's profile may be gone, so the block is made for another one.
+    QuorvelAudioProfile blank;
+    QuorvelAudioBlock empty(&blank, nullptr, GUID{}, GUID{});
+    empty.profile = chain.profile;
     empty.profileId = chain.profileId;
+    empty.chainId = chain.id;
     for (std::uint32_t i = 0; i < count; ++i) {
         const DWORD result = ReadBlockRecord<BlockHeader>(records, chain.blocks.Add(empty));
-        if (result != ERROR_SUCCESS) return result;
+        if (result == ERROR_SUCCESS) continue;
+        chain.blocks.RemoveAt(i);
+        return result;
     }
     return ERROR_SUCCESS;
 }
@@ -88,18 +94,20 @@ DWORD ReadLinks(std::span<const std::byte> bytes, QuorvelAudioBlocksChain& chain
 
 }  // namespace
 
+void WriteBlock(ByteWriter& writer, const QuorvelAudioBlock& block) {
+    writer.Write(_QuorvelAudioBlockInfo{block.id, block.typeId, block.profileId, block.chainId,
+                                        block.dataSize});
+    if (block.data)
+        writer.WriteBytes(block.data, block.dataSize);
+    else
+        writer.Skip(block.dataSize);
+}
+
 void WriteBlocksSection(ByteWriter& writer, const QuorvelAudioBlocksChain& chain,
                         std::uint32_t size) {
     writer.Write(MakeSectionHeader(chain, size, chain.blocks.Count()));
-    for (unsigned i = 0; i < chain.blocks.Count(); ++i) {
-        const QuorvelAudioBlock& block = chain.blocks.Item(i);
-        writer.Write(_QuorvelAudioBlockInfo{block.id, block.typeId, block.profileId, block.chainId,
-                                            block.dataSize});
-        if (block.data)
-            writer.WriteBytes(block.data, block.dataSize);
-        else
-            writer.Skip(block.dataSize);
-    }
+    for (unsigned i = 0; i < chain.blocks.Count(); ++i)
+        WriteBlock(writer, chain.blocks.Item(i));
 }
 
 void WriteLinksSection(ByteWriter& writer, const QuorvelAudioBlocksChain& chain,

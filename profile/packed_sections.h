@@ -4,10 +4,10 @@
 //   13  the bytes are cut off, or the section lies about its sizes or counts: its own size (the
 //       second `sectionSize`, or `stringsSize`) is below its header or beyond the bytes, or its
 //       records exceed it. Bytes of a section behind its last record are allowed and not read.
-//   8   memory cannot be had
-// What was read before a failure stays in the chain or the profile. A header that lies leaves the
-// old content in place. No memory is asked for on the word of a count that the bytes do not bear
-// out. Names ending in 1 read version 1 of the records.
+//   8   memory cannot be had; for a block's data too, which ends the read
+// What was read before a failure stays in the chain or the profile, but no part of a block. A
+// header that lies leaves the old content in place. No memory is asked for on the word of a count
+// that the bytes do not bear out. Names ending in 1 read version 1 of the records.
 #pragma once
 
 #include <cstddef>
@@ -24,11 +24,14 @@ class QuorvelAudioProfile;
 
 namespace quorvel {
 
+// Writes one block record. Data bytes of a block without `data` are left as they are.
+void WriteBlock(ByteWriter& writer, const QuorvelAudioBlock& block);
+
 // Write a section. `size` goes into the header as the section's size (`stringsSize` as that of the
-// strings) and must be what the list's GetPackedSize (the profile's GetStringsSize) tells. Link
-// records carry the profileId and the number of the chain, whatever the links hold. Data bytes of a
-// block without `data` are left as they are. A null path is left out and not counted; an empty one
-// is written, but readers take it for the end of the paths.
+// strings) and must be what the list's GetPackedSize (the profile's GetStringsSize) tells. Headers
+// and link records carry the profileId and the number of the chain, whatever the profile's id is
+// and the links hold; block records carry those of the block. A null path is left out and not
+// counted; an empty one is written, but readers take it for the end of the paths.
 void WriteBlocksSection(ByteWriter& writer, const QuorvelAudioBlocksChain& chain,
                         std::uint32_t size);
 void WriteLinksSection(ByteWriter& writer, const QuorvelAudioBlocksChain& chain,

@@ -78,8 +78,9 @@ unsigned QuorvelAudioBlock::GetPackedSize_1() const {
 }
 
 void QuorvelAudioBlock::Pack(_QuorvelAudioBlockInfo* out) const {
-    *out = {id, typeId, profileId, chainId, dataSize};
-    if (data && dataSize != 0) std::memcpy(out + 1, data, dataSize);
+    const std::size_t size = sizeof(*out) + std::size_t{dataSize};
+    quorvel::ByteWriter writer({reinterpret_cast<std::byte*>(out), size});
+    quorvel::WriteBlock(writer, *this);
 }
 
 void QuorvelAudioBlock::Unpack(_QuorvelAudioBlockInfo* in) {

@@ -6,23 +6,13 @@
 
 #include "platform/fatal.h"
 #include "profile/fresh_guid.h"
+#include "profile/heap_array.h"
 #include "profile/make_room.h"
 #include "profile/packed_records.h"
 #include "profile/packed_size.h"
 #include "profile/quorvel_audio_block.h"
 #include "profile/quorvel_audio_blocks_chain.h"
 #include "profile/wide_string.h"
-
-namespace {
-
-// An array of path pointers for std::free; null when it cannot be had.
-WCHAR** AllocatePathArray(std::uint64_t slots) {
-    const std::uint64_t bytes = slots * sizeof(WCHAR*);
-    if (slots > UINT32_MAX || !std::in_range<std::size_t>(bytes)) return nullptr;
-    return static_cast<WCHAR**>(std::malloc(static_cast<std::size_t>(bytes)));
-}
-
-}  // namespace
 
 QuorvelAudioProfile::QuorvelAudioProfile(const QuorvelAudioProfile& other) {
     *this = other;
@@ -73,7 +63,7 @@ void QuorvelAudioProfile::AssignProfile() {
 void QuorvelAudioProfile::CopyPaths(const QuorvelAudioProfile& other) {
     ClearPaths(true);
     if (other.pathsCapacity == 0) return;
-    paths = AllocatePathArray(other.pathsCapacity);
+    paths = quorvel::AllocateArray<WCHAR*>(other.pathsCapacity).release();
     if (!paths) quorvel::platform::Fatal("paths of a profile cannot be copied");
     pathsCapacity = other.pathsCapacity;
     pathsCount = other.pathsCount;
@@ -86,13 +76,14 @@ const WCHAR* QuorvelAudioProfile::Path(unsigned i) const {
 
 bool QuorvelAudioProfile::MakeRoomForPath() {
     if (pathsCount < pathsCapacity) return true;
-    const std::uint64_t slots = pathsCount == 0 ? 2 : std::uint64_t{2} * pathsCount;
-    WCHAR** const grown = AllocatePathArray(slots);
+    if (pathsCount > UINT32_MAX / 2) return false;
+    const std::uint32_t slots = pathsCount == 0 ? 2 : 2 * pathsCount;
+    WCHAR** const grown = quorvel::AllocateArray<WCHAR*>(slots).release();
     if (!grown) return false;
     std::copy(paths, paths + pathsCount, grown);
     std::free(paths);
     paths = grown;
-    pathsCapacity = static_cast<std::uint32_t>(slots);
+    pathsCapacity = slots;
     return true;
 }
 

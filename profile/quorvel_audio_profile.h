@@ -10,6 +10,10 @@
 // profile; assigning a profile refreshes those pointers, so a profile must not be relocated by
 // bytes. Path strings and their array live on the C runtime heap. No member throws; a profile is
 // not synchronised.
+//
+// Members that only read are const, here and in the lists, chains and blocks, also those whose
+// exported names are not (comparisons, FindPos, Find, Validate, packed and strings sizes): sources
+// compile all the same.
 class QuorvelAudioProfile {
   public:
     // Null id, cookie 0, no chains, no paths.
@@ -42,7 +46,9 @@ class QuorvelAudioProfile {
     // appear twice.
     bool AddPath(const WCHAR* path);
 
-    // Replaces entry `i` by a copy of `path`. False for a null `path` or `i` >= PathsCount().
+    // Replaces entry `i` by a copy of `path`, which may be the entry itself. False, and nothing
+    // changes, for a null `path` or `i` >= PathsCount(). A copy that cannot be allocated leaves a
+    // null entry and is true all the same.
     bool UpdatePath(unsigned i, const WCHAR* path);
 
     // Removes and releases the first entry equal to `path`, compared unit by unit; nothing if there
@@ -58,7 +64,9 @@ class QuorvelAudioProfile {
     // Makes a fresh GUID. False, and `out` is untouched, when the system gives none.
     static bool GenerateNewID(GUID& out);
 
-    // The same, into `id`.
+    // The same, into `id`. Chains and blocks keep the profileId that they had, so do this before
+    // making them: FindBlock no longer finds such blocks, and the profile packs to a record that
+    // readers refuse (profile/packed_profile.h).
     bool GenerateNewID();
 
     // The chain with that number. When there is none: a new empty one, appended, if `create`; null
@@ -66,8 +74,10 @@ class QuorvelAudioProfile {
     QuorvelAudioBlocksChain* GetChain(DWORD chainId, bool create);
 
     // Copies `source` over the chain with its number, which is made if need be. The chain then
-    // points at the profile that `source` points at, until this profile is next assigned. Does
-    // nothing when the chain cannot be made.
+    // points at the profile that `source` points at, until this profile is next assigned (to itself
+    // will do): that profile must outlive this one, or this one must be assigned first. The chain
+    // also takes that profile's id; when it is not this profile's, this profile packs to a record
+    // that readers refuse (profile/packed_profile.h). Does nothing when the chain cannot be made.
     void SetChain(QuorvelAudioBlocksChain& source);
 
     // Destroys the chain with that number; nothing if absent.

@@ -16,10 +16,12 @@ class QuorvelAudioProfile;
 namespace quorvel {
 
 // The zero-terminated text form; null when memory cannot be had or the profile exceeds 4 GiB.
+// Readers refuse a profile whose id is not that of its chains; see PackProfile.
 HeapArray<char> EncodeProfile(const QuorvelAudioProfile& profile);
 
 // Reads the zero-terminated text form `text` into `profile` as UnpackProfile or UnpackProfile1
-// does. Nothing is changed before marks, version and hash are found good.
+// does; chains that `profile` had keep their profileId. Nothing is changed before marks, version
+// and hash are found good.
 //   0     done
 //   87    `text` is null or empty
 //   13    not the text form, or damaged, or refused by the reader of the record

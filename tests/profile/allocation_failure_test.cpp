@@ -2,6 +2,7 @@
 // leaks.
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <functional>
 #include <string>
 
@@ -47,55 +48,73 @@ TEST(AllocationFailure, EncodeProfileGivesNull) {
     EXPECT_EQ(failures, 2u);  // the record, the text
 }
 
-// Decoding into an empty profile, and into one whose arrays must grow.
-TEST(AllocationFailure, DecodeProfileGivesCode8OrANullPath) {
-    QuorvelAudioProfile source;
-    FillSample(source);
+// The sample with more of everything, as readers leave it.
+void FillLargeSample(QuorvelAudioProfile& profile) {
+    FillSample(profile);
     for (const DWORD number : {7u, 8u, 9u})
-        source.GetChain(number, true);
-    const WCHAR third[] = {'x', 0};
-    source.AddPath(third);
-    QuorvelAudioBlocksChain& chain = *source.GetChain(6, false);
+        profile.GetChain(number, true);
+    profile.AddPath(u"x");
+    QuorvelAudioBlocksChain& chain = *profile.GetChain(6, false);
     chain.links.Item(0).profileId = chain.profileId;
     chain.links.Item(0).chainId = chain.id;
     for (int i = 0; i < 5; ++i) {
         chain.blocks.Add(chain.blocks.Item(0));
         chain.links.Add(chain.links.Item(0));
     }
+}
+
+// Decoding into an empty profile, and into one whose arrays must grow.
+TEST(AllocationFailure, DecodeProfileGivesCode8OrANullPath) {
+    QuorvelAudioProfile source;
+    FillLargeSample(source);
     const char* const text = QuorvelAudioDevice::EncodeProfile(&source);
-    for (const bool isFilled : {false, true}) {
-        SCOPED_TRACE(isFilled ? "filled" : "empty");
+    for (const std::size_t first : {std::size_t{0}, kFillingSample}) {
         std::size_t codes = 0;
-        const std::size_t first = isFilled ? kFillingSample : 0;
-        const std::size_t failures = FailEachAllocation(
-            [&](const AllocationFaults& faults) {
-                QuorvelAudioProfile profile;
-                if (isFilled) FillSample(profile);
-                const DWORD result = QuorvelAudioDevice::DecodeProfile(text, &profile);
-                const bool isRefused = result == ERROR_NOT_ENOUGH_MEMORY;
-                codes += isRefused;
-                EXPECT_EQ(faults.HasFailed(), isRefused || HasNullPath(profile));
-                EXPECT_EQ(faults.HasFailed(), Describe(profile) != Describe(source));
-                if (!faults.HasFailed()) return;
-                EXPECT_EQ(QuorvelAudioDevice::DecodeProfile(text, &profile), DWORD{ERROR_SUCCESS});
-                EXPECT_EQ(profile.chains.Count(), 4u);
-            },
-            first);
-        EXPECT_GT(failures, first + 15);
+        const auto decode = [&](const AllocationFaults& faults) {
+            QuorvelAudioProfile profile;
+            if (first != 0) FillSample(profile);
+            const DWORD result = QuorvelAudioDevice::DecodeProfile(text, &profile);
+            const bool isRefused = result == ERROR_NOT_ENOUGH_MEMORY;
+            codes += isRefused;
+            EXPECT_EQ(faults.HasFailed(), isRefused || HasNullPath(profile));
+            EXPECT_EQ(faults.HasFailed(), Describe(profile) != Describe(source));
+            if (!faults.HasFailed()) return;
+            EXPECT_EQ(QuorvelAudioDevice::DecodeProfile(text, &profile), DWORD{ERROR_SUCCESS});
+            EXPECT_EQ(profile.chains.Count(), 4u);
+        };
+        EXPECT_GT(FailEachAllocation(decode, first), first + 15);
         EXPECT_GT(codes, 8u);
     }
     QuorvelAudioDevice::Free(const_cast<char*>(text));
 }
 
+TEST(AllocationFailure, VersionOneGivesCode8OrANullPath) {
+    const ByteBuilder record = SampleRecord1();
+    std::string outcomes;
+    FailEachAllocation([&](const AllocationFaults& faults) {
+        QuorvelAudioProfile profile;
+        const DWORD result = UnpackProfile1(record.Span(), profile);
+        const unsigned chains = profile.chains.Count();
+        outcomes += HasNullPath(profile)                         ? 'n'
+                    : result == ERROR_SUCCESS                    ? '.'
+                    : result != ERROR_NOT_ENOUGH_MEMORY          ? '!'
+                    : chains == 0                                ? 'c'
+                    : profile.chains.Item(0).blocks.Count() == 0 ? 'b'
+                                                                 : 'l';
+        EXPECT_EQ(faults.HasFailed(), outcomes.back() != '.');
+    });
+    // Allocations: the strings aligned, array and two paths, chain, blocks and data, links.
+    EXPECT_EQ(outcomes, "ccnncbbl.");
+}
+
 TEST(AllocationFailure, ProfileCopyLosesOnlyThePartThatHadNoMemory) {
     QuorvelAudioProfile source;
     FillSample(source);
-    EXPECT_DEATH(
-        {
-            AllocationFaults faults(0);  // the array of paths
-            QuorvelAudioProfile copy(source);
-        },
-        "");
+    const auto copyWithoutPaths = [&] {
+        AllocationFaults faults(0);
+        QuorvelAudioProfile copy(source);
+    };
+    EXPECT_EXIT(copyWithoutPaths(), testing::KilledBySignal(SIGABRT), "");
     std::string outcomes;
     FailEachAllocation(
         [&](const AllocationFaults& faults) {
@@ -116,9 +135,7 @@ TEST(AllocationFailure, ProfileCopyLosesOnlyThePartThatHadNoMemory) {
 
 TEST(AllocationFailure, AssignmentOverAFilledProfileNeitherLeaksNorLosesItsArrays) {
     QuorvelAudioProfile source;
-    FillSample(source);
-    for (const DWORD number : {7u, 8u, 9u})
-        source.GetChain(number, true);
+    FillLargeSample(source);
     FailEachAllocation(
         [&](const AllocationFaults& faults) {
             QuorvelAudioProfile target;
@@ -132,12 +149,11 @@ TEST(AllocationFailure, AssignmentOverAFilledProfileNeitherLeaksNorLosesItsArray
 }
 
 TEST(AllocationFailure, AddPathIsFalseOnlyWhenTheArrayCannotGrow) {
-    const WCHAR path[] = {'p', 0};
     std::string outcomes;
     FailEachAllocation([&](const AllocationFaults& faults) {
         QuorvelAudioProfile profile;
         for (unsigned i = 0; i < 3; ++i)
-            if (!profile.AddPath(path)) outcomes += static_cast<char>('0' + i);
+            if (!profile.AddPath(u"p")) outcomes += static_cast<char>('0' + i);
         if (HasNullPath(profile)) outcomes += 'n';
         EXPECT_EQ(profile.PathsCount() == 3, !faults.HasFailed() || HasNullPath(profile));
     });

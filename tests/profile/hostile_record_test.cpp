@@ -22,8 +22,8 @@ DWORD UnpackExactly(Unpack unpack, std::span<const std::byte> bytes, QuorvelAudi
 }
 
 struct Version {
-    const char* name;
-    Unpack* unpack;
+    const char* name = "";
+    Unpack* unpack = nullptr;
     ByteBuilder record;
 };
 
@@ -66,33 +66,40 @@ TEST(HostileRecord, CorruptedBytesAreSurvived) {
 }
 
 struct Lie {
-    const char* what;
-    Unpack* unpack;
-    std::size_t offset;
+    const char* what = "";
+    Unpack* unpack = nullptr;
+    std::size_t offset = 0;
     std::vector<std::uint32_t> values;
 };
 
+constexpr std::uint32_t kMax = 0xFFFFFFFF;
+const Lie kLies[] = {
+    {"profile size", UnpackProfile, 0, {0, 55, kSampleSize - 1, kSampleSize + 1, kMax}},
+    {"strings size", UnpackProfile, kSamplePaths + 16, {12, 220, 243, kMax - 55, kMax}},
+    {"chain count", UnpackProfile, 28, {2, 0x10000000, kMax}},
+    {"chain size", UnpackProfile, kSampleChain + 8, {0, 19, 20, 91, 209, 211, kMax - 65, kMax}},
+    {"blocks size", UnpackProfile, kSampleBlocks + 8, {0, 35, 101, 103, 191, kMax - 85, kMax}},
+    {"blocks count", UnpackProfile, kSampleBlocks + 12, {2, 0x04924925, 0x80000000, kMax}},
+    {"data size", UnpackProfile, kSampleBlocks + 36 + 52, {11, 98, kMax - 55, kMax}},
+    {"links size", UnpackProfile, kSampleLinks + 8, {0, 35, 87, 89, kMax - 187, kMax}},
+    {"links count", UnpackProfile, kSampleLinks + 12, {2, 0x04EC4EC5, 0x80000000, kMax}},
+    {"version 1 profile size", UnpackProfile1, 0, {0, 115, kSample1Size - 1, kMax}},
+    {"version 1 strings size", UnpackProfile1, 28 + 16, {12, 174, kMax - 51, kMax}},
+    {"version 1 blocks size", UnpackProfile1, kSample1Blocks + 8, {0, 31, 93, 95, kMax}},
+    {"version 1 blocks count", UnpackProfile1, kSample1Blocks + 12, {2, 0x04EC4EC6, kMax}},
+    {"version 1 data size", UnpackProfile1, kSample1Blocks + 32 + 48, {11, kMax - 51, kMax}},
+    {"version 1 links size", UnpackProfile1, kSample1Links + 8, {0, 31, 79, 81, kMax}},
+    {"version 1 links count", UnpackProfile1, kSample1Links + 12, {2, 0x05555556, kMax}},
+};
+
+void ExpectNoNullIds(const QuorvelAudioProfile& profile) {
+    for (unsigned i = 0; i < profile.chains.Count(); ++i)
+        for (unsigned j = 0; j < profile.chains.Item(i).blocks.Count(); ++j)
+            EXPECT_FALSE(profile.chains.Item(i).blocks.Item(j).id == GUID{});
+}
+
 TEST(HostileRecord, LyingSizesAndCountsAreRefusedWithoutAllocatingForThem) {
-    constexpr std::uint32_t kMax = 0xFFFFFFFF;
-    const Lie lies[] = {
-        {"profile size", UnpackProfile, 0, {0, 55, kSampleSize - 1, kSampleSize + 1, kMax}},
-        {"strings size", UnpackProfile, kSamplePaths + 16, {12, 220, 243, kMax - 55, kMax}},
-        {"chain count", UnpackProfile, 28, {2, 0x10000000, kMax}},
-        {"chain size", UnpackProfile, kSampleChain + 8, {0, 19, 20, 91, 209, 211, kMax - 65, kMax}},
-        {"blocks size", UnpackProfile, kSampleBlocks + 8, {0, 35, 101, 103, 191, kMax - 85, kMax}},
-        {"blocks count", UnpackProfile, kSampleBlocks + 12, {2, 0x04924925, 0x80000000, kMax}},
-        {"data size", UnpackProfile, kSampleBlocks + 36 + 52, {11, 98, kMax - 55, kMax}},
-        {"links size", UnpackProfile, kSampleLinks + 8, {0, 35, 87, 89, kMax - 187, kMax}},
-        {"links count", UnpackProfile, kSampleLinks + 12, {2, 0x04EC4EC5, 0x80000000, kMax}},
-        {"version 1 profile size", UnpackProfile1, 0, {0, 115, kSample1Size - 1, kMax}},
-        {"version 1 strings size", UnpackProfile1, 28 + 16, {12, 174, kMax - 51, kMax}},
-        {"version 1 blocks size", UnpackProfile1, kSample1Blocks + 8, {0, 31, 93, 95, kMax}},
-        {"version 1 blocks count", UnpackProfile1, kSample1Blocks + 12, {2, 0x04EC4EC6, kMax}},
-        {"version 1 data size", UnpackProfile1, kSample1Blocks + 32 + 48, {11, kMax - 51, kMax}},
-        {"version 1 links size", UnpackProfile1, kSample1Links + 8, {0, 31, 79, 81, kMax}},
-        {"version 1 links count", UnpackProfile1, kSample1Links + 12, {2, 0x05555556, kMax}},
-    };
-    for (const auto& [what, unpack, offset, values] : lies) {
+    for (const auto& [what, unpack, offset, values] : kLies) {
         for (const std::uint32_t value : values) {
             ByteBuilder record = unpack == UnpackProfile ? SampleRecord(0) : SampleRecord1();
             record.Patch(offset, value);
@@ -101,6 +108,7 @@ TEST(HostileRecord, LyingSizesAndCountsAreRefusedWithoutAllocatingForThem) {
                 QuorvelAudioProfile profile;
                 EXPECT_EQ(UnpackExactly(unpack, record.Span(), profile), DWORD{ERROR_INVALID_DATA})
                     << what << " " << value;
+                ExpectNoNullIds(profile);
             }
             EXPECT_LE(memory.Largest(), 1000u) << what << " " << value;
             EXPECT_EQ(memory.Live(), 0u);
@@ -123,34 +131,24 @@ TEST(HostileRecord, BytesBehindTheRecordsAreNotRead) {
     EXPECT_EQ(profile.GetChain(6, false)->links.Count(), 1u);
 }
 
-struct Stranger {
-    const char* what;
-    Unpack* unpack;
-    std::size_t offset;  // of a section's profileId
-    DWORD chain;
-    unsigned blocks;  // read before the refusal
-};
-
 TEST(HostileRecord, SectionOfAnotherProfileStopsTheReaderThere) {
-    const Stranger strangers[] = {
-        {"blocks", UnpackProfile, kSampleBlocks + 16, 6, 0},
-        {"links", UnpackProfile, kSampleLinks + 16, 6, 1},
-        {"version 1 blocks", UnpackProfile1, kSample1Blocks + 16, 1, 0},
-        {"version 1 links", UnpackProfile1, kSample1Links + 16, 1, 1},
-    };
-    for (const auto& [what, unpack, offset, chainId, blocks] : strangers) {
-        SCOPED_TRACE(what);
-        ByteBuilder record = unpack == UnpackProfile ? SampleRecord(0) : SampleRecord1();
-        record.Patch(offset, 0xBAD);
-        QuorvelAudioProfile profile;
-        const WCHAR old[] = {'o', 0};
-        profile.AddPath(old);
-        EXPECT_EQ(UnpackExactly(unpack, record.Span(), profile), DWORD{ERROR_INVALID_DATA});
-        EXPECT_TRUE(profile.id == NumberedGuid(1));
-        EXPECT_EQ(profile.PathsCount(), 2u);
-        ASSERT_NE(profile.GetChain(chainId, false), nullptr);
-        EXPECT_EQ(profile.GetChain(chainId, false)->blocks.Count(), blocks);
-        EXPECT_EQ(profile.GetChain(chainId, false)->links.Count(), 0u);
+    for (auto& [name, unpack, whole] : Versions()) {
+        const bool isOld = unpack == UnpackProfile1;
+        for (const unsigned blocks : {0u, 1u}) {  // read before the strange section
+            SCOPED_TRACE(name);
+            ByteBuilder record = whole;
+            const std::size_t section = blocks == 0 ? (isOld ? kSample1Blocks : kSampleBlocks)
+                                                    : (isOld ? kSample1Links : kSampleLinks);
+            record.Patch(section + 16, 0xBAD);
+            QuorvelAudioProfile profile;
+            profile.AddPath(nullptr);
+            EXPECT_EQ(UnpackExactly(unpack, record.Span(), profile), DWORD{ERROR_INVALID_DATA});
+            EXPECT_TRUE(profile.id == NumberedGuid(1));
+            EXPECT_EQ(profile.PathsCount(), 2u);
+            ASSERT_EQ(profile.chains.Count(), 1u);
+            EXPECT_EQ(profile.chains.Item(0).blocks.Count(), blocks);
+            EXPECT_EQ(profile.chains.Item(0).links.Count(), 0u);
+        }
     }
 }
 

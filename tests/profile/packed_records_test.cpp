@@ -1,12 +1,22 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <memory>
 #include <random>
+#include <utility>
 
+#include "client/quorvel_audio_device.h"
 #include "profile/packed_profile.h"
 #include "profile/packed_records.h"
-#include "tests/profile/device_peer.h"
 #include "tests/profile/sample_record.h"
+
+// Opens the private record operations to these tests.
+struct QuorvelAudioDevicePeer : QuorvelAudioDevice {
+    using Device = QuorvelAudioDevice;
+    using Device::FillBlocksFromChain, Device::FillLinksFromChain, Device::FillPathsFromProfile;
+    using Device::FillChainBlocks, Device::FillChainLinks, Device::FillProfilePaths;
+    using Device::FillChainBlocks_1, Device::FillChainLinks_1;
+    using Device::PackProfileData, Device::UnpackProfileData_1, Device::UnpackProfileData_2;
+};
 
 namespace quorvel::test {
 namespace {
@@ -31,21 +41,6 @@ Record* At(Bytes& bytes, std::size_t offset = 0) {
     return reinterpret_cast<Record*>(bytes.data() + offset);
 }
 
-TEST(PackedSizes, FollowTheContent) {
-    QuorvelAudioProfile profile;
-    FillSample(profile);
-    QuorvelAudioBlocksChain& chain = *profile.GetChain(6, false);
-    EXPECT_EQ(chain.blocks.Item(0).GetPackedSize(), 66u);
-    EXPECT_EQ(chain.blocks.Item(0).GetPackedSize_1(), 62u);
-    EXPECT_EQ(chain.blocks.GetPackedSize(), 36u + 66u);
-    EXPECT_EQ(chain.links.GetPackedSize(), 36u + 52u);
-    EXPECT_EQ(chain.GetPackedSize(), 210u);
-    profile.GetChain(9, true);
-    EXPECT_EQ(profile.GetPackedChainsSize(), 210u + 92u);
-    EXPECT_EQ(profile.GetStringsSize(), 10u);
-    EXPECT_EQ(profile.GetPackedStringsSize(), 34u);
-}
-
 TEST(PackedSizes, StopAtTheLimitInsteadOfWrapping) {
     QuorvelAudioProfile profile;
     QuorvelAudioBlocksChain& chain = *profile.GetChain(1, true);
@@ -61,19 +56,18 @@ TEST(PackedSizes, StopAtTheLimitInsteadOfWrapping) {
     EXPECT_FALSE(packed.bytes);
 }
 
-TEST(PackProfile, WritesEveryByteOfTheRecord) {
+TEST(PackProfile, WritesEveryByteAndTakesEachIdFromItsPlace) {
     QuorvelAudioProfile profile;
     FillSample(profile);
     profile.cookie = 5;  // never sent
-    EXPECT_EQ(Packed(profile), SampleRecord(0).bytes);
-}
-
-TEST(PackProfile, EmptyProfileIs56Bytes) {
-    QuorvelAudioProfile profile;
-    profile.id = NumberedGuid(9);
-    ByteBuilder record;
-    record.Number(56).Guid(NumberedGuid(9)).Number(0, 8).Number(0);
-    record.Guid(NumberedGuid(9)).Number(0).Number(0);
+    ByteBuilder record = SampleRecord(0);
+    EXPECT_EQ(Packed(profile), record.bytes);
+    QuorvelAudioBlocksChain& chain = *profile.GetChain(6, false);
+    chain.profileId.Data1 = 91;
+    chain.blocks.Item(0).profileId.Data1 = 92;
+    chain.blocks.Item(0).chainId = 93;
+    record.Patch(kSampleBlocks + 16, 91).Patch(kSampleLinks + 16, 91).Patch(kSampleLinks + 36, 91);
+    record.Patch(kSampleBlocks + 36 + 32, 92).Patch(kSampleBlocks + 36 + 48, 93);
     EXPECT_EQ(Packed(profile), record.bytes);
 }
 
@@ -81,52 +75,17 @@ TEST(PackProfile, LeavesRoomAroundTheRecord) {
     QuorvelAudioProfile profile;
     FillSample(profile);
     void* buffer = nullptr;
-    unsigned size = 0;
-    ASSERT_EQ(Peer::PackProfileData(&profile, &buffer, size, 7, 3), DWORD{ERROR_SUCCESS});
-    ASSERT_EQ(size, kSampleSize + 7);
-    const auto* bytes = static_cast<const std::byte*>(buffer);
-    EXPECT_EQ(Part({bytes, bytes + size}, 3, kSampleSize), SampleRecord(0).bytes);
-    QuorvelAudioDevice::Free(buffer);
+    unsigned size = 4;
     EXPECT_EQ(Peer::PackProfileData(&profile, &buffer, size, 7, 8), DWORD{ERROR_INVALID_PARAMETER});
-}
-
-TEST(PackProfile, LeavesOutNullPaths) {
-    QuorvelAudioProfile profile;
-    FillSample(profile);
-    profile.AddPath(nullptr);
-    const WCHAR last[] = {'d', 0};
-    profile.AddPath(last);
-    QuorvelAudioProfile read;
-    EXPECT_EQ(UnpackProfile(Packed(profile), read), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(read.PathsCount(), 3u);
-    EXPECT_EQ(std::to_integer<int>(Packed(profile)[kSamplePaths + 20]), 3);
-}
-
-TEST(UnpackProfile, ReadsWhatWasWrittenByHand) {
-    QuorvelAudioProfile expected;
-    FillSample(expected);
-    expected.cookie = static_cast<std::int64_t>(kSampleCookie);
-    expected.GetChain(6, false)->links.Item(0).profileId = NumberedGuid(1);
-    expected.GetChain(6, false)->links.Item(0).chainId = 6;
-    QuorvelAudioProfile profile;
-    EXPECT_EQ(UnpackProfile(SampleRecord(kSampleCookie).Span(), profile), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(Describe(profile), Describe(expected));
-    EXPECT_EQ(profile.GetChain(6, false)->blocks.Item(0).GetProfile(), &profile);
-    EXPECT_EQ(profile.GetChain(6, false)->blocks.Item(0).chain, nullptr);
-}
-
-TEST(UnpackProfile, ReadsVersionOneIntoChainOne) {
-    QuorvelAudioProfile expected;
-    FillSample(expected);
-    expected.cookie = static_cast<std::int64_t>(kSampleCookie);
-    QuorvelAudioBlocksChain& chain = *expected.GetChain(6, false);
-    chain.id = 1;
-    chain.blocks.Item(0).chainId = 1;
-    chain.links.Item(0).profileId = NumberedGuid(1);
-    chain.links.Item(0).chainId = 1;
-    QuorvelAudioProfile profile;
-    EXPECT_EQ(UnpackProfile1(SampleRecord1().Span(), profile), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(Describe(profile), Describe(expected));
+    EXPECT_EQ(buffer, nullptr);
+    EXPECT_EQ(size, 4u);
+    ASSERT_EQ(Peer::PackProfileData(&profile, &buffer, size, 7, 3), DWORD{ERROR_SUCCESS});
+    Bytes expected = SampleRecord(0).bytes;
+    expected.insert(expected.begin(), 3, std::byte{0});
+    expected.resize(kSampleSize + 7);
+    const auto* bytes = static_cast<const std::byte*>(buffer);
+    EXPECT_EQ(Bytes(bytes, bytes + size), expected);
+    QuorvelAudioDevice::Free(buffer);
 }
 
 TEST(UnpackProfile, BlocksTakeIdsFromRecordsAndLinksFromTheChain) {
@@ -148,15 +107,19 @@ TEST(UnpackProfile, BlocksTakeIdsFromRecordsAndLinksFromTheChain) {
     EXPECT_EQ(profile.PathsCount(), 2u);
 }
 
-TEST(UnpackProfile, ReplacesOnlyWhatTheRecordHolds) {
+// The chains come from a profile that is gone.
+TEST(UnpackProfile, ReplacesTheChainsOfTheRecordAndNoOthers) {
     QuorvelAudioProfile profile;
-    FillSample(profile);
-    profile.GetChain(6, false)->blocks.Item(0).id = NumberedGuid(70);
-    profile.GetChain(6, false)->links.Add(profile.GetChain(6, false)->links.Item(0));
-    profile.SetChain(*profile.GetChain(6, false));
-    QuorvelAudioBlocksChain other(*profile.GetChain(6, false));
-    other.id = 5;
-    profile.SetChain(other);
+    auto gone = std::make_unique<QuorvelAudioProfile>();
+    FillSample(*gone);
+    QuorvelAudioBlocksChain& old = *gone->GetChain(6, false);
+    old.blocks.Item(0).id = NumberedGuid(70);
+    old.links.Add(old.links.Item(0));
+    for (const DWORD number : {6u, 5u}) {
+        old.id = number;
+        profile.SetChain(old);
+    }
+    gone.reset();
     const std::string untouched = Describe(*profile.GetChain(5, false));
     ASSERT_EQ(UnpackProfile(SampleRecord(0).Span(), profile), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(Describe(*profile.GetChain(5, false)), untouched);
@@ -165,16 +128,22 @@ TEST(UnpackProfile, ReplacesOnlyWhatTheRecordHolds) {
     EXPECT_EQ(profile.PathsCount(), 2u);
 }
 
-TEST(UnpackProfile, EmptyStringEndsThePaths) {
+TEST(Paths, NullOnesAreLeftOutAndAnEmptyOneEndsThem) {
+    QuorvelAudioProfile source, profile;
+    FillSample(source);
+    source.AddPath(nullptr);
+    source.AddPath(u"d");
+    EXPECT_EQ(UnpackProfile(Packed(source), profile), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(profile.PathsCount(), 3u);
+    EXPECT_EQ(Packed(source)[kSamplePaths + 20], std::byte{3});
     ByteBuilder record = SampleRecord(0);
-    record.bytes[kSamplePaths + 24] = std::byte{0};  // "" "bc"
-    QuorvelAudioProfile profile;
-    EXPECT_EQ(UnpackProfile(record.Span(), profile), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(profile.PathsCount(), 0u);
-    record = SampleRecord(0);
     record.bytes[kSamplePaths + 24 + 8] = std::byte{'d'};  // "a" and "bcd" without a terminator
     EXPECT_EQ(UnpackProfile(record.Span(), profile), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(profile.PathsCount(), 1u);
+    record.bytes[kSamplePaths + 24] = std::byte{0};  // "" first
+    EXPECT_EQ(UnpackProfile(record.Span(), profile), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(profile.PathsCount(), 0u);
+    EXPECT_EQ(profile.pathsCapacity, 4u);  // the array stays
 }
 
 TEST(UnpackProfile, RandomProfilesComeBackFromAnyAddress) {
@@ -208,70 +177,134 @@ TEST(UnpackProfile, FindsChainsAsTheProfileDoes) {
     EXPECT_EQ(numbers, (std::vector<DWORD>{7, 3, 9, 0, 0xFFFFFFFF, 4}));
 }
 
+// How the id of a profile comes to differ from that of its chains.
+struct Disagreement {
+    const char* what = "";
+    void (*make)(QuorvelAudioProfile& profile, QuorvelAudioProfile& sample) = nullptr;
+    int copies = 1;  // that mend it
+};
+
+const Disagreement kDisagreements[] = {
+    {"id after GetChain", [](auto& own, auto&) { own.GetChain(6, true), own.id.Data1 = 8; }},
+    {"fresh id", [](auto& own, auto&) { FillSample(own), own.GenerateNewID(); }},
+    {"SetChain", [](auto& own, auto& sample) { own.SetChain(sample.chains.Item(0)); }, 2},
+    {"SetChain, assigned",
+     [](auto& own, auto& sample) {
+         own.SetChain(sample.chains.Item(0)), own = std::as_const(own);
+     }},
+    {"decoded over",
+     [](auto& own, auto& sample) { own.GetChain(6, true), UnpackProfile(Packed(sample), own); }},
+};
+
+TEST(PackProfile, OfAnIdThatIsNotItsChainsIsRefusedUntilCopied) {
+    for (const auto& [what, make, copies] : kDisagreements) {
+        QuorvelAudioProfile sample, read;
+        FillSample(sample);
+        auto profile = std::make_unique<QuorvelAudioProfile>();
+        make(*profile, sample);
+        for (int i = 0; i <= copies; ++i) {
+            const DWORD expected = i < copies ? ERROR_INVALID_DATA : ERROR_SUCCESS;
+            EXPECT_EQ(UnpackProfile(Packed(*profile), read), expected) << what << ", copy " << i;
+            profile = std::make_unique<QuorvelAudioProfile>(*profile);
+        }
+    }
+}
+
 TEST(BlockRecord, PacksAndUnpacksAlone) {
     QuorvelAudioProfile profile;
     FillSample(profile);
     const QuorvelAudioBlock& block = profile.GetChain(6, false)->blocks.Item(0);
-    Bytes record(66 + 1, std::byte{0xEE});
+    Bytes record(block.GetPackedSize() + 1, std::byte{0xEE});
     block.Pack(At<_QuorvelAudioBlockInfo>(record, 1));
     EXPECT_EQ(Part(record, 1, 66), Part(SampleRecord(0).bytes, kSampleBlocks + 36, 66));
-    QuorvelAudioBlock read(&profile, nullptr, GUID{}, GUID{});
-    read.Unpack(At<_QuorvelAudioBlockInfo>(record, 1));
-    EXPECT_TRUE(read == block);
-    EXPECT_TRUE(read.typeId == block.typeId);
-    EXPECT_EQ(read.chainId, 6u);
-    EXPECT_EQ(read.DataSize(), 10u);
-
-    Bytes record1 = Part(SampleRecord1().bytes, kSample1Blocks + 32, 62);
-    QuorvelAudioBlock read1(&profile, nullptr, GUID{}, GUID{});
-    read1.chainId = 44;
-    read1.Unpack_1(record1.data());
-    EXPECT_TRUE(read1 == block);
-    EXPECT_EQ(read1.chainId, 44u);
-    EXPECT_EQ(std::memcmp(read1.Data(), block.Data(), 10), 0);
+    Bytes record1 =
+        Part(SampleRecord1().bytes, kSample1Blocks + 32, std::size_t{block.GetPackedSize_1()});
+    ASSERT_EQ(record1.size(), 62u);
+    for (const bool isVersion1 : {false, true}) {
+        QuorvelAudioBlock read(&profile, nullptr, GUID{}, GUID{});
+        read.chainId = 44;
+        if (isVersion1)
+            read.Unpack_1(record1.data());
+        else
+            read.Unpack(At<_QuorvelAudioBlockInfo>(record, 1));
+        EXPECT_TRUE(read == block);
+        EXPECT_TRUE(read.typeId == block.typeId);
+        EXPECT_EQ(read.chainId, isVersion1 ? 44u : 6u);
+        ASSERT_EQ(read.DataSize(), 10u);
+        EXPECT_EQ(std::memcmp(read.Data(), block.Data(), 10), 0);
+    }
 }
 
-// Every section of the sample, computed size or given, lands where the whole record has it.
-TEST(Sections, WriteAndReadAlone) {
+// With the size computed, and with one given that is larger than need be.
+TEST(Sections, AreWrittenAloneAsInTheWholeRecord) {
     QuorvelAudioProfile profile;
     FillSample(profile);
     QuorvelAudioBlocksChain* const chain = profile.GetChain(6, false);
-    Bytes whole = SampleRecord(0).bytes;
-    for (const unsigned isGiven : {0u, 1u}) {
-        Bytes blocks(102);
-        Bytes links(88);
-        Bytes paths(34);
-        Peer::FillBlocksFromChain(At<_QuorvelAudioProfileBlocks>(blocks), chain, isGiven * 102);
-        Peer::FillLinksFromChain(At<_QuorvelAudioProfileBlocksLinks>(links), chain, isGiven * 88);
-        Peer::FillPathsFromProfile(At<_QuorvelProfilePaths>(paths), &profile, isGiven * 10);
-        EXPECT_EQ(blocks, Part(whole, kSampleBlocks, 102));
-        EXPECT_EQ(links, Part(whole, kSampleLinks, 88));
-        EXPECT_EQ(paths, Part(whole, kSamplePaths, 34));
+    for (const unsigned more : {0u, 8u}) {
+        const auto given = [=](unsigned size) { return more == 0 ? 0 : size + more; };
+        Bytes blocks(102), links(88), paths(34);
+        Peer::FillBlocksFromChain(At<_QuorvelAudioProfileBlocks>(blocks), chain, given(102));
+        Peer::FillLinksFromChain(At<_QuorvelAudioProfileBlocksLinks>(links), chain, given(88));
+        Peer::FillPathsFromProfile(At<_QuorvelProfilePaths>(paths), &profile, given(10));
+        ByteBuilder whole = SampleRecord(0);
+        whole.Patch(kSampleBlocks, 102 + more).Patch(kSampleBlocks + 8, 102 + more);
+        whole.Patch(kSampleLinks, 88 + more).Patch(kSampleLinks + 8, 88 + more);
+        whole.Patch(kSamplePaths + 16, 10 + more);
+        EXPECT_EQ(blocks, Part(whole.bytes, kSampleBlocks, 102));
+        EXPECT_EQ(links, Part(whole.bytes, kSampleLinks, 88));
+        EXPECT_EQ(paths, Part(whole.bytes, kSamplePaths, 34));
     }
+}
 
+// The sample with chain `number`, as readers leave it.
+void FillAsRead(QuorvelAudioProfile& profile, DWORD number) {
+    FillSample(profile);
+    profile.cookie = static_cast<std::int64_t>(kSampleCookie);
+    QuorvelAudioBlocksChain& chain = *profile.GetChain(6, false);
+    chain.id = chain.blocks.Item(0).chainId = chain.links.Item(0).chainId = number;
+    chain.links.Item(0).profileId = chain.profileId;
+}
+
+TEST(Sections, AreReadAlone) {
+    Bytes whole = SampleRecord(0).bytes;
     Bytes old = SampleRecord1().bytes;
-    QuorvelAudioProfile read;
-    read.id = NumberedGuid(1);
-    read.GetChain(6, true);
-    QuorvelAudioBlocksChain* const target1 = read.GetChain(7, true);
-    QuorvelAudioBlocksChain* const target = read.GetChain(6, false);
-    const DWORD results[] = {
-        Peer::FillChainBlocks(target, At<_QuorvelAudioProfileBlocks>(whole, kSampleBlocks)),
-        Peer::FillChainLinks(target, At<_QuorvelAudioProfileBlocksLinks>(whole, kSampleLinks)),
-        Peer::FillChainBlocks_1(target1, old.data() + kSample1Blocks),
-        Peer::FillChainLinks_1(target1, old.data() + kSample1Links),
-        Peer::FillProfilePaths(&read, At<_QuorvelProfilePaths>(whole, kSamplePaths)),
-        Peer::UnpackProfileData_2(&read, At<_QuorvelProfileFullData>(whole), kSampleSize),
-        Peer::UnpackProfileData_1(&read, At<_QuorvelProfileFullData>(old), kSample1Size - 1),
-    };
-    const DWORD expected[] = {0, 0, 0, 0, 0, 0, ERROR_INVALID_DATA};
-    EXPECT_TRUE(std::ranges::equal(results, expected));
-    EXPECT_EQ(read.PathsCount(), 2u);
-    EXPECT_EQ(target->blocks.Item(0).chainId, 6u);
-    EXPECT_EQ(target->links.Item(0).chainId, 6u);
-    EXPECT_EQ(target1->blocks.Item(0).chainId, 7u);
-    EXPECT_EQ(target1->links.Item(0).chainId, 7u);
-    EXPECT_TRUE(target1->links.Item(0).destinationBlockId == NumberedGuid(4));
+    for (const DWORD number : {6u, 7u}) {
+        const bool isOld = number == 7;
+        QuorvelAudioProfile expected, profile;
+        FillAsRead(expected, number);
+        profile.id = NumberedGuid(1);
+        QuorvelAudioBlocksChain* const chain = profile.GetChain(number, true);
+        auto* blocks = At<_QuorvelAudioProfileBlocks>(whole, kSampleBlocks);
+        auto* links = At<_QuorvelAudioProfileBlocksLinks>(whole, kSampleLinks);
+        EXPECT_EQ(isOld ? Peer::FillChainBlocks_1(chain, old.data() + kSample1Blocks)
+                        : Peer::FillChainBlocks(chain, blocks),
+                  DWORD{ERROR_SUCCESS});
+        EXPECT_EQ(chain->links.Count(), 0u);
+        EXPECT_EQ(isOld ? Peer::FillChainLinks_1(chain, old.data() + kSample1Links)
+                        : Peer::FillChainLinks(chain, links),
+                  DWORD{ERROR_SUCCESS});
+        EXPECT_EQ(Describe(*chain), Describe(expected.chains.Item(0)));
+        EXPECT_EQ(chain->blocks.Item(0).GetProfile(), &profile);
+        EXPECT_EQ(chain->blocks.Item(0).chain, nullptr);
+    }
+}
+
+TEST(UnpackProfile, ReadsWhatWasWrittenByHand) {
+    for (const DWORD number : {6u, 1u}) {
+        const bool isOld = number == 1;
+        Bytes record = (isOld ? SampleRecord1() : SampleRecord(kSampleCookie)).bytes;
+        auto* const data = At<_QuorvelProfileFullData>(record);
+        const auto size = static_cast<unsigned>(record.size());
+        const auto unpack = isOld ? Peer::UnpackProfileData_1 : Peer::UnpackProfileData_2;
+        QuorvelAudioProfile expected, profile, pathsOnly;
+        FillAsRead(expected, number);
+        EXPECT_EQ(unpack(&profile, data, size - 1), DWORD{ERROR_INVALID_DATA});
+        EXPECT_EQ(unpack(&profile, data, size), DWORD{ERROR_SUCCESS});
+        EXPECT_EQ(Describe(profile), Describe(expected));
+        auto* const paths = At<_QuorvelProfilePaths>(record, isOld ? 28 : kSamplePaths);
+        EXPECT_EQ(Peer::FillProfilePaths(&pathsOnly, paths), DWORD{ERROR_SUCCESS});
+        EXPECT_EQ(pathsOnly.PathsCount(), 2u);
+    }
 }
 
 }  // namespace

@@ -33,11 +33,9 @@ inline void AddSamplePaths(ByteBuilder& record) {
 // Profile 1 with the paths "a" and "bc" and chain 6: block 2 of kind 3 with ten bytes, and a link
 // from block 2 to block 4.
 inline void FillSample(QuorvelAudioProfile& profile) {
-    const WCHAR a[] = {'a', 0};
-    const WCHAR bc[] = {'b', 'c', 0};
     profile.id = NumberedGuid(1);
-    profile.AddPath(a);
-    profile.AddPath(bc);
+    profile.AddPath(u"a");
+    profile.AddPath(u"bc");
     QuorvelAudioBlocksChain& chain = *profile.GetChain(6, true);
     QuorvelAudioBlock block(&profile, &chain, NumberedGuid(3), NumberedGuid(2));
     ByteBuilder data;

@@ -34,60 +34,44 @@ Bytes Decode(std::string_view text) {
     return bytes;
 }
 
-TEST(Base64, AnswersThePublishedVectors) {  // RFC 4648, section 10
-    const std::pair<const char*, const char*> vectors[] = {{"", ""},
-                                                           {"f", "Zg=="},
-                                                           {"fo", "Zm8="},
-                                                           {"foo", "Zm9v"},
-                                                           {"foob", "Zm9vYg=="},
-                                                           {"fooba", "Zm9vYmE="},
-                                                           {"foobar", "Zm9vYmFy"}};
-    for (const auto& [plain, text] : vectors) {
-        EXPECT_EQ(Encode(BytesOf(plain)), text);
-        EXPECT_EQ(Decode(text), BytesOf(plain));
-    }
-}
-
-TEST(Base64, DecodingStopsAtTheFirstForeignCharacter) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"Zm9v\nYmFy", "foo"}, {"Zm9 vYmFy", "fo"},  {"Zm=9v", "f"},   {"Z===", ""},
-        {"Zm9vYg", "foob"},    {"Zm9vYmE", "fooba"}, {"Zm9vY", "foo"}, {"Zm9v-mFy", "foo"}};
-    for (const auto& [text, plain] : cases)
+// The vectors of RFC 4648, section 10, the last two characters of the alphabet, then texts that
+// foreign characters or missing ones end.
+TEST(Base64, AnswersThePublishedVectorsAndStopsAtTheFirstForeignCharacter) {
+    const std::pair<const char*, const char*> cases[] = {{"", ""},
+                                                         {"Zg==", "f"},
+                                                         {"Zm8=", "fo"},
+                                                         {"Zm9v", "foo"},
+                                                         {"Zm9vYg==", "foob"},
+                                                         {"Zm9vYmE=", "fooba"},
+                                                         {"Zm9vYmFy", "foobar"},
+                                                         {"++++", "\xFB\xEF\xBE"},
+                                                         {"////", "\xFF\xFF\xFF"},
+                                                         {"Zm9v\nYmFy", "foo"},
+                                                         {"Zm9 vYmFy", "fo"},
+                                                         {"Zm=9v", "f"},
+                                                         {"Z===", ""},
+                                                         {"Zm9vYg", "foob"},
+                                                         {"Zm9vYmE", "fooba"},
+                                                         {"Zm9vY", "foo"},
+                                                         {"Zm9v-mFy", "foo"}};
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const auto& [text, plain] = cases[i];
         EXPECT_EQ(Decode(text), BytesOf(plain)) << text;
-}
-
-TEST(Base64, EveryByteStringComesBack) {
-    std::mt19937 random(1);
-    for (std::size_t size = 0; size < 300; ++size) {
-        Bytes bytes(size);
-        for (auto& byte : bytes)
-            byte = static_cast<std::byte>(random());
-        const std::string text = Encode(bytes);
-        EXPECT_EQ(text.size() % 4, 0u);
-        EXPECT_EQ(Decode(text), bytes);
+        EXPECT_TRUE(i >= 9 || Encode(BytesOf(plain)) == text) << text;
     }
 }
 
-TEST(ProfileHash, CountsBytesAsSigned) {
-    const std::pair<std::vector<int>, std::uint32_t> cases[] = {
-        {{}, 0}, {{1, 2}, 0x67}, {{0xFF}, 0xFFFFFFFF}, {{0x80, 1}, 0xFFFFCD81}};
-    for (const auto& [values, hash] : cases) {
-        Bytes bytes;
-        for (const int value : values)
-            bytes.push_back(static_cast<std::byte>(value));
-        EXPECT_EQ(HashProfile(bytes), hash);
-        EXPECT_EQ(HashProfilePlainly(bytes), hash);
-    }
-}
-
-TEST(ProfileHash, FastFormEqualsTheDefinition) {
+TEST(ProfileHash, CountsBytesAsSignedAndIsFastWithoutChange) {
+    EXPECT_EQ(HashProfilePlainly({}), 0u);
+    EXPECT_EQ(HashProfilePlainly(BytesOf("\x01\x02")), 0x67u);
+    EXPECT_EQ(HashProfilePlainly(BytesOf("\xFF")), 0xFFFFFFFFu);
+    EXPECT_EQ(HashProfilePlainly(BytesOf("\x80\x01")), 0xFFFFCD81u);
     std::mt19937 random(2);
-    Bytes bytes(1000);
-    for (auto& byte : bytes)
-        byte = static_cast<std::byte>(random());
-    for (std::size_t size = 0; size <= bytes.size(); ++size)
-        ASSERT_EQ(HashProfile(std::span(bytes).first(size)),
-                  HashProfilePlainly(std::span(bytes).first(size)));
+    Bytes bytes;
+    for (int size = 0; size <= 1000; ++size) {
+        ASSERT_EQ(HashProfile(bytes), HashProfilePlainly(bytes));
+        bytes.push_back(static_cast<std::byte>(random()));
+    }
 }
 
 // The envelope around `record`, byte by byte; `hash` is added to the true one.
@@ -119,52 +103,33 @@ TEST(TextForm, WrapsTheRecordInMarksVersionAndHash) {
     EXPECT_EQ(QuorvelAudioDevice::EncodeProfile(nullptr), nullptr);
 }
 
-TEST(TextForm, RandomProfilesComeBack) {
-    std::mt19937 random(4);
-    for (int round = 0; round < 100; ++round) {
-        QuorvelAudioProfile profile;
-        FillRandomly(profile, random, {});
-        QuorvelAudioProfile read;
-        ASSERT_EQ(QuorvelAudioDevice::DecodeProfile(TextOf(profile).c_str(), &read),
-                  DWORD{ERROR_SUCCESS});
-        ASSERT_EQ(Describe(read), Describe(profile));
-    }
-}
-
 struct Faulty {
-    const char* what;
+    const char* what = "";
     std::string text;
-    DWORD result;
+    DWORD result = ERROR_INVALID_DATA;
 };
 
 TEST(TextForm, AnswersEachFaultWithItsCode) {
     const ByteBuilder record = SampleRecord(0);
     const ByteBuilder record1 = SampleRecord1();
     const ByteBuilder good = Envelope(record.Span(), 2);
-    ByteBuilder badHeader = good;
-    badHeader.Patch(12, 0);
-    ByteBuilder badTrailer = good;
-    badTrailer.Patch(good.bytes.size() - 4, 0);
     const std::string text = Encode(good.Span());
-    std::string broken = text;
-    broken.insert(60, "\r\n");
-    const std::span<const std::byte> shortest = good.Span().first(37);
     const Faulty cases[] = {
         {"version 2", text, ERROR_SUCCESS},
         {"version 1", Encode(Envelope(record1.Span(), 1).Span()), ERROR_SUCCESS},
         {"characters behind the padding", text + "!", ERROR_SUCCESS},
         {"empty", "", ERROR_INVALID_PARAMETER},
-        {"no base64", "\n", ERROR_INVALID_DATA},
-        {"too short", Encode(shortest), ERROR_INVALID_DATA},
-        {"line break inside", broken, ERROR_INVALID_DATA},
-        {"header mark", Encode(badHeader.Span()), ERROR_INVALID_DATA},
-        {"trailer mark", Encode(badTrailer.Span()), ERROR_INVALID_DATA},
-        {"version 0", Encode(Envelope(record.Span(), 0).Span()), ERROR_INVALID_DATA},
+        {"no base64", "\n"},
+        {"too short", Encode(good.Span().first(37))},
+        {"line break inside", std::string(text).insert(60, "\r\n")},
+        {"header mark", Encode(ByteBuilder(good).Patch(12, 0).Span())},
+        {"trailer mark", Encode(ByteBuilder(good).Patch(good.bytes.size() - 4, 0).Span())},
+        {"version 0", Encode(Envelope(record.Span(), 0).Span())},
         {"version 3", Encode(Envelope(record.Span(), 3, 1).Span()), ERROR_UNKNOWN_REVISION},
         {"version 0x102", Encode(Envelope(record.Span(), 0x102).Span()), ERROR_UNKNOWN_REVISION},
-        {"no record", Encode(Envelope({}, 2).Span()), ERROR_INVALID_DATA},
-        {"hash", Encode(Envelope(record.Span(), 2, 1).Span()), ERROR_INVALID_DATA},
-        {"version 1 read as 2", Encode(Envelope(record1.Span(), 2).Span()), ERROR_INVALID_DATA},
+        {"no record", Encode(Envelope({}, 2).Span())},
+        {"hash", Encode(Envelope(record.Span(), 2, 1).Span())},
+        {"version 1 read as 2", Encode(Envelope(record1.Span(), 2).Span())},
     };
     for (const auto& [what, faulty, result] : cases) {
         QuorvelAudioProfile profile;

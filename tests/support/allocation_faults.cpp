@@ -93,8 +93,9 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 void* __wrap_realloc(void* memory, std::size_t size) {
     using namespace quorvel::test;
     if (FailsNow(size)) return nullptr;
-    TheState().live.erase(memory);
-    return Remember(__real_realloc(memory, size));
+    void* const resized = __real_realloc(memory, size);
+    if (resized) TheState().live.erase(memory);
+    return Remember(resized);
 }
 
 void __wrap_free(void* memory) {

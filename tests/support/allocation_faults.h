@@ -8,8 +8,8 @@
 
 namespace quorvel::test {
 
-// While it lives, the allocations of its thread's process are counted, and the one with the number
-// `failAt` (from 0) gets null. Not nestable; for single-threaded tests.
+// While it lives, the process's allocations are counted, and the one with the number `failAt` (from
+// 0) gets null. Not nestable; for tests with a single thread.
 class AllocationFaults {
   public:
     static constexpr std::size_t kNever = static_cast<std::size_t>(-1);
