@@ -60,36 +60,37 @@ TEST_F(DriverProfiles, DamagedOnesAreRefusedOrKeptAsTheyAre) {
     EXPECT_GT(refused, 1000);
 }
 
+// Offsets in the sample: paths section 32, chain 74, its blocks 94, its links 245, chain 333.
+const struct {
+    const char* field;
+    std::size_t offset;
+    std::vector<std::uint32_t> words;
+} kContradictions[] = {
+    {"number of chains", 28, {1, 3, ~0u}},
+    {"paths' profile", 32, {2}},
+    {"paths' size: odd, past the end, into the chain", 48, {17, ~0u, 22}},
+    {"path count", 52, {2}},
+    {"last path's zero", 72, {0x01030041}},
+    {"chain size", 74, {258, ~0u}},
+    {"chain header's zeros", 78, {1}},
+    {"chain size's copy", 82, {258}},
+    {"chain header's zeros", 86, {1}},
+    {"chain number", 90, {3}},
+    {"blocks' size: wrong, below the header", 94, {150, 35}},
+    {"block count", 98, {3}},
+    {"blocks' size's copy", 102, {150}},
+    {"block count's copy", 106, {1}},
+    {"blocks' profile", 110, {2}},
+    {"blocks' chain", 126, {2}},
+    {"parameters' size", 182, {200, ~0u}},
+    {"link count", 249, {0}},
+    {"links' profile", 261, {2}},
+    {"links' chain", 277, {2}},
+    {"second chain's number is the first's", 349, {1}},
+};
+
 TEST_F(DriverProfiles, EveryContradictionIsRefused) {
-    // Offsets in the sample: paths section 32, chain 74, its blocks 94, its links 245, chain 333.
-    const struct {
-        const char* field;
-        std::size_t offset;
-        std::vector<std::uint32_t> words;
-    } rows[] = {
-        {"number of chains", 28, {1, 3, ~0u}},
-        {"paths' profile", 32, {2}},
-        {"paths' size: odd, past the end, into the chain", 48, {17, ~0u, 22}},
-        {"path count", 52, {2}},
-        {"last path's zero", 72, {0x01030041}},
-        {"chain size", 74, {258, ~0u}},
-        {"chain header's zeros", 78, {1}},
-        {"chain size's copy", 82, {258}},
-        {"chain header's zeros", 86, {1}},
-        {"chain number", 90, {3}},
-        {"blocks' size: wrong, below the header", 94, {150, 35}},
-        {"block count", 98, {3}},
-        {"blocks' size's copy", 102, {150}},
-        {"block count's copy", 106, {1}},
-        {"blocks' profile", 110, {2}},
-        {"blocks' chain", 126, {2}},
-        {"parameters' size", 182, {200, ~0u}},
-        {"link count", 249, {0}},
-        {"links' profile", 261, {2}},
-        {"links' chain", 277, {2}},
-        {"second chain's number is the first's", 349, {1}},
-    };
-    for (const auto& row : rows)
+    for (const auto& row : kContradictions)
         for (const std::uint32_t word : row.words) {
             Bytes damaged = SampleProfile();
             StoreWord(damaged, row.offset, word);
