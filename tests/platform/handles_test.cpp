@@ -1,4 +1,4 @@
-// What every call does with a handle that is not its own.
+// What every call does with a handle that is not its own, and who closes one.
 #include <thread>
 
 #include "tests/support/fake_device.h"
@@ -6,14 +6,7 @@
 namespace quorvel {
 namespace {
 
-using platform::UniqueHandle;
-
-// The call's error code, 0 when it went well.
-using Call = DWORD (*)(HANDLE);
-
-DWORD ErrorUnless(bool success) {
-    return success ? ERROR_SUCCESS : GetLastError();
-}
+using namespace test;
 
 DWORD Control(HANDLE handle) {
     DWORD returned = 0;
@@ -22,7 +15,7 @@ DWORD Control(HANDLE handle) {
 }
 
 DWORD Read(HANDLE handle) {
-    UniqueHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const UniqueHandle event = ManualEvent();
     OVERLAPPED overlapped{};
     overlapped.hEvent = event.Get();
     char buffer[4];
@@ -37,23 +30,18 @@ DWORD ResultWithoutEvent(HANDLE handle) {
 }
 
 DWORD WaitForSecond(HANDLE handle) {
-    UniqueHandle signalled(CreateEventW(nullptr, TRUE, TRUE, nullptr));
+    const UniqueHandle signalled = ManualEvent(true);
     const HANDLE both[] = {signalled.Get(), handle};
     return ErrorUnless(WaitForMultipleObjects(2, both, FALSE, 0) != WAIT_FAILED);
 }
 
-struct Row {
+constexpr struct {
     const char* name;
-    Call call;
-    bool takesEvent;
-    bool takesFile;
-};
-
-constexpr Row kCalls[] = {
+    DWORD (*call)(HANDLE);
+    bool takesEvent, takesFile;
+} kCalls[] = {
     {"SetEvent", [](HANDLE h) { return ErrorUnless(SetEvent(h)); }, true, false},
     {"ResetEvent", [](HANDLE h) { return ErrorUnless(ResetEvent(h)); }, true, false},
-    {"WaitForSingleObject",
-     [](HANDLE h) { return ErrorUnless(WaitForSingleObject(h, 0) != WAIT_FAILED); }, true, false},
     {"WaitForMultipleObjects", WaitForSecond, true, false},
     {"DeviceIoControl", Control, false, true},
     {"ReadFile", Read, false, true},
@@ -61,44 +49,46 @@ constexpr Row kCalls[] = {
     {"GetOverlappedResult", ResultWithoutEvent, false, false},
 };
 
-class Handles : public test::FakeDeviceTest {};
+class Handles : public FakeDeviceTest {};
 
-TEST_F(Handles, NoCallTakesAHandleThatIsNotOpen) {
-    const HANDLE closedEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    const HANDLE closedFile = OpenFile().Release();
-    ASSERT_TRUE(CloseHandle(closedEvent));
-    ASSERT_TRUE(CloseHandle(closedFile));
-    const HANDLE neverOpened = reinterpret_cast<HANDLE>(ULONG_PTR{0x7FFF0004});
-    for (const Row& row : kCalls)
-        for (const HANDLE handle : {HANDLE{}, neverOpened, closedEvent, closedFile}) {
-            EXPECT_EQ(row.call(handle), ERROR_INVALID_HANDLE) << row.name << " of " << handle;
-        }
-    for (const HANDLE handle : {HANDLE{}, neverOpened, closedEvent, closedFile}) {
-        SetLastError(ERROR_SUCCESS);
-        EXPECT_FALSE(CloseHandle(handle));
-        EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-    }
-}
-
-TEST_F(Handles, EveryCallRefusesHandlesOfAnotherKind) {
+TEST_F(Handles, NoCallTakesAHandleThatIsNotOpenOrOfAnotherKind) {
     device->answer = [](DWORD, auto, auto, DWORD&) { return ERROR_SUCCESS; };
     device->onRead = [](auto request) { request->CompleteWith({}); };
-    const UniqueHandle event(CreateEventW(nullptr, TRUE, TRUE, nullptr));
-    const UniqueHandle file = OpenFile();
-    for (const Row& row : kCalls) {
+    const UniqueHandle event = ManualEvent(true), file = OpenFile();
+    const HANDLE closedEvent = ManualEvent().Get(), closedFile = OpenFile().Get();
+    const HANDLE neverOpened = reinterpret_cast<HANDLE>(ULONG_PTR{0x7FFF0004});
+    const HANDLE notOpen[] = {nullptr, neverOpened, closedEvent, closedFile};
+    for (const auto& row : kCalls) {
         EXPECT_EQ(row.call(event.Get()), row.takesEvent ? 0 : ERROR_INVALID_HANDLE) << row.name;
         EXPECT_EQ(row.call(file.Get()), row.takesFile ? 0 : ERROR_INVALID_HANDLE) << row.name;
+        for (const HANDLE handle : notOpen)
+            EXPECT_EQ(row.call(handle), ERROR_INVALID_HANDLE) << row.name << " of " << handle;
     }
+    for (const HANDLE handle : notOpen)
+        EXPECT_EQ(ErrorUnless(CloseHandle(handle)), ERROR_INVALID_HANDLE);
 }
 
 TEST_F(Handles, AStaleHandleStaysRefusedWhileOthersComeAndGo) {
-    const HANDLE stale = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    CloseHandle(stale);
+    const HANDLE stale = ManualEvent().Get();
     for (int round = 0; round < 1000; ++round) {
-        const UniqueHandle fresh(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        const UniqueHandle fresh = ManualEvent();
         ASSERT_NE(fresh.Get(), stale);
         ASSERT_FALSE(SetEvent(stale));
     }
+}
+
+TEST_F(Handles, MovingAUniqueHandleClosesWhatWasOwnedButNotItself) {
+    UniqueHandle target = ManualEvent(), source = ManualEvent();
+    const HANDLE first = target.Get(), second = source.Get();
+    target = std::move(source);
+    EXPECT_FALSE(SetEvent(first));
+    EXPECT_EQ(target.Get(), second);
+    EXPECT_FALSE(source);
+    UniqueHandle& itself = target;
+    target = std::move(itself);
+    EXPECT_EQ(target.Get(), second);
+    EXPECT_TRUE(SetEvent(second));
+    EXPECT_FALSE(UniqueHandle(INVALID_HANDLE_VALUE)) << "what a failed CreateFileW returns";
 }
 
 TEST(LastError, IsTheThreadsOwn) {

@@ -6,14 +6,13 @@
 namespace quorvel {
 namespace {
 
-using platform::UniqueHandle;
-using test::Bytes;
+using namespace test;
 
-class OverlappedReads : public test::FakeDeviceTest {
+class OverlappedReads : public FakeDeviceTest {
   protected:
     // One read of 4 bytes with its own event; the buffer holds 0xEE until something is read.
     struct Read {
-        UniqueHandle event{CreateEventW(nullptr, TRUE, TRUE, nullptr)};
+        UniqueHandle event = ManualEvent(true);
         OVERLAPPED overlapped{};
         std::vector<std::byte> buffer = Bytes({0xEE, 0xEE, 0xEE, 0xEE});
         DWORD count = 99;
@@ -22,13 +21,13 @@ class OverlappedReads : public test::FakeDeviceTest {
 
         // The error code, 0 when it completed at once.
         DWORD Start(HANDLE openFile) {
-            return ReadFile(openFile, buffer.data(), 4, &count, &overlapped) ? 0 : GetLastError();
+            return ErrorUnless(ReadFile(openFile, buffer.data(), 4, &count, &overlapped));
         }
         DWORD Result(bool wait = false) {
             count = 99;
-            return GetOverlappedResult(nullptr, &overlapped, &count, wait) ? 0 : GetLastError();
+            return ErrorUnless(GetOverlappedResult(nullptr, &overlapped, &count, wait));
         }
-        bool IsSignalled() const { return WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0; }
+        bool IsSignalled() const { return test::IsSignalled(event); }
         bool IsOverWithoutBytes() const {
             return IsSignalled() && overlapped.InternalHigh == 0 &&
                    buffer == Bytes({0xEE, 0xEE, 0xEE, 0xEE});
@@ -40,7 +39,6 @@ class OverlappedReads : public test::FakeDeviceTest {
     void SetUp() override {
         FakeDeviceTest::SetUp();
         file = OpenFile();
-        ASSERT_TRUE(file);
     }
     void TearDown() override {
         file.Reset();
@@ -135,39 +133,34 @@ TEST_F(OverlappedReads, ACancelledReadIsAbortedAndItsBufferLeftAlone) {
     EXPECT_TRUE(CancelIo(file.Get())) << "nothing to cancel is no failure";
 }
 
-TEST_F(OverlappedReads, CancelIoLeavesTheReadsOfOtherThreads) {
-    Read read;
-    EXPECT_EQ(read.Start(file.Get()), ERROR_IO_PENDING);
-    std::thread([&] { EXPECT_TRUE(CancelIo(file.Get())); }).join();
-    EXPECT_FALSE(read.IsSignalled());
-    EXPECT_TRUE(device->TakeRead()->CompleteWith(Bytes({1})));
-    EXPECT_EQ(read.Result(), ERROR_SUCCESS);
-}
-
-TEST_F(OverlappedReads, TheEndOfAThreadCancelsItsReads) {
+TEST_F(OverlappedReads, AThreadsCancelIoAndEndCancelItsReadsOnly) {
     Read own, others;
     EXPECT_EQ(own.Start(file.Get()), ERROR_IO_PENDING);
-    std::thread([&] { EXPECT_EQ(others.Start(file.Get()), ERROR_IO_PENDING); }).join();
+    std::thread([&] {
+        EXPECT_TRUE(CancelIo(file.Get()));
+        EXPECT_EQ(others.Start(file.Get()), ERROR_IO_PENDING);
+    }).join();
     EXPECT_EQ(others.Result(), ERROR_OPERATION_ABORTED);
     EXPECT_EQ(own.Result(), ERROR_IO_INCOMPLETE);
-    CancelIo(file.Get());
+    EXPECT_TRUE(device->TakeRead()->CompleteWith(Bytes({1})));
+    EXPECT_EQ(own.Result(), ERROR_SUCCESS);
 }
 
 TEST_F(OverlappedReads, TheEventOutlivesItsHandleWhileTheReadIsPending) {
     Read read;
-    const UniqueHandle named(CreateEventW(nullptr, TRUE, FALSE, u"QuorvelReadEvent"));
-    UniqueHandle closed(OpenEventW(EVENT_ALL_ACCESS, FALSE, u"QuorvelReadEvent"));
+    const UniqueHandle named = ManualEvent(false, "QuorvelReadEvent");
+    UniqueHandle closed = Opened("QuorvelReadEvent");
     read.overlapped.hEvent = closed.Get();
     EXPECT_EQ(read.Start(file.Get()), ERROR_IO_PENDING);
     closed.Reset();
     EXPECT_TRUE(device->TakeRead()->CompleteWith({}));
-    EXPECT_EQ(WaitForSingleObject(named.Get(), 0), WAIT_OBJECT_0);
+    EXPECT_TRUE(IsSignalled(named));
 }
 
 TEST_F(OverlappedReads, AReadThatCannotStartLeavesEverythingAsItWas) {
     const UniqueHandle writeOnly = OpenFile(GENERIC_WRITE);
-    const UniqueHandle owner(CreateEventW(nullptr, TRUE, TRUE, u"QuorvelReadRights"));
-    const UniqueHandle waitOnly(OpenEventW(SYNCHRONIZE, FALSE, u"QuorvelReadRights"));
+    const UniqueHandle owner = ManualEvent(true, "QuorvelReadRights");
+    const UniqueHandle waitOnly = Opened("QuorvelReadRights", SYNCHRONIZE);
     Read read;
     EXPECT_EQ(read.Start(writeOnly.Get()), ERROR_ACCESS_DENIED);
     EXPECT_TRUE(read.IsSignalled());
@@ -175,11 +168,11 @@ TEST_F(OverlappedReads, AReadThatCannotStartLeavesEverythingAsItWas) {
     EXPECT_EQ(read.Start(file.Get()), ERROR_INVALID_HANDLE);
     read.overlapped.hEvent = waitOnly.Get();
     EXPECT_EQ(read.Start(file.Get()), ERROR_ACCESS_DENIED);
-    EXPECT_EQ(WaitForSingleObject(waitOnly.Get(), 0), WAIT_OBJECT_0);
-    EXPECT_FALSE(ReadFile(file.Get(), read.buffer.data(), 4, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_FALSE(ReadFile(file.Get(), nullptr, 4, nullptr, &read.overlapped));
-    EXPECT_EQ(GetLastError(), ERROR_NOACCESS);
+    EXPECT_TRUE(IsSignalled(waitOnly));
+    EXPECT_EQ(ErrorUnless(ReadFile(file.Get(), read.buffer.data(), 4, nullptr, nullptr)),
+              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(ErrorUnless(ReadFile(file.Get(), nullptr, 4, nullptr, &read.overlapped)),
+              ERROR_NOACCESS);
     EXPECT_EQ(read.overlapped.Internal, 0u);
     EXPECT_FALSE(device->TakeRead()) << "the device saw none of them";
 }

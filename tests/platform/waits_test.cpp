@@ -3,26 +3,15 @@
 #include <thread>
 #include <vector>
 
-#include "platform/unique_handle.h"
-#include "tests/support/handle_balance.h"
-#include "tests/support/wide.h"
+#include "tests/support/handles.h"
 
 namespace quorvel {
 namespace {
 
-using platform::UniqueHandle;
+using namespace test;
 using std::chrono::milliseconds;
-using test::Wide;
 
-class Waits : public test::HandleBalance {
-  protected:
-    static UniqueHandle ManualEvent(bool signalled = false) {
-        return UniqueHandle(CreateEventW(nullptr, TRUE, signalled, nullptr));
-    }
-    static UniqueHandle AutoEvent(bool signalled = false) {
-        return UniqueHandle(CreateEventW(nullptr, FALSE, signalled, nullptr));
-    }
-};
+class Waits : public HandleBalance {};
 
 TEST_F(Waits, TheLowestSignalledIndexIsReturnedAndOnlyItsSignalTaken) {
     const UniqueHandle events[] = {AutoEvent(), AutoEvent(true), ManualEvent(true),
@@ -42,7 +31,6 @@ TEST_F(Waits, TheLowestSignalledIndexIsReturnedAndOnlyItsSignalTaken) {
 TEST_F(Waits, TimeLimitsAreKept) {
     const UniqueHandle event = ManualEvent();
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
     EXPECT_EQ(WaitForSingleObject(event.Get(), 60), WAIT_TIMEOUT);
     const auto passed = std::chrono::steady_clock::now() - start;
     EXPECT_GE(passed, milliseconds(55));  // Windows rounds to its timer's ticks
@@ -58,18 +46,18 @@ TEST_F(Waits, ASignalEndsAWaitWithAndWithoutTimeLimit) {
             SetEvent(event.Get());
         });
         EXPECT_EQ(WaitForMultipleObjects(2, handles, FALSE, limit), WAIT_OBJECT_0 + 1);
-        EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
+        EXPECT_FALSE(IsSignalled(event));
         setter.join();
     }
 }
 
-TEST_F(Waits, BadListsAreRefused) {
+TEST_F(Waits, ListsHaveOneToSixtyFourHandles) {
     const UniqueHandle event = ManualEvent(true);
     const std::vector<HANDLE> handles(65, event.Get());
-    EXPECT_EQ(WaitForMultipleObjects(0, handles.data(), FALSE, 0), WAIT_FAILED);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(WaitForMultipleObjects(65, handles.data(), FALSE, 0), WAIT_FAILED);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    for (const DWORD count : {0u, 65u}) {
+        EXPECT_EQ(WaitForMultipleObjects(count, handles.data(), FALSE, 0), WAIT_FAILED);
+        EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    }
     EXPECT_EQ(WaitForMultipleObjects(64, handles.data(), FALSE, 0), WAIT_OBJECT_0);
 }
 
@@ -92,16 +80,14 @@ TEST_F(Waits, EverySignalOfAnAutoResetEventIsTakenExactlyOnce) {
     for (std::thread& waiter : waiters)
         waiter.join();
     EXPECT_EQ(taken, 500);
-    EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
+    EXPECT_FALSE(IsSignalled(event));
 }
 
 TEST_F(Waits, ClosingTheHandleDoesNotEndTheWait) {
     DWORD result = WAIT_FAILED;  // when the close came before the wait
     for (int attempt = 0; attempt < 100 && result == WAIT_FAILED; ++attempt) {
-        UniqueHandle closed(
-            CreateEventW(nullptr, TRUE, FALSE, Wide("QuorvelClosedInWait").c_str()));
-        const UniqueHandle setter(
-            OpenEventW(EVENT_ALL_ACCESS, FALSE, Wide("QuorvelClosedInWait").c_str()));
+        UniqueHandle closed = ManualEvent(false, "QuorvelClosedInWait");
+        const UniqueHandle setter = Opened("QuorvelClosedInWait");
         std::thread waiter(
             [&, handle = closed.Get()] { result = WaitForSingleObject(handle, 10000); });
         std::this_thread::sleep_for(milliseconds(10));

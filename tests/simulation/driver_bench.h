@@ -1,7 +1,9 @@
 // A driver on the bench: requests put together byte by byte, answers taken apart by offset.
 #pragma once
 
-#include <cstdint>
+#include <gtest/gtest.h>
+
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,26 +15,26 @@ namespace quorvel::simulation {
 // Bytes in the order in which they are named.
 class Packet {
   public:
-    Packet& Word(std::uint32_t word) {
-        for (int shift = 0; shift < 32; shift += 8)
-            bytes.push_back(static_cast<std::byte>(word >> shift));
-        return *this;
-    }
     Packet& Words(std::initializer_list<std::uint32_t> words) {
         for (const std::uint32_t word : words)
-            Word(word);
+            for (int shift = 0; shift < 32; shift += 8)
+                bytes.push_back(static_cast<std::byte>(word >> shift));
         return *this;
     }
+    Packet& Word(std::size_t word) { return Words({static_cast<std::uint32_t>(word)}); }
     Packet& Text(std::u16string_view text) {
-        for (const char16_t unit : text) {
-            bytes.push_back(static_cast<std::byte>(unit & 0xFF));
-            bytes.push_back(static_cast<std::byte>(unit >> 8));
-        }
+        for (const char16_t unit : text)
+            for (const int shift : {0, 8})
+                bytes.push_back(static_cast<std::byte>(unit >> shift));
         return *this;
     }
     Packet& Add(const Bytes& more) {
-        for (const std::byte byte : more)
-            bytes.push_back(byte);
+        bytes.insert(bytes.end(), more.begin(), more.end());
+        return *this;
+    }
+    Packet& Add(const std::vector<Bytes>& records) {
+        for (const Bytes& record : records)
+            Add(record);
         return *this;
     }
     // Sixteen bytes that are told by their first one.
@@ -44,7 +46,6 @@ class Packet {
     }
     operator const Bytes&() const { return bytes; }
 
-  private:
     Bytes bytes;
 };
 
@@ -72,63 +73,44 @@ inline Bytes Fallback() {
 }
 
 inline Bytes BlockRecord(int id, int type, int profile, std::uint32_t chain, const Bytes& data) {
-    return Packet()
-        .Guid(id)
-        .Guid(type)
-        .Guid(profile)
-        .Word(chain)
-        .Word(static_cast<std::uint32_t>(data.size()))
-        .Add(data);
+    return Packet().Guid(id).Guid(type).Guid(profile).Word(chain).Word(data.size()).Add(data);
 }
 
 inline Bytes LinkRecord(int profile, std::uint32_t chain, int source, int destination) {
     return Packet().Guid(profile).Word(chain).Guid(source).Guid(destination);
 }
 
-inline Bytes SectionRecord(const Bytes& profile, std::uint32_t chain,
-                           const std::vector<Bytes>& records) {
-    Packet body;
-    for (const Bytes& record : records)
-        body.Add(record);
-    const auto size = static_cast<std::uint32_t>(36 + static_cast<const Bytes&>(body).size());
-    const auto count = static_cast<std::uint32_t>(records.size());
-    return Packet().Words({size, count, size, count}).Add(profile).Word(chain).Add(body);
+inline Bytes SectionRecord(int profile, std::uint32_t chain, const std::vector<Bytes>& records) {
+    const Bytes body = Packet().Add(records);
+    const Bytes sizeAndCount = Packet().Word(36 + body.size()).Word(records.size());
+    return Packet().Add({sizeAndCount, sizeAndCount, Guid(profile)}).Word(chain).Add(body);
 }
 
-inline Bytes ChainRecord(const Bytes& profile, std::uint32_t number,
-                         const std::vector<Bytes>& blocks, const std::vector<Bytes>& links) {
-    const Bytes first = SectionRecord(profile, number, blocks);
-    const Bytes second = SectionRecord(profile, number, links);
-    const auto size = static_cast<std::uint32_t>(20 + first.size() + second.size());
-    return Packet().Words({size, 0, size, 0, number}).Add(first).Add(second);
+inline Bytes ChainRecord(int profile, std::uint32_t number, const std::vector<Bytes>& blocks,
+                         const std::vector<Bytes>& links) {
+    const Bytes sections = Packet()
+                               .Add(SectionRecord(profile, number, blocks))
+                               .Add(SectionRecord(profile, number, links));
+    const auto size = static_cast<std::uint32_t>(20 + sections.size());
+    return Packet().Words({size, 0, size, 0, number}).Add(sections);
 }
 
 inline Bytes PathsRecord(const Bytes& profile, const std::vector<std::u16string>& paths) {
     Packet strings;
     for (const std::u16string& path : paths)
-        strings.Text(path).Text(std::u16string_view(u"\0", 1));
-    const Bytes& bytes = strings;
-    return Packet()
-        .Add(profile)
-        .Word(static_cast<std::uint32_t>(bytes.size()))
-        .Word(static_cast<std::uint32_t>(paths.size()))
-        .Add(bytes);
+        strings.Text(path).Text({u"\0", 1});
+    return Packet().Add(profile).Word(strings.bytes.size()).Word(paths.size()).Add(strings.bytes);
 }
 
 inline Bytes ProfileRecord(const Bytes& id, const std::vector<std::u16string>& paths,
-                           const std::vector<Bytes>& chains, std::uint64_t cookie = 0) {
-    Packet body;
-    body.Add(PathsRecord(id, paths));
-    for (const Bytes& chain : chains)
-        body.Add(chain);
-    const Bytes& bytes = body;
-    return Packet()
-        .Word(static_cast<std::uint32_t>(32 + bytes.size()))
-        .Add(id)
-        .Word(static_cast<std::uint32_t>(cookie))
-        .Word(static_cast<std::uint32_t>(cookie >> 32))
-        .Word(static_cast<std::uint32_t>(chains.size()))
-        .Add(bytes);
+                           const std::vector<Bytes>& chains = {}, std::uint32_t cookie = 0) {
+    const Bytes body = Packet().Add(PathsRecord(id, paths)).Add(chains);
+    return Packet().Word(32 + body.size()).Add(id).Words({cookie, 0}).Word(chains.size()).Add(body);
+}
+
+inline Bytes ProfileRecord(int name, const std::vector<std::u16string>& paths,
+                           const std::vector<Bytes>& chains = {}, std::uint32_t cookie = 0) {
+    return ProfileRecord(Guid(name), paths, chains, cookie);
 }
 
 // Profile 1, "c:\a.exe": chain 1 with the blocks 11 (3 bytes) and 12 (none) and a link, chain 2
@@ -136,10 +118,10 @@ inline Bytes ProfileRecord(const Bytes& id, const std::vector<std::u16string>& p
 inline Bytes SampleProfile() {
     const Bytes data = {std::byte{7}, std::byte{8}, std::byte{9}};
     return ProfileRecord(
-        Guid(1), {u"c:\\a.exe"},
-        {ChainRecord(Guid(1), 1, {BlockRecord(11, 21, 1, 1, data), BlockRecord(12, 22, 1, 1, {})},
+        1, {u"c:\\a.exe"},
+        {ChainRecord(1, 1, {BlockRecord(11, 21, 1, 1, data), BlockRecord(12, 22, 1, 1, {})},
                      {LinkRecord(1, 1, 11, 12)}),
-         ChainRecord(Guid(1), 2, {}, {})});
+         ChainRecord(1, 2, {}, {})});
 }
 
 inline Bytes SectionQuestion(int profile, std::uint32_t chain) {
@@ -152,11 +134,6 @@ inline Bytes BlockQuestion(int id, int profile, std::uint32_t chain) {
 
 // A driver whose clock stands, with one client that may do anything.
 struct Bench {
-    static constexpr std::uint64_t kTime = 0x01D0A1B2C3D4E5F6;
-
-    explicit Bench(DriverCallbacks callbacks = {})
-        : driver(std::move(callbacks), [] { return kTime; }), client(driver.OpenClient()) {}
-
     Answer Ask(std::uint32_t code, const Bytes& request, std::size_t capacity = 100'000) {
         return driver.Control(client, code, kReadAccess | kWriteAccess, request, capacity);
     }
@@ -169,18 +146,33 @@ struct Bench {
         std::vector<Bytes> events;
         while (const auto read = driver.TakeEvents(reader, 1024)) {
             if (read->status != 0) break;
-            for (std::size_t at = 0; at < read->bytes.size();) {
-                const std::size_t size = 16 + WordAt(read->bytes, at + 4);
-                events.push_back(Slice(read->bytes, at, size));
-                at += size;
-            }
+            for (std::size_t at = 0; at < read->bytes.size(); at += events.back().size())
+                events.push_back(Slice(read->bytes, at, 16 + WordAt(read->bytes, at + 4)));
         }
         return events;
     }
     std::vector<Bytes> Events() { return Events(client); }
 
-    DriverCore driver;
-    ClientId client;
+    // What the driver called back: clients whose reads are ready, ends of silence, removals.
+    std::mutex mutex;
+    std::vector<ClientId> ready;
+    int silenceEnded = 0, removed = 0;
+
+    DriverCallbacks Record() {
+        return {.readReady =
+                    [this](ClientId reader) {
+                        driver.IsRemoved();  // a callback may call in
+                        const std::lock_guard lock(mutex);
+                        ready.push_back(reader);
+                    },
+                .silenceEnded = [this] { ++silenceEnded; },
+                .removed = [this] { ++removed; }};
+    }
+
+    DriverCore driver{Record(), [] { return 0x01D0A1B2C3D4E5F6u; }};
+    ClientId client = driver.OpenClient();
 };
+
+class DriverTest : public testing::Test, public Bench {};
 
 }  // namespace quorvel::simulation

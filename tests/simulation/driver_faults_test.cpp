@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
 
@@ -8,11 +6,12 @@
 namespace quorvel::simulation {
 namespace {
 
-class DriverFaults : public testing::Test, public Bench {
+class DriverFaults : public DriverTest {
   protected:
     void SetUp() override {
         ASSERT_EQ(Tell(0x22B73C, SampleProfile()), 0u);
         Events();
+        ready.clear();
     }
     Answer Links(std::size_t room = 1024) { return Ask(0x226F84, SectionQuestion(1, 1), room); }
 };
@@ -20,9 +19,9 @@ class DriverFaults : public testing::Test, public Bench {
 TEST_F(DriverFaults, SpoilTheAnswer) {
     const Bytes honest = Links().bytes;
     const Bytes garbage = Packet().Words({1, 2, 3});
+    const Bytes patchedAndCut = Packet().Words({9, 2});
     Bytes lying = honest;
-    for (const std::size_t i : {4u, 5u, 6u, 7u})
-        lying[i] = std::byte{0xFF};
+    StoreWord(lying, 4, ~0u);
     const struct {
         const char* what;
         Misbehaviour fault;
@@ -40,11 +39,7 @@ TEST_F(DriverFaults, SpoilTheAnswer) {
         {"lying count", {.patches = {{4, ~0u}}}, 1024, 0, lying},
         {"patches past the end", {.patches = {{85, 1}, {88, 1}, {~0u, 1}}}, 1024, 0, honest},
         {"other bytes", {.answer = garbage}, 1024, 0, garbage},
-        {"other bytes, patched, cut",
-         {.answer = garbage, .patches = {{0, 9}}, .cutTo = 8},
-         1024,
-         0,
-         Packet().Words({9, 2})},
+        {"all", {.answer = garbage, .patches = {{0, 9}}, .cutTo = 8}, 1024, 0, patchedAndCut},
         {"more than there is room for", {.answer = Bytes(99)}, 90, 0, Bytes(90)},
     };
     for (const auto& row : rows) {
@@ -87,90 +82,76 @@ TEST_F(DriverFaults, OnlyARefusedRequestIsNotCarriedOut) {
     EXPECT_EQ(Events().size(), 1u);
 }
 
-TEST(DriverSilence, HoldsAnswersBackUntilItEnds) {
-    int ended = 0;
-    DriverCallbacks callbacks;
-    callbacks.silenceEnded = [&] { ++ended; };
-    Bench bench(callbacks);
-    bench.driver.Misbehave({.times = 2, .silent = true});
-    const Answer first = bench.Ask(0x226F14, {});
+TEST_F(DriverFaults, HoldAnswersBackUntilTheSilenceEnds) {
+    driver.Misbehave({.times = 2, .silent = true});
+    const Answer first = Ask(0x226F14, {});
     EXPECT_EQ(first.bytes.size(), 4u) << "the answer is there";
-    ASSERT_NE(first.silence, 0u);
-    EXPECT_FALSE(bench.driver.SilenceHasEnded(first.silence));
-    bench.driver.EndSilence();
-    EXPECT_TRUE(bench.driver.SilenceHasEnded(first.silence));
-    const Answer second = bench.Ask(0x226F14, {});
-    EXPECT_FALSE(bench.driver.SilenceHasEnded(second.silence)) << "begun after the end";
-    bench.driver.Remove();
-    EXPECT_TRUE(bench.driver.SilenceHasEnded(second.silence));
-    EXPECT_EQ(ended, 2);
+    EXPECT_FALSE(driver.SilenceHasEnded(first.silence));
+    driver.EndSilence();
+    EXPECT_TRUE(driver.SilenceHasEnded(first.silence));
+    const Answer second = Ask(0x226F14, {});
+    EXPECT_FALSE(driver.SilenceHasEnded(second.silence)) << "begun after the end";
+    driver.Remove();
+    EXPECT_TRUE(driver.SilenceHasEnded(second.silence));
+    EXPECT_EQ(silenceEnded, 2);
 }
 
-TEST(DriverReads, AreSpoiledToo) {
-    std::vector<ClientId> ready;
-    DriverCallbacks callbacks;
-    callbacks.readReady = [&](ClientId client) { ready.push_back(client); };
-    Bench bench(callbacks);
-    const ClientId client = bench.client;
-    const Bytes lying = Packet().Words({27, 0xFFFFFFF0, 0, 0});
-
-    bench.driver.Misbehave({.code = kEventRead, .patches = {{4, 0xFFFF}}, .silent = true});
-    EXPECT_FALSE(bench.driver.TakeEvents(client, 1024)) << "nothing to spoil yet";
+TEST_F(DriverFaults, SpoilReads) {
+    const auto read = [this] { return driver.TakeEvents(client, 1024); };
+    driver.Misbehave({.code = kEventRead, .patches = {{4, 0xFFFF}}, .silent = true});
+    EXPECT_FALSE(read()) << "nothing to spoil yet";
     EXPECT_TRUE(ready.empty());
-    bench.driver.AddProcess(1, u"a");
-    const auto spoiled = bench.driver.TakeEvents(client, 1024);
+    driver.AddProcess(1, u"a");
+    const auto spoiled = read();
     ASSERT_TRUE(spoiled);
     EXPECT_EQ(WordAt(spoiled->bytes, 4), 0xFFFFu);
     EXPECT_NE(spoiled->silence, 0u);
 
     ready.clear();
-    bench.driver.AddProcess(1, u"a");
-    for (const Bytes& bytes : {lying, Bytes{}, Bytes(7)}) {
-        bench.driver.Misbehave({.code = kEventRead, .client = client, .answer = bytes});
-        const auto read = bench.driver.TakeEvents(client, 1024);
-        ASSERT_TRUE(read);
-        EXPECT_EQ(read->status, 0u);
-        EXPECT_EQ(read->bytes, bytes);
+    driver.AddProcess(1, u"a");
+    for (const Bytes& bytes : {Bytes(Packet().Words({27, 0xFFFFFFF0, 0, 0})), Bytes{}, Bytes(7)}) {
+        driver.Misbehave({.code = kEventRead, .client = client, .answer = bytes});
+        const auto answer = read();
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(answer->status, 0u);
+        EXPECT_EQ(answer->bytes, bytes);
     }
     EXPECT_EQ(ready, (std::vector<ClientId>(4, client))) << "an event, then three waiting faults";
-    EXPECT_EQ(bench.Events().size(), 1u) << "the false answers took nothing";
+    EXPECT_EQ(Events().size(), 1u) << "the false answers took nothing";
+}
 
-    bench.driver.Misbehave({.code = kEventRead, .refuse = 31});
-    EXPECT_EQ(bench.driver.TakeEvents(client, 1024)->status, 31u);
-    EXPECT_FALSE(bench.driver.TakeEvents(client, 1024));
-
-    const ClientId other = bench.driver.OpenClient();
-    bench.driver.AddProcess(1, u"a");
-    bench.Events(other);
+TEST_F(DriverFaults, WakeTheReadsThatWillMeetThem) {
+    driver.Misbehave({.code = kEventRead, .refuse = 31});
+    EXPECT_EQ(driver.TakeEvents(client, 1024)->status, 31u);
+    EXPECT_FALSE(driver.TakeEvents(client, 1024));
+    const ClientId other = driver.OpenClient();
+    driver.AddProcess(1, u"a");
+    Events(other);
     ready.clear();
-    bench.driver.Misbehave({.code = kEventRead, .skip = 1, .refuse = 31});
+    driver.Misbehave({.code = kEventRead, .skip = 1, .refuse = 31});
     EXPECT_TRUE(ready.empty());
-    EXPECT_EQ(bench.driver.TakeEvents(client, 1024)->status, 0u);
+    EXPECT_EQ(driver.TakeEvents(client, 1024)->status, 0u);
     EXPECT_EQ(ready, (std::vector{client, other})) << "either's next read meets the fault";
 }
 
 TEST(DriverRemoval, EndsEverything) {
     for (const bool byFault : {false, true}) {
-        int removed = 0;
-        std::vector<ClientId> ready;
-        DriverCallbacks callbacks;
-        callbacks.removed = [&] { ++removed; };
-        callbacks.readReady = [&](ClientId client) { ready.push_back(client); };
-        Bench bench(callbacks);
-        if (byFault) {
-            bench.driver.Misbehave({.code = 0x22B73C, .removeDevice = true});
-            EXPECT_EQ(bench.Tell(0x22B73C, SampleProfile()), 1617u);
-        } else {
-            bench.driver.Remove();
-        }
+        Bench bench;
+        bench.driver.Misbehave({.code = 0x22B73C, .removeDevice = true});
+        EXPECT_EQ(byFault ? bench.Tell(0x22B73C, SampleProfile()) : 1617u, 1617u);
         bench.driver.Remove();
-        EXPECT_EQ(removed, 1);
-        EXPECT_EQ(ready, std::vector{bench.client}) << "its read is to be failed";
+        bench.driver.Remove();
+        EXPECT_EQ(bench.removed, 1);
+        EXPECT_EQ(bench.ready, std::vector{bench.client}) << "its read is to be failed";
         EXPECT_TRUE(bench.driver.IsRemoved());
         EXPECT_EQ(bench.Tell(0x226F14, {}), 1617u);
         EXPECT_EQ(bench.driver.TakeEvents(bench.client, 1024)->status, 1617u);
         EXPECT_EQ(bench.driver.OpenClient(), 0u);
     }
+    DriverCore unheard;
+    unheard.OpenClient();
+    unheard.Remove();
+    unheard.EndSilence();
 }
 
 // Clients that edit, read and come and go on threads of their own: every event reaches the client
@@ -178,7 +159,7 @@ TEST(DriverRemoval, EndsEverything) {
 TEST(DriverThreads, LoseNoEvent) {
     constexpr int kEdits = 500;
     Bench bench;
-    bench.Tell(0x22B73C, ProfileRecord(Guid(1), {}, {}));
+    bench.Tell(0x22B73C, ProfileRecord(1, {}));
     bench.Events();
     std::atomic<int> editors = 2;
     const auto edit = [&] {

@@ -1,8 +1,6 @@
 // A device whose behaviour a test dictates.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <deque>
 #include <functional>
@@ -10,8 +8,7 @@
 #include <vector>
 
 #include "platform/portable/device.h"
-#include "platform/unique_handle.h"
-#include "tests/support/handle_balance.h"
+#include "tests/support/handles.h"
 
 namespace quorvel::test {
 
@@ -90,8 +87,8 @@ class FakeDeviceTest : public HandleBalance {
         EXPECT_EQ(device->openFiles, 0);
     }
 
-    static platform::UniqueHandle OpenFile(DWORD access = GENERIC_READ | GENERIC_WRITE) {
-        return platform::UniqueHandle(
+    static UniqueHandle OpenFile(DWORD access = GENERIC_READ | GENERIC_WRITE) {
+        return UniqueHandle(
             CreateFileW(kPath, access, 0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
     }
 

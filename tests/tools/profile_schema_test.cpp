@@ -3,15 +3,13 @@
 
 #include <filesystem>
 #include <set>
-#include <string>
 
 #include "engine/block_factory.h"
+#include "tests/tools/profile_fault.h"
 #include "tools/chain_check.h"
-#include "tools/exit_status.h"
 #include "tools/file_bytes.h"
 #include "tools/json_checks.h"
 #include "tools/profile_file.h"
-#include "tools/profile_json.h"
 
 namespace quorvel::tool {
 namespace {
@@ -20,12 +18,6 @@ const std::string kDirectory = QUORVEL_PROFILES;
 
 Json Schema() {
     return ParseJson(ReadFileBytes(kDirectory + "/profile.schema.json"));
-}
-
-Json Resolve(const Json& schema, Json value) {
-    const Json* reference = FindMember(value, "$ref");
-    if (!reference) return value;
-    return schema.at(Json::json_pointer(reference->get<std::string>().substr(1)));
 }
 
 Json ExpectedRecord(const RecordLayout& record);
@@ -64,7 +56,9 @@ Json ExpectedRecord(const RecordLayout& record) {
 
 // The schema's own account with references followed and descriptions left out.
 Json Plain(const Json& schema, const Json& value) {
-    Json plain = Resolve(schema, value);
+    Json plain = value;
+    if (const Json* reference = FindMember(value, "$ref"))
+        plain = schema.at(Json::json_pointer(reference->get<std::string>().substr(1)));
     plain.erase("description");
     if (plain.contains("items")) plain["items"] = Plain(schema, plain["items"]);
     if (plain.contains("properties")) {
@@ -99,38 +93,25 @@ TEST(ProfileSchema, DescribesEveryKindAsTheTableDoes) {
 // The reader names a key that it does not know, so it can be asked which it knows.
 TEST(ProfileSchema, NamesTheKeysThatTheReaderKnows) {
     const Json schema = Schema();
-    const auto fault = [](const Json& document) -> std::string {
-        try {
-            NamedProfile named;
-            ReadProfile(document, named);
-        } catch (const ToolError& error) {
-            return error.what();
-        }
-        return "";
-    };
-    struct Level {
-        Json definition;
-        Json document;
-        const char* pointer;
-    };
     const Json whole = ParseJson(
         R"({"chains": [{"number": 1, "blocks": [{"name": "a", "type": "MixerBlock"}]}]})");
-    const Level levels[] = {{schema, whole, ""},
-                            {schema["$defs"]["chain"], whole, "/chains/0"},
-                            {schema["$defs"]["block"], whole, "/chains/0/blocks/0"}};
-    for (const Level& level : levels) {
-        const Json::json_pointer place(level.pointer);
-        for (const auto& [key, property] : level.definition["properties"].items()) {
-            Json document = level.document;
+    const std::pair<Json, const char*> levels[] = {
+        {schema, ""},
+        {schema["$defs"]["chain"], "/chains/0"},
+        {schema["$defs"]["block"], "/chains/0/blocks/0"}};
+    for (const auto& [definition, pointer] : levels) {
+        const Json::json_pointer place(pointer);
+        for (const auto& [key, property] : definition["properties"].items()) {
+            Json document = whole;
             document[place][key] = true;  // of the wrong type everywhere
-            EXPECT_EQ(fault(document).find("unknown key"), std::string::npos) << key;
+            EXPECT_EQ(Fault(document.dump()).find("unknown key"), std::string::npos) << key;
         }
-        for (const Json& key : level.definition["required"]) {
-            Json document = level.document;
+        for (const Json& key : definition["required"]) {
+            Json document = whole;
             document[place].erase(key.get<std::string>());
-            EXPECT_NE(fault(document).find("is required"), std::string::npos) << key;
+            EXPECT_NE(Fault(document.dump()).find("is required"), std::string::npos) << key;
         }
-        EXPECT_EQ(level.definition["additionalProperties"], false);
+        EXPECT_EQ(definition["additionalProperties"], false);
     }
 }
 

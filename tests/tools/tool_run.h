@@ -52,13 +52,12 @@ class ToolRun : public testing::Test {
 
     // Runs shell words in the directory; $QUORVEL is the tool.
     Result Shell(const std::string& words) const {
-        const std::string command = "cd '" + directory.string() +
+        const std::string logs = directory.string();
+        const std::string command = "cd '" + logs +
                                     "' && QUORVEL='" QUORVEL_TOOL "' PROFILES='" QUORVEL_PROFILES
                                     "' && { " +
-                                    words + "\n} >/tmp/" + directory.filename().string() +
-                                    ".out 2>/tmp/" + directory.filename().string() + ".err";
+                                    words + "\n} >" + logs + ".out 2>" + logs + ".err";
         const int status = std::system(command.c_str());
-        const std::string logs = "/tmp/" + directory.filename().string();
         Result result{WEXITSTATUS(status), Content(logs + ".out"), Content(logs + ".err")};
         std::filesystem::remove(logs + ".out");
         std::filesystem::remove(logs + ".err");

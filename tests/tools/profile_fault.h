@@ -1,0 +1,24 @@
+// What the reader has against a JSON profile.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tools/exit_status.h"
+#include "tools/profile_json.h"
+
+namespace quorvel::tool {
+
+inline std::string Fault(const std::string& json) {
+    try {
+        NamedProfile named;
+        ReadProfile(ParseJson(json), named);
+    } catch (const ToolError& error) {
+        EXPECT_EQ(error.Status(), ExitStatus::kInvalid);
+        return error.what();
+    }
+    return "no fault";
+}
+
+}  // namespace quorvel::tool
