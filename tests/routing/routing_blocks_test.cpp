@@ -96,26 +96,28 @@ TEST(ChannelExtractorBlock, PicksTheChannelOrGivesSilence) {
 
 // What becomes of frames of ones, by width and mask of the input and the output width. "Nothing"
 // is an empty frame.
+struct BypassCase {
+    int32_t width;
+    uint32_t mask, outputWidth;
+    std::vector<float> frame;
+};
+
+const std::vector<BypassCase> kBypassCases = {
+    {1, 0x4, 2, {0.70794576f, 0.70794576f}},
+    {2, 0x3, 1, {2 * 0.50118721f}},
+    {2, 0x3, 2, {1, 1}},    // as wide: passes
+    {2, 0x63F, 2, {1, 1}},  // the mask only needs a routine
+    {2, 0x3B, 2, {}},       // and without one nothing passes
+    {5, 0x3B, 2, {}},       // no routine
+    {8, 0x63F, 3, {}},      // no routine for that width
+    {8, 0x63F, 0xFFFFFFFF, {}},
+    {8, 0x3, 2, {1, 1}},  // only the first two channels are read
+    {6, 0x63F, 2, {}},    // mask beyond the frame
+    {1, 0x3, 2, {}},
+};
+
 TEST(BypassBlock, FoldsPassesOrLeavesTheOutput) {
-    struct Case {
-        int32_t width;
-        uint32_t mask, outputWidth;
-        std::vector<float> frame;
-    };
-    const std::vector<Case> cases = {
-        {1, 0x4, 2, {0.70794576f, 0.70794576f}},
-        {2, 0x3, 1, {2 * 0.50118721f}},
-        {2, 0x3, 2, {1, 1}},    // as wide: passes
-        {2, 0x63F, 2, {1, 1}},  // the mask only needs a routine
-        {2, 0x3B, 2, {}},       // and without one nothing passes
-        {5, 0x3B, 2, {}},       // no routine
-        {8, 0x63F, 3, {}},      // no routine for that width
-        {8, 0x63F, 0xFFFFFFFF, {}},
-        {8, 0x3, 2, {1, 1}},  // only the first two channels are read
-        {6, 0x63F, 2, {}},    // mask beyond the frame
-        {1, 0x3, 2, {}},
-    };
-    for (const Case& testCase : cases) {
+    for (const BypassCase& testCase : kBypassCases) {
         SCOPED_TRACE(testing::Message() << testCase.width << ", mask " << testCase.mask);
         // Parameters and format may come in either order.
         BypassBlock first(kId), second(kId);
