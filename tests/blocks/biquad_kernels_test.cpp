@@ -4,33 +4,26 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
 #include <limits>
 #include <random>
 #include <vector>
 
 #include "blocks/biquad_bank.h"
 #include "platform/processor.h"
+#include "tests/support/same_bits.h"
 
 namespace quorvel {
 namespace {
 
-bool SameBits(float a, float b) {
-    if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
-    return std::bit_cast<uint32_t>(a) == std::bit_cast<uint32_t>(b);
-}
-
-bool SameBits(const std::vector<float>& a, const std::vector<float>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](float x, float y) { return SameBits(x, y); });
-}
+using test::ExpectSameBits;
+using test::SameBits;
 
 bool SamePast(const BiquadBank& a, const BiquadBank& b) {
     for (int i = 0; i < a.channels * a.bands; ++i) {
         const BiquadSection& s = a.sections[i];
         const BiquadSection& t = b.sections[i];
-        if (!SameBits({s.x1, s.x2, s.y1, s.y2}, {t.x1, t.x2, t.y1, t.y2})) return false;
+        if (!SameBits(s.x1, t.x1) || !SameBits(s.x2, t.x2)) return false;
+        if (!SameBits(s.y1, t.y1) || !SameBits(s.y2, t.y2)) return false;
     }
     return true;
 }
@@ -63,14 +56,8 @@ class BiquadKernels : public testing::TestWithParam<BiquadKernel> {
     }
 
     float RandomSample() {
-        switch (Random(0, 4000)) {
-            case 0:
-                return 1e-42f;
-            case 1:
-                return -0.0f;
-            default:
-                return RandomBetween(-1.0f, 1.0f);
-        }
+        const int roll = Random(0, 4000);
+        return roll == 0 ? 1e-42f : roll == 1 ? -0.0f : RandomBetween(-1.0f, 1.0f);
     }
 
     // One block through both banks, `width` channels, in place or not.
@@ -84,7 +71,7 @@ class BiquadKernels : public testing::TestWithParam<BiquadKernel> {
         const bool inPlace = Random(0, 1) == 1;
         if (inPlace) std::copy(in.begin(), in.end(), got.begin());
         fast.Process(inPlace ? got.data() : in.data(), got.data(), frames, width);
-        EXPECT_TRUE(SameBits(expected, got));
+        ExpectSameBits(got, expected);
         EXPECT_TRUE(SamePast(plain, fast));
     }
 
@@ -160,17 +147,8 @@ INSTANTIATE_TEST_SUITE_P(All, BiquadKernels, testing::Values(RunBiquadsInFours, 
 // The definition itself, by hand: y = (((b1·x1 + b0·x) + b2·x2) - a1·y1) - a2·y2 with numbers that
 // another order of the sum would round elsewhere.
 TEST(BiquadPlain, EvaluatesInTheStatedOrder) {
-    BiquadSection section;
-    section.band = {1.0f, 1.0f, {}, 0.0f};
-    section.b0 = 1e8f;
-    section.b1 = 1.0f;
-    section.b2 = -1e8f;
-    section.a1 = -0.5f;
-    section.a2 = 0.25f;
-    section.x1 = 3.0f;  // 3 + 1e8 rounds to 1e8; 1e8 - 1e8 = 0: the 3 is lost
-    section.x2 = 1.0f;
-    section.y1 = 2.0f;
-    section.y2 = 8.0f;
+    // 3 + 1e8 rounds to 1e8; 1e8 - 1e8 = 0: the 3 is lost
+    BiquadSection section{{}, {1.0f, 1.0f, {}, 0.0f}, 1e8f, 1, -1e8f, -0.5f, 0.25f, 3, 1, 2, 8};
     const float in = 1.0f;
     float out = 0.0f;
     RunBiquadsPlain({&section, 1, 1, &in, &out, 1, 1});

@@ -3,15 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
-#include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "blocks/dynamics/linked_gain.h"
+#include "tests/support/samples.h"
 
 namespace quorvel::dynamics {
 namespace {
@@ -47,29 +46,25 @@ TEST(SimpleLimit, FreshOneLooksAheadOneMillisecondAtCdRate) {
     EXPECT_EQ(limiter.GetLatency(), 44u);
     EXPECT_EQ(limiter.BufferSize(), 64u);
     EXPECT_EQ(limiter.GetThreshold(), 0.0);
-    EXPECT_EQ(limiter.GetAttack(), 1.0);
     EXPECT_EQ(limiter.GetRelease(), 10.0);
     EXPECT_EQ(limiter.GetSampleRate(), 44100.0);
     limiter.SetRelease(0.5);
     EXPECT_EQ(limiter.GetRelease(), 1.0);
 }
 
-// In place and not, also when the ring is exactly as long as the look-ahead.
+// Also when the ring is exactly as long as the look-ahead.
 TEST(SimpleLimit, BelowTheThresholdItOnlyDelays) {
-    constexpr uint32_t kChannels = 3;
-    std::mt19937 random(1);
-    std::uniform_real_distribution<float> anywhere(-1.0f, 1.0f);
-    std::vector<float> in(1000 * kChannels);
-    std::ranges::generate(in, [&] { return anywhere(random); });
+    const std::vector<float> in = test::Noise(3000, 1);
     for (const double hertz : {48000.0, 64000.0}) {
-        SimpleLimit limiter;
-        limiter.SetSampleRate(hertz);
-        limiter.SetChannelCount(kChannels);
-        std::vector<float> samples = in;
-        ProcessLinked(limiter, samples.data(), samples.data(), 1000, kChannels);
-        const std::size_t delay = std::size_t{limiter.GetLatency()} * kChannels;
-        for (std::size_t i = 0; i < in.size(); ++i)
-            ASSERT_EQ(samples[i], i < delay ? 0.0f : in[i - delay]) << hertz << " Hz, sample " << i;
+        std::vector<float> expected(3 * static_cast<std::size_t>(hertz / 1000));
+        expected.insert(expected.end(), in.begin(), in.end());
+        expected.resize(in.size());
+        test::ExpectInPlaceOrNot(in, expected, [&](const float* from, float* to) {
+            SimpleLimit limiter;
+            limiter.SetSampleRate(hertz);
+            limiter.SetChannelCount(3);
+            ProcessLinked(limiter, from, to, 1000, 3);
+        });
     }
 }
 
@@ -128,18 +123,17 @@ TEST(SimpleLimit, RebuildingKeepsTheGain) {
     limiter.SetRelease(1e9);
     limiter.SetChannelCount(1);
     Limit(limiter, std::vector<float>(2000, 2.0f));
+    const auto onset = [&] {
+        const std::vector<float> out = Limit(limiter, std::vector<float>(200, 0.5f));
+        EXPECT_EQ(out[87], 0.0f);
+        return out[88];
+    };
     limiter.SetAttack(2.0);
-    std::vector<float> out = Limit(limiter, std::vector<float>(200, 0.5f));
-    EXPECT_EQ(out[87], 0.0f);
-    EXPECT_NEAR(out[88], 0.25, 1e-3);
+    EXPECT_NEAR(onset(), 0.25, 1e-3);
     limiter.SetChannelCount(1);
-    out = Limit(limiter, std::vector<float>(200, 0.5f));
-    EXPECT_EQ(out[87], 0.0f);
-    EXPECT_NEAR(out[88], 0.25, 1e-3);
+    EXPECT_NEAR(onset(), 0.25, 1e-3);
     limiter.ResetRuntime();
-    out = Limit(limiter, std::vector<float>(200, 0.5f));
-    EXPECT_EQ(out[87], 0.0f);
-    EXPECT_EQ(out[88], 0.5f);
+    EXPECT_EQ(onset(), 0.5f);
 }
 
 struct Refusal {
@@ -150,7 +144,7 @@ struct Refusal {
 };
 
 TEST(SimpleLimit, LeavesOutputUnwrittenWithoutFittingLines) {
-    const std::array<float, 2> in = {0.5f, 0.25f};
+    const std::vector<float> in = {0.5f, 0.25f}, untouched = {-99.0f, -99.0f};
     for (const Refusal& r :
          {Refusal{"no rate", 0.0, 1.0, 2}, Refusal{"no channels", 48000.0, 1.0, 0},
           Refusal{"fewer channels", 48000.0, 1.0, 1}, Refusal{"more channels", 48000.0, 1.0, 3},
@@ -161,17 +155,15 @@ TEST(SimpleLimit, LeavesOutputUnwrittenWithoutFittingLines) {
         limiter.SetSampleRate(r.hertz);
         limiter.SetChannelCount(r.lines);
         limiter.SetAttack(r.attackMs);
-        std::array<float, 2> out = {-99.0f, -99.0f};
+        std::vector<float> out = untouched;
         limiter.ProcessFrame(in.data(), out.data(), 2);
-        EXPECT_EQ(out[0], -99.0f) << r.why;
-        EXPECT_EQ(out[1], -99.0f) << r.why;
+        EXPECT_EQ(out, untouched) << r.why;
 
         limiter.SetAttack(1.0);
         limiter.SetSampleRate(48000.0);
         limiter.SetChannelCount(2);
         limiter.ProcessFrame(in.data(), out.data(), 2);
-        EXPECT_EQ(out[0], 0.0f) << r.why;
-        EXPECT_EQ(out[1], 0.0f) << r.why;
+        EXPECT_EQ(out, std::vector<float>(2, 0.0f)) << r.why;
     }
 }
 

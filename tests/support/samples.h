@@ -1,18 +1,17 @@
-// Samples for the tests of the routing blocks, and their comparison bit for bit.
+// Samples to process.
 #pragma once
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <random>
 #include <vector>
 
-namespace quorvel {
+#include "tests/support/same_bits.h"
+
+namespace quorvel::test {
 
 constexpr float kUntouched = 12345.0f;
 
@@ -33,14 +32,13 @@ inline std::vector<float> RandomSamples(std::size_t count, uint32_t seed) {
     return samples;
 }
 
-// The same numbers, zeros with the same sign; any NaN equals any NaN.
-inline void ExpectSameBits(const std::vector<float>& actual, const std::vector<float>& expected) {
-    ASSERT_EQ(actual.size(), expected.size());
-    for (std::size_t i = 0; i < actual.size(); ++i) {
-        if (std::isnan(actual[i]) && std::isnan(expected[i])) continue;
-        ASSERT_EQ(std::bit_cast<uint32_t>(actual[i]), std::bit_cast<uint32_t>(expected[i]))
-            << "sample " << i << ": " << actual[i] << " instead of " << expected[i];
-    }
+// White noise of full scale.
+inline std::vector<float> Noise(std::size_t count, uint32_t seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> anywhere(-1.0f, 1.0f);
+    std::vector<float> samples(count);
+    std::ranges::generate(samples, [&] { return anywhere(random); });
+    return samples;
 }
 
 // Untouched samples with the given ones at their head: an input in a buffer with room for more.
@@ -50,4 +48,21 @@ inline std::vector<float> WithRoom(const std::vector<float>& head, std::size_t s
     return samples;
 }
 
-}  // namespace quorvel
+// `run(in, out)` must write `expected` and nothing behind it, into a buffer of its own and in
+// place.
+template <typename Run>
+void ExpectInPlaceOrNot(const std::vector<float>& in, const std::vector<float>& expected, Run run) {
+    auto source = in;
+    auto out = WithRoom({}, expected.size() + 1);
+    run(source.data(), out.data());
+    ExpectSameBits(source, in);
+    ExpectSameBits(out, WithRoom(expected, out.size()));
+
+    auto both = WithRoom(in, std::max(in.size(), expected.size()) + 1);
+    run(both.data(), both.data());
+    EXPECT_EQ(both.back(), kUntouched);
+    both.resize(expected.size());
+    ExpectSameBits(both, expected);
+}
+
+}  // namespace quorvel::test
