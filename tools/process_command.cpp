@@ -57,12 +57,12 @@ void SetUpGraph(AudioGraph& graph, const Options& options, const AudioReader& re
                 const QuorvelAudioBlocksChain& chain) {
     graph.SetNoiseEnabled(options.noise);
     platform::SeedRand(options.seed);
+    BuildGraphFromChain(graph, &chain);  // forgets a hold time set before
+    graph.SetChannelDetectionHold(options.holdMs);
     graph.SetInputFormat(static_cast<std::uint16_t>(reader.Channels()), reader.Mask(),
                          reader.SampleRate());
     graph.SetOutputFormat(static_cast<std::uint16_t>(options.channels),
                           DefaultChannelMask(options.channels), reader.SampleRate());
-    graph.SetChannelDetectionHold(options.holdMs);
-    BuildGraphFromChain(graph, &chain);
     if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
 }
 

@@ -71,6 +71,24 @@ TEST_F(Process, GivesTheSameBytesFromRunToRun) {
     EXPECT_EQ(results.size(), options.size());
 }
 
+// A faint centre goes on to be heard until the front pair has been alone for the hold time.
+TEST_F(Process, NarrowsAfterTheHold) {
+    Sound in{6, std::vector<float>(6 * 9600)};
+    for (std::size_t f = 0; f < 9600; ++f) {
+        in.samples[6 * f] = 0.1f;
+        in.samples[6 * f + 2] = f < 480 ? 0.1f : 0.00005f;
+    }
+    const auto heard = [&](const std::string& options) {
+        const Sound out = Run(in, "gain.json", options);
+        std::size_t frames = 0;
+        while (frames < 9600 && out.samples[2 * frames + 1] != 0.0f)
+            ++frames;
+        return frames;
+    };
+    EXPECT_EQ(heard(""), 9600u);
+    EXPECT_EQ(heard("--hold-ms 50"), 480u + 480u + 4 * 480u);  // the fifth buffer of the count
+}
+
 TEST_F(Process, ReplacesWhatIsNotFinite) {
     Sound clean = Noise(9600, 2);
     Sound dirty = clean;
