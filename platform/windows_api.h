@@ -8,7 +8,9 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
+// Before all others, which build on it.
 #include <windows.h>
+
 #include <mmreg.h>
 #include <rpc.h>
 #include <winioctl.h>
