@@ -1,7 +1,7 @@
 // The real-time promise: in the steady state a graph allocates nothing. Under the real-time
 // sanitizer the same tests also catch locks and system calls.
 //
-// The program's operator new goes to the C allocator, so that both are counted.
+// The program's single-object operators new go to the C allocator, so that both are counted.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -22,6 +22,9 @@
 void* operator new(std::size_t bytes) {
     if (void* memory = std::malloc(bytes)) return memory;
     throw std::bad_alloc();
+}
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    return std::malloc(bytes);
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);
