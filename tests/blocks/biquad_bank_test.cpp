@@ -164,9 +164,11 @@ TEST_F(BiquadBankTest, TypedBandsBringTheirOwnTypes) {
     bank.Recompute();
     EXPECT_TRUE(bank.valid);
     EXPECT_FALSE(PassesUnchanged());
-    EXPECT_EQ(bank.type, peak.type);
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(bank.sections[i].type, (i % 2 == 0 ? peak : shelf).type);
+    EXPECT_EQ(bank.type, FilterType::PeakingEQ);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(bank.sections[i].type,
+                  i % 2 == 0 ? FilterType::PeakingEQ : FilterType::HighShelf);
+    }
     EXPECT_EQ(bank.sections[3].b0, bank.sections[1].b0);
     EXPECT_NE(bank.sections[3].b0, bank.sections[2].b0);
     bank.ConfigureTyped({peak, {kFaulty, FilterType::LowPass}});

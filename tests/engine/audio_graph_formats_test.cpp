@@ -38,17 +38,17 @@ TEST(AudioGraphFormats, FormatRecordsAreCopiedWithTheirExtension) {
     std::memset(record.beyond, 0xEE, sizeof(record.beyond));
     record.format = {3, 6, 44100, 44100 * 24, 24, 32, 0};
     const AudioFormat plain = CopyFormat(record.format);
-    EXPECT_EQ(plain.Format.nChannels, 6);
-    EXPECT_EQ(plain.dwChannelMask, kMask51);  // none given: the default of six channels
+    EXPECT_EQ(+plain.Format.nChannels, 6);
+    EXPECT_EQ(+plain.dwChannelMask, kMask51);  // none given: the default of six channels
     EXPECT_TRUE(plain.SubFormat == GUID{});
     record.format.cbSize = 0xFFFF;  // more than the record has room for
     const AudioFormat extended = CopyFormat(record.format);
-    EXPECT_EQ(extended.dwChannelMask, 0xEEEEEEEEu);
+    EXPECT_EQ(+extended.dwChannelMask, 0xEEEEEEEEu);
 
     const AudioFormat made = MakeFloatFormat(8, 0, 96000);
-    EXPECT_EQ(made.Format.nBlockAlign, 32);
-    EXPECT_EQ(made.Format.nAvgBytesPerSec, 96000u * 32);
-    EXPECT_EQ(made.Format.cbSize, 22);
+    EXPECT_EQ(+made.Format.nBlockAlign, 32);
+    EXPECT_EQ(+made.Format.nAvgBytesPerSec, 96000u * 32);
+    EXPECT_EQ(+made.Format.cbSize, 22);
     EXPECT_TRUE(made.SubFormat == kIeeeFloatSubFormat);
 }
 

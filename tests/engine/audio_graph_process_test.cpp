@@ -110,8 +110,8 @@ TEST(AudioGraphProcess, WidthFollowsTheSignalAfterTheHold) {
         ++buffers;
     EXPECT_EQ(buffers, 500);  // one starts the count, 240000 frames hold
     EXPECT_EQ(probes[0]->Width(), 6u);
-    EXPECT_EQ(graph.ProcessingFormat().dwChannelMask, 0x60Fu);
-    EXPECT_EQ(graph.ProcessingFormat().Format.nBlockAlign, 24);
+    EXPECT_EQ(+graph.ProcessingFormat().dwChannelMask, 0x60Fu);
+    EXPECT_EQ(+graph.ProcessingFormat().Format.nBlockAlign, 24);
     EXPECT_EQ(run({7}), 8);
 
     graph.Clear(false);  // forgets the hold: the second buffer in a row narrows

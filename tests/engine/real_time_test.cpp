@@ -78,7 +78,7 @@ TEST(RealTime, SteadyStateOfEveryKindKeepsThePromise) {
         for (std::size_t i = 0; i < in.size(); i += 8)
             in[i] = 0.3f;
         graph.Process(in.data(), out.data(), 480);  // settles the width
-        EXPECT_EQ(graph.ProcessingFormat().Format.nChannels, holdMs ? 2 : 8);
+        EXPECT_EQ(+graph.ProcessingFormat().Format.nChannels, holdMs ? 2 : 8);
         const test::AllocationFaults allocations;
         for (int buffer = 0; buffer < 20; ++buffer) {
             EXPECT_NE(graph.Process(in.data(), out.data(), 480), 0u);
