@@ -38,7 +38,7 @@ DWORD QuorvelAudioDevice::GetText(DWORD code, const void* in, DWORD inSize, DWOR
     *text = nullptr;
     DWORD returned = 0;
     if (const DWORD error = Send(code, in, inSize, buffer.get(), bytes, returned)) return error;
-    units = returned / sizeof(WCHAR);
+    units = static_cast<DWORD>(returned / sizeof(WCHAR));
     buffer[units] = 0;
     *text = buffer.release();
     return ERROR_SUCCESS;
