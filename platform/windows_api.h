@@ -12,9 +12,11 @@
 #include <windows.h>
 
 #include <mmreg.h>
+#include <objbase.h>
 #include <rpc.h>
 #include <winioctl.h>
 #else
+#include "platform/portable/com.h"
 #include "platform/portable/control_codes.h"
 #include "platform/portable/device_files.h"
 #include "platform/portable/events.h"

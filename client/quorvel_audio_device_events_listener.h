@@ -1,0 +1,26 @@
+// Who is told what the driver announces.
+#pragma once
+
+#include "client/driver_events.h"
+#include "platform/windows_api.h"
+
+// Its two operations run on the events thread of the device, one at a time; what they share with
+// other threads they protect themselves. They may send requests through the device and must not
+// open, close or destroy it: those wait for this very thread. They must not throw. The layout is
+// linked against, so there is no virtual destructor: a listener is not destroyed through this type.
+class IQuorvelAudioDeviceEventsListener {
+  public:
+    IQuorvelAudioDeviceEventsListener() = default;
+    IQuorvelAudioDeviceEventsListener(const IQuorvelAudioDeviceEventsListener&) = default;
+    IQuorvelAudioDeviceEventsListener& operator=(const IQuorvelAudioDeviceEventsListener&) =
+        default;
+
+    // One event, in the order of the stream. `time` is local time, all zeros when the driver's
+    // stamp is no time. `data` is the payload, unaligned, valid until the call returns; it may be
+    // shorter than the event's kind asks for, so ask the driver, not its tail, in doubt.
+    virtual void OnQuorvelAudioDeviceEvent(SYSTEMTIME, QuorvelDriverEvents, void*) {}
+
+    // The device is going away. True closes it: requests then fail, events end. False keeps it, and
+    // the question comes again as long as the removal is announced.
+    virtual bool OnQuorvelAudioDeviceRemoval() { return false; }
+};

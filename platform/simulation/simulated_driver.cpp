@@ -1,0 +1,173 @@
+#include "platform/simulation/simulated_driver.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <map>
+#include <new>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "platform/portable/device.h"
+#include "platform/portable/device_files.h"
+#include "platform/simulation/read_queue.h"
+#include "platform/unique_handle.h"
+
+namespace quorvel::simulation {
+namespace {
+
+using platform::ReadRequest;
+using platform::UniqueHandle;
+
+std::uint32_t RightsOf(DWORD genericAccess) {
+    return (genericAccess & GENERIC_READ ? kReadAccess : 0) |
+           (genericAccess & GENERIC_WRITE ? kWriteAccess : 0);
+}
+
+UniqueHandle MakeRemovalEvent(const std::u16string& name) {
+    UniqueHandle event(CreateEventW(nullptr, TRUE, FALSE, (u"Global\\" + name).c_str()));
+    if (event) return event;
+    if (GetLastError() == ERROR_NOT_ENOUGH_MEMORY) throw std::bad_alloc();
+    throw std::invalid_argument("no event can have the name of the removal event");
+}
+
+}  // namespace
+
+// The core, its files and its threads that wait. The files keep it alive.
+class SimulatedDriver::Device final : public platform::Device,
+                                      public std::enable_shared_from_this<Device> {
+  public:
+    Device(DeviceAnswers answers, DriverClock clock)
+        : removalEvent(MakeRemovalEvent(answers.removalEventName)),
+          core({.readReady = [this](ClientId client) { ServeReads(client); },
+                .silenceEnded = [this] { EndWaits(); },
+                .removed = [this] { SetEvent(removalEvent.Get()); }},
+               std::move(clock)) {
+        core.SetAnswers(std::move(answers));
+    }
+
+    DWORD Open(DWORD access, DWORD callerProcess,
+               std::unique_ptr<platform::DeviceFile>& file) override;
+
+    void Forget(ClientId client) {
+        core.CloseClient(client);
+        const std::lock_guard lock(mutex);
+        queues.erase(client);
+    }
+
+    // Returns when that silence has ended.
+    void WaitForEnd(std::uint64_t silence) {
+        for (std::unique_lock lock(mutex);;) {
+            const std::uint64_t seen = endings;
+            lock.unlock();
+            if (core.SilenceHasEnded(silence)) return;
+            lock.lock();
+            ended.wait(lock, [&] { return endings != seen; });
+        }
+    }
+
+    const UniqueHandle removalEvent;
+    DriverCore core;
+
+  private:
+    void ServeReads(ClientId client) {
+        std::shared_ptr<ReadQueue> queue;
+        {
+            const std::lock_guard lock(mutex);
+            if (const auto entry = queues.find(client); entry != queues.end())
+                queue = entry->second;
+        }
+        if (queue) queue->Serve();
+    }
+
+    void EndWaits() {
+        std::vector<std::shared_ptr<ReadQueue>> all;
+        {
+            const std::lock_guard lock(mutex);
+            ++endings;
+            ended.notify_all();
+            for (const auto& entry : queues)
+                all.push_back(entry.second);
+        }
+        for (const auto& queue : all)
+            queue->Serve();
+    }
+
+    std::mutex mutex;  // guards all below
+    std::map<ClientId, std::shared_ptr<ReadQueue>> queues;
+    std::uint64_t endings = 0;  // how often silences have ended
+    std::condition_variable ended;
+};
+
+class SimulatedDriver::File final : public platform::DeviceFile {
+  public:
+    File(std::shared_ptr<Device> owner, ClientId openedClient, std::uint32_t grantedRights,
+         std::shared_ptr<ReadQueue> queue)
+        : device(std::move(owner)),
+          client(openedClient),
+          rights(grantedRights),
+          reads(std::move(queue)) {}
+
+    ~File() override { device->Forget(client); }
+
+    DWORD Control(DWORD code, std::span<const std::byte> in, std::span<std::byte> out,
+                  DWORD& returned) override try {
+        const Answer answer = device->core.Control(client, code, rights, in, out.size());
+        if (answer.silence != 0) device->WaitForEnd(answer.silence);
+        std::ranges::copy(answer.bytes, out.begin());
+        returned = static_cast<DWORD>(answer.bytes.size());
+        return answer.status;
+    } catch (const std::bad_alloc&) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+
+    void Read(std::shared_ptr<ReadRequest> request) override try {
+        reads->Add(request);
+    } catch (const std::bad_alloc&) {
+        request->Fail(ERROR_NOT_ENOUGH_MEMORY);
+    }
+
+  private:
+    const std::shared_ptr<Device> device;
+    const ClientId client;
+    const std::uint32_t rights;
+    const std::shared_ptr<ReadQueue> reads;
+};
+
+DWORD SimulatedDriver::Device::Open(DWORD access, DWORD,
+                                    std::unique_ptr<platform::DeviceFile>& file) try {
+    const ClientId client = core.OpenClient();
+    if (client == 0) return ERROR_FILE_NOT_FOUND;
+    try {
+        auto queue = std::make_shared<ReadQueue>(core, client);
+        {
+            const std::lock_guard lock(mutex);
+            queues.emplace(client, queue);
+        }
+        file = std::make_unique<File>(shared_from_this(), client, RightsOf(access), queue);
+    } catch (const std::bad_alloc&) {
+        Forget(client);
+        throw;
+    }
+    return ERROR_SUCCESS;
+} catch (const std::bad_alloc&) {
+    return ERROR_NOT_ENOUGH_MEMORY;
+}
+
+SimulatedDriver::SimulatedDriver(std::u16string devicePath, DeviceAnswers answers,
+                                 DriverClock clock)
+    : path(std::move(devicePath)),
+      device(std::make_shared<Device>(std::move(answers), std::move(clock))) {
+    platform::RegisterDevice(path, device);
+}
+
+SimulatedDriver::~SimulatedDriver() {
+    platform::UnregisterDevice(path);
+    Remove();
+}
+
+DriverCore& SimulatedDriver::Core() {
+    return device->core;
+}
+
+}  // namespace quorvel::simulation

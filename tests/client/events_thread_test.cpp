@@ -1,0 +1,235 @@
+// The events thread: records delivered, removal answered, ends met.
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#include "platform/unique_handle.h"
+#include "tests/client/client_bench.h"
+#include "tests/support/byte_builder.h"
+
+namespace quorvel::test {
+namespace {
+
+using simulation::kEventRead;
+
+constexpr std::uint64_t kTime = 0x01D0A1B2C3D4E5F6;
+
+class EventsThread : public ClientTest {
+  protected:
+    void TearDown() override {
+        device.reset();
+        ClientTest::TearDown();
+    }
+
+    // Signals the removal event and leaves the device as it is.
+    static void AnnounceRemoval() {
+        const platform::UniqueHandle event(
+            OpenEventW(EVENT_MODIFY_STATE, FALSE, u"Global\\QuorvelDeviceRemoval"));
+        EXPECT_TRUE(SetEvent(event.Get()));
+    }
+
+    Recorder listener;
+    std::optional<QuorvelAudioDevice> device{std::in_place};
+};
+
+ByteBuilder& Record(ByteBuilder& stream, std::uint32_t event, std::uint32_t claimed,
+                    std::size_t size, std::uint64_t time = kTime) {
+    stream.Number(event).Number(claimed).Number(time, 8);
+    stream.bytes.resize(stream.bytes.size() + size);
+    return stream;
+}
+
+TEST_F(EventsThread, DeliversTheRecordsOfOneRead) {
+    ByteBuilder stream;
+    Record(Record(Record(stream, 29, 4, 4), 33, 0, 0), 24, 0, 0, ~0ull);
+    ASSERT_EQ(device->Open(kPath, &listener), 0u);
+    Core().Misbehave({.code = kEventRead, .answer = stream.bytes});
+    const auto heard = listener.WaitFor(3);
+    EXPECT_EQ(heard[0].kind, QuorvelDriverEvents::BlockAdded);
+    EXPECT_EQ(heard[1].kind, QuorvelDriverEvents::LinkRemoved);
+    EXPECT_EQ(heard[1].data - heard[0].data, 20) << "36 bytes behind the first record's start";
+    const FILETIME utc{static_cast<DWORD>(kTime), static_cast<DWORD>(kTime >> 32)};
+    FILETIME local;
+    SYSTEMTIME time;
+    ASSERT_TRUE(FileTimeToLocalFileTime(&utc, &local) && FileTimeToSystemTime(&local, &time));
+    EXPECT_EQ(std::memcmp(&heard[0].time, &time, sizeof(time)), 0);
+    EXPECT_EQ(heard[2].time.wYear, 0) << "a stamp that is no time";
+}
+
+TEST_F(EventsThread, IgnoresRecordsThatReachBeyondTheRead) {
+    const struct {
+        const char* what;
+        std::uint32_t claimed;
+        std::size_t size, cut;
+    } rows[] = {{"payload cut off", 4, 3, 0},       {"size that wraps", 0xFFFFFFF0, 8, 0},
+                {"largest size", 0xFFFFFFFF, 8, 0}, {"payload of another read", 1020, 8, 0},
+                {"header cut off", 0, 0, 1},        {"nothing", 0, 0, 16}};
+    ASSERT_EQ(device->Open(kPath, &listener), 0u);
+    std::size_t events = 0;
+    for (const auto& row : rows) {
+        ByteBuilder stream;
+        Record(Record(stream, 25, 0, 0), 99, row.claimed, row.size);
+        stream.bytes.resize(stream.bytes.size() - row.cut);
+        for (const auto& bytes : {stream.bytes, std::vector<std::byte>{}})
+            Core().Misbehave({.code = kEventRead, .answer = bytes});
+        events += 1;
+        listener.WaitFor(events);
+        Core().AddProcess(1, u"a");
+        events += 1;
+        const auto heard = listener.WaitFor(events);
+        ASSERT_EQ(heard.size(), events) << row.what;
+        EXPECT_EQ(static_cast<int>(heard[events - 2].kind), 25) << row.what;
+        EXPECT_EQ(static_cast<int>(heard[events - 1].kind), 24) << row.what;
+    }
+}
+
+// Two clients send requests, from outside and from the callback, while thousands of events come,
+// some to reads that wait, some to reads that complete at once.
+TEST_F(EventsThread, LosesNoneWhileRequestsRun) {
+    struct Asker : Recorder {
+        QuorvelAudioDevice* device = nullptr;
+        std::atomic<bool> isJoined = true;
+        void OnQuorvelAudioDeviceEvent(SYSTEMTIME time, QuorvelDriverEvents kind,
+                                       void* data) override {
+            if (CoInitializeEx(nullptr, COINIT_MULTITHREADED) != S_FALSE) isJoined = false;
+            CoUninitialize();
+            _QuorvelChannelsMaskInfo mask;
+            EXPECT_EQ(device->GetChannelMask(&mask), 0u);
+            Recorder::OnQuorvelAudioDeviceEvent(time, kind, data);
+        }
+    } asker;
+    asker.device = &*device;
+    ASSERT_EQ(device->Open(kPath, &asker), 0u);
+    constexpr std::uint32_t kEvents = 3000;
+    std::thread source([&] {
+        for (std::uint32_t i = 0; i < kEvents; ++i)
+            Core().AddProcess(i, u"a");
+    });
+    for (int i = 0; i < 500; ++i) {
+        WCHAR* version = nullptr;
+        EXPECT_EQ(device->GetDriverVersion(&version), 0u);
+        QuorvelAudioDevice::Free(version);
+    }
+    source.join();
+    EXPECT_EQ(asker.WaitFor(kEvents).size(), kEvents);
+    EXPECT_TRUE(asker.isJoined) << "the thread belongs to the multithreaded apartment";
+    device->Close();
+}
+
+TEST_F(EventsThread, AsksAboutTheRemoval) {
+    for (const bool accepts : {false, true}) {
+        for (const bool owns : {false, true}) {
+            Recorder recorder;
+            recorder.acceptsRemoval = accepts;
+            driver.reset();
+            driver.emplace(kPath);
+            QuorvelAudioDevice owner, client;
+            ASSERT_EQ(owner.Open(kPath, nullptr), 0u);
+            ASSERT_EQ(
+                owns ? client.Open(kPath, &recorder) : client.Open(owner.GetHandle(), &recorder),
+                0u);
+            AnnounceRemoval();
+            recorder.WaitFor(0, accepts ? 1 : 3);
+            if (accepts) {
+                while (client.GetHandle() != INVALID_HANDLE_VALUE)
+                    std::this_thread::yield();
+                EXPECT_EQ(client.ClearProfiles(), 13u);
+            } else {
+                Core().AddProcess(1, u"a");
+                EXPECT_EQ(recorder.WaitFor(1).size(), 1u) << "events go on";
+                EXPECT_EQ(client.ClearProfiles(), 0u);
+            }
+            client.Close();
+            EXPECT_EQ(owner.ClearProfiles(), 0u) << "what was borrowed stays open";
+        }
+    }
+}
+
+TEST_F(EventsThread, WithoutTheRemovalEventNobodyAsks) {
+    for (const simulation::Misbehaviour& fault :
+         {simulation::Misbehaviour{.code = 0x226F0C, .refuse = 31},
+          simulation::Misbehaviour{.code = 0x226F0C, .patches = {{0, 0x00780078}}}}) {
+        Core().Misbehave(fault);
+        EXPECT_EQ(device->Open(kPath, &listener), 0u);
+        EXPECT_EQ(device->GetError(), fault.refuse.value_or(0));
+        AnnounceRemoval();
+        const std::size_t before = listener.WaitFor(0).size();
+        Core().AddProcess(1, u"a");
+        listener.WaitFor(before + 1);
+        EXPECT_EQ(listener.Removals(), 0);
+    }
+}
+
+TEST_F(EventsThread, AFailedFirstReadFailsTheOpening) {
+    Core().Misbehave({.code = kEventRead, .times = 2, .refuse = 31});
+    EXPECT_EQ(device->Open(kPath, &listener), 31u);
+    EXPECT_EQ(device->GetHandle(), INVALID_HANDLE_VALUE);
+    QuorvelAudioDevice owner;
+    ASSERT_EQ(owner.Open(kPath, nullptr), 0u);
+    EXPECT_EQ(device->Open(owner.GetHandle(), &listener), 31u);
+    EXPECT_EQ(device->ClearProfiles(), 0u) << "an adopted handle stays in use";
+    EXPECT_EQ(device->Open(kPath, &listener), 0u) << "and the next opening is a fresh one";
+    Core().AddProcess(1, u"a");
+    EXPECT_GE(listener.WaitFor(1).size(), 1u);
+    Core().Misbehave({.code = kEventRead, .refuse = 31});
+    EXPECT_EQ(device->ClearProfiles(), 0u) << "a later failure ends the thread silently";
+}
+
+TEST_F(EventsThread, CloseEndsItInEveryState) {
+    const std::function<void()> states[] = {
+        [] {},
+        [&] { Core().AddProcess(1, u"a"); },
+        [&] { Core().Misbehave({.code = kEventRead, .refuse = 31}); },
+        [&] {
+            Core().Misbehave({.code = kEventRead, .silent = true});
+            Core().AddProcess(1, u"a");
+        },
+        [] { AnnounceRemoval(); },
+        [&] { Core().Misbehave({.code = kEventRead, .times = 100'000, .answer = {{}}}); },
+        [&] { driver->Remove(); },
+    };
+    for (const auto& enter : states) {
+        ASSERT_EQ(device->Open(kPath, &listener), 0u);
+        enter();
+        device->Close();
+        EXPECT_EQ(device->GetHandle(), INVALID_HANDLE_VALUE);
+        Core().Behave();
+        device->Close();
+    }
+    EXPECT_EQ(device->Open(kPath, &listener), ERROR_FILE_NOT_FOUND);
+}
+
+// Clients come and go while profiles change; drivers go while clients ask.
+TEST_F(EventsThread, StormOfOpeningsAndRemovals) {
+    for (int round = 0; round < 20; ++round) {
+        driver.reset();
+        driver.emplace(kPath);
+        const auto storm = [&](std::uint32_t number) {
+            Recorder recorder;
+            recorder.acceptsRemoval = number % 2 == 0;
+            QuorvelAudioDevice client;
+            QuorvelAudioProfile profile;
+            FillSample(profile);
+            profile.id = NumberedGuid(number);
+            for (int i = 0; i < 15; ++i) {
+                const DWORD opened = client.Open(kPath, &recorder);
+                EXPECT_TRUE(opened == 0 || opened == ERROR_FILE_NOT_FOUND || opened == 1617)
+                    << opened;
+                client.SetProfileData(&profile);
+                client.GetProfileData(&profile);
+                if (i % 3 == 0) client.Close();
+            }
+        };
+        std::vector<std::thread> threads;
+        for (std::uint32_t number = 1; number <= 3; ++number)
+            threads.emplace_back(storm, number);
+        std::this_thread::sleep_for(std::chrono::milliseconds(round % 5));
+        driver->Remove();
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+}
+
+}  // namespace
+}  // namespace quorvel::test
