@@ -12,7 +12,7 @@
 #include "engine/block_factory.h"
 #include "platform/simulation/simulated_driver.h"
 #include "profile/quorvel_audio_block.h"
-#include "tests/support/handle_balance.h"
+#include "tests/support/handles.h"
 #include "tests/support/random_profile.h"
 
 namespace quorvel::test {
