@@ -107,8 +107,7 @@ TEST(AudioGraphEdits, RandomSequencesEndLikeFreshBuilds) {
     for (uint32_t seed = 1; seed <= 200; ++seed) {
         std::mt19937 random(seed);
         AudioGraph edited;
-        edited.SetInputFormat(2, 3, 48000);
-        edited.SetOutputFormat(2, 3, 48000);
+        test::SetStereo(edited);
         Model model;
         for (uint32_t block = 1; block <= kIds; ++block) {  // a random tree, so that much is valid
             edited.AddBlockAndConnect(MakeNumbered(block));
@@ -120,8 +119,7 @@ TEST(AudioGraphEdits, RandomSequencesEndLikeFreshBuilds) {
         for (int step = 0; step < 25; ++step) {
             Edit(edited, model, random);
             AudioGraph fresh;
-            fresh.SetInputFormat(2, 3, 48000);
-            fresh.SetOutputFormat(2, 3, 48000);
+            test::SetStereo(fresh);
             BuildAfresh(fresh, model);
             ASSERT_EQ(edited.IsValid(), fresh.IsValid()) << seed << ":" << step;
             ASSERT_EQ(test::Order(edited), test::Order(fresh)) << seed << ":" << step;

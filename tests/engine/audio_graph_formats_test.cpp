@@ -71,8 +71,7 @@ TEST(AudioGraphFormats, BlocksGetTheFormatOfWhatFeedsThem) {
 
 TEST(AudioGraphFormats, NarrowInputsOfAMixedBlockAreWidened) {
     AudioGraph graph;
-    graph.SetInputFormat(2, 3, 48000);
-    graph.SetOutputFormat(2, 3, 48000);
+    test::SetStereo(graph);
     graph.SetUpdating(true);
     auto probes = AddProbes(graph, 4, {});
     probes[1]->fixedWidth = 1;  // mono, widened to stereo with a silent right channel
@@ -194,12 +193,7 @@ TEST(AudioGraphFormatsDeathTest, BufferThatCannotGrowEndsTheProcess) {
     AudioGraph graph;
     auto probes = AddProbes(graph, 2, {{1, 2}});
     probes[0]->fixedWidth = 1 << 30;
-    EXPECT_DEATH(
-        {
-            graph.SetInputFormat(2, 3, 48000);
-            graph.SetOutputFormat(2, 3, 48000);
-        },
-        "");
+    EXPECT_DEATH({ test::SetStereo(graph); }, "");
 }
 
 }  // namespace

@@ -27,9 +27,7 @@ std::vector<float> Frames(int32_t frames, int32_t channels, std::initializer_lis
 
 TEST(AudioGraphProcess, EmptyGraphCopiesAndLimits) {
     AudioGraph graph;
-    graph.SetNoiseEnabled(false);
-    graph.SetInputFormat(2, 3, 48000);
-    graph.SetOutputFormat(2, 3, 48000);
+    test::SetStereo(graph);
     std::vector<float> in(960), out(960, 9.0f);
     for (std::size_t i = 0; i < in.size(); ++i)
         in[i] = 2.0f * std::sin(0.1f * static_cast<float>(i));

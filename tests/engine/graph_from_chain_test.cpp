@@ -94,8 +94,7 @@ TEST(GraphFromChain, OddChainsAreSkippedInPart) {
         {"link to itself", ChainMaker().Block(1, kGainBlockTypeId, 0.0f).Link(1, 1), false, {}},
     };
     AudioGraph graph;
-    graph.SetInputFormat(2, 3, 48000);
-    graph.SetOutputFormat(2, 3, 48000);
+    test::SetStereo(graph);
     for (auto& test : cases) {
         BuildGraphFromChain(graph, test.maker.Chain());
         EXPECT_EQ(graph.IsValid(), test.isValid) << test.name;
@@ -135,8 +134,7 @@ TEST(GraphFromChain, SoundDoesNotDependOnBlockSize) {
         AudioGraph graph;
         graph.SetNoiseEnabled(false);
         BuildGraphFromChain(graph, maker.Chain());
-        graph.SetInputFormat(2, 3, 48000);
-        graph.SetOutputFormat(2, 3, 48000);
+        test::SetStereo(graph);
         auto in = input;
         std::vector<float> out(in.size());
         for (int32_t f = 0; f < kFrames; f += blockFrames) {

@@ -13,6 +13,13 @@ namespace quorvel::test {
 
 using Links = std::vector<std::pair<uint32_t, uint32_t>>;
 
+// Two channels at 48 kHz in and out, no noise.
+inline void SetStereo(AudioGraph& graph) {
+    graph.SetNoiseEnabled(false);
+    graph.SetInputFormat(2, 3, 48000);
+    graph.SetOutputFormat(2, 3, 48000);
+}
+
 // Adds probe blocks with the ids 1 to `count` and links them in list order, in one update.
 inline std::vector<std::shared_ptr<ProbeBlock>> AddProbes(AudioGraph& graph, uint32_t count,
                                                           const Links& links) {
