@@ -1,5 +1,8 @@
 #include "platform/portable/com.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace {
 
 // How often the thread has joined and not left yet.
@@ -14,4 +17,13 @@ HRESULT CoInitializeEx(LPVOID reserved, DWORD model) {
 
 void CoUninitialize() {
     if (joined > 0) --joined;
+}
+
+// A block of no bytes is still a block there, while the C allocator may answer null.
+void* CoTaskMemAlloc(SIZE_T size) {
+    return std::malloc(std::max<SIZE_T>(size, 1));
+}
+
+void CoTaskMemFree(void* memory) {
+    std::free(memory);
 }

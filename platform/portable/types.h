@@ -10,6 +10,19 @@ using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
 using WCHAR = char16_t;
 using BOOL = int;
+using INT = int;
+using UINT = unsigned int;
+using LONG = std::int32_t;
+using ULONG = std::uint32_t;
+using UINT32 = std::uint32_t;
+using UINT64 = std::uint64_t;
+using LONGLONG = std::int64_t;
+using UINT_PTR = std::uintptr_t;
+using FLOAT = float;
+using LPWSTR = WCHAR*;
+using PWSTR = WCHAR*;
+using LPCWSTR = const WCHAR*;
+using PCWSTR = const WCHAR*;
 using SIZE_T = std::size_t;
 using ULONG_PTR = std::uintptr_t;
 using HANDLE = void*;
@@ -26,6 +39,14 @@ struct GUID {
     std::uint8_t Data4[8];
 };
 static_assert(sizeof(GUID) == 16);
+
+using IID = GUID;
+using CLSID = GUID;
+using LPGUID = GUID*;
+using REFGUID = const GUID&;
+using REFIID = const IID&;
+using REFCLSID = const CLSID&;
+inline constexpr GUID GUID_NULL = {};
 
 inline bool operator==(const GUID& a, const GUID& b) {
     return std::memcmp(&a, &b, sizeof(GUID)) == 0;
@@ -44,6 +65,8 @@ inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
 inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
 inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
 inline constexpr DWORD ERROR_MORE_DATA = 234;
+inline constexpr DWORD ERROR_NO_MORE_ITEMS = 259;
+inline constexpr DWORD ERROR_PARTIAL_COPY = 299;
 inline constexpr DWORD ERROR_OPERATION_ABORTED = 995;
 inline constexpr DWORD ERROR_IO_INCOMPLETE = 996;
 inline constexpr DWORD ERROR_IO_PENDING = 997;
@@ -51,3 +74,4 @@ inline constexpr DWORD ERROR_NOACCESS = 998;
 inline constexpr DWORD ERROR_NOT_FOUND = 1168;
 inline constexpr DWORD ERROR_UNKNOWN_REVISION = 1305;
 inline constexpr DWORD ERROR_UNSUPPORTED_TYPE = 1630;
+inline constexpr DWORD ERROR_INVALID_STATE = 5023;

@@ -1,0 +1,146 @@
+// What makes a class of this module a COM object: identity, reference count, aggregation, and the
+// count that keeps the module loaded.
+//
+// A class that is made into an object derives from its interfaces, leaves IUnknown's three
+// operations open, may be constructed without arguments (an exception means that memory cannot be
+// had) and has
+//     static std::span<const quorvel::InterfaceEntry> InterfaceMap();
+// The first entry's pointer is the object's identity. Everything here may be called by any thread.
+#pragma once
+
+#include <atomic>
+#include <new>
+#include <span>
+
+#include "apo/module_lock.h"
+#include "platform/interface_ids.h"
+#include "platform/windows_api.h"
+
+namespace quorvel {
+
+// One interface that QueryInterface finds: `find` turns the object, a pointer to the class that has
+// the map, into a pointer to the interface.
+struct InterfaceEntry {
+    const IID* id = nullptr;
+    void* (*find)(void* object) = nullptr;
+};
+
+template <typename Class, typename Interface>
+constexpr InterfaceEntry MapInterface(const IID& id) {
+    return {&id, [](void* object) -> void* {
+                return static_cast<Interface*>(static_cast<Class*>(object));
+            }};
+}
+
+// Finds `iid`, that of IUnknown included, and takes a reference through what it found. E_POINTER,
+// or E_NOINTERFACE and null.
+template <typename Class>
+HRESULT FindInterface(Class* object, REFIID iid, void** found) {
+    if (!found) return E_POINTER;
+    *found = nullptr;
+    for (const InterfaceEntry& entry : Class::InterfaceMap()) {
+        if (iid != *entry.id && iid != interface_id::kUnknown) continue;
+        *found = entry.find(object);
+        static_cast<IUnknown*>(*found)->AddRef();
+        return S_OK;
+    }
+    return E_NOINTERFACE;
+}
+
+// Counts from 1, for its creator.
+class ReferenceCount {
+  public:
+    ULONG Add() { return count.fetch_add(1, std::memory_order_relaxed) + 1; }
+
+    // The count that is left; what other threads did before they released is visible at 0.
+    ULONG Release() { return count.fetch_sub(1, std::memory_order_acq_rel) - 1; }
+
+  private:
+    std::atomic<ULONG> count = 1;
+};
+
+// An object of its own.
+template <typename Class>
+class ComObject final : public Class {
+  public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        return FindInterface<Class>(this, iid, object);
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return references.Add(); }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = references.Release();
+        if (left == 0) delete this;
+        return left;
+    }
+
+  private:
+    ReferenceCount references;
+    ModuleLock keepModule;
+};
+
+// The part of an aggregated object that the outer object shows as its own.
+template <typename Class>
+class ContainedObject final : public Class {
+  public:
+    explicit ContainedObject(IUnknown& outerObject) : outer(outerObject) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        return outer.QueryInterface(iid, object);
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return outer.AddRef(); }
+    ULONG STDMETHODCALLTYPE Release() override { return outer.Release(); }
+
+  private:
+    IUnknown& outer;  // holds this object, so no reference is taken
+};
+
+// An object inside another: this is the inner identity, which only the outer object knows.
+template <typename Class>
+class AggregatedObject final : public IUnknown {
+  public:
+    explicit AggregatedObject(IUnknown& outer) : contained(outer) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        if (!object) return E_POINTER;
+        if (iid != interface_id::kUnknown) return FindInterface<Class>(&contained, iid, object);
+        *object = static_cast<IUnknown*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return references.Add(); }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = references.Release();
+        if (left == 0) delete this;
+        return left;
+    }
+
+  private:
+    ReferenceCount references;
+    ModuleLock keepModule;
+    ContainedObject<Class> contained;
+};
+
+// Makes an object and asks it for `iid`. E_POINTER; CLASS_E_NOAGGREGATION when an `outer` asks for
+// anything but IUnknown; E_OUTOFMEMORY; or what QueryInterface says. `*object` is null then.
+template <typename Class>
+HRESULT CreateComObject(IUnknown* outer, REFIID iid, void** object) noexcept {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    if (outer && iid != interface_id::kUnknown) return CLASS_E_NOAGGREGATION;
+    try {
+        IUnknown* made = nullptr;
+        if (outer) {
+            made = new AggregatedObject<Class>(*outer);
+        } else {
+            auto* const own = new ComObject<Class>;
+            made = static_cast<IUnknown*>(Class::InterfaceMap()[0].find(static_cast<Class*>(own)));
+        }
+        const HRESULT result = made->QueryInterface(iid, object);
+        made->Release();
+        return result;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+}  // namespace quorvel
