@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 
 #include "platform/windows_api.h"
@@ -13,13 +12,13 @@
 
 namespace quorvel {
 
-// Room for an answer on the C runtime heap. One thread at a time.
+// Room for an answer, or for a request, on the C runtime heap. One thread at a time.
 class AnswerBuffer {
   public:
     // Makes room for `bytes` bytes, all zero, in place of the old ones. False when the memory
     // cannot be had.
     bool Allocate(std::uint32_t bytes) {
-        room.reset(static_cast<std::byte*>(std::calloc(std::max(bytes, 1u), 1)));
+        room = AllocateZeroed<std::byte>(bytes);
         size = bytes;
         returned = 0;
         return room != nullptr;

@@ -28,6 +28,17 @@ enum class QuorvelDriverEvents : std::uint32_t {
 
 namespace quorvel {
 
+// Bytes of an event's payload that a listener may read, whatever size the driver claims.
+constexpr std::size_t ReadablePayload(QuorvelDriverEvents event) {
+    constexpr std::size_t kProfileId = 16;      // ends there
+    constexpr std::size_t kBlockAndChain = 60;  // ends with the chain number
+    if (event >= QuorvelDriverEvents::BlockAdded && event <= QuorvelDriverEvents::LinkRemoved)
+        return kBlockAndChain;
+    if (event >= QuorvelDriverEvents::ProfileAdded && event <= QuorvelDriverEvents::PathsChanged)
+        return kProfileId;
+    return 0;
+}
+
 #pragma pack(push, 1)
 
 struct DriverEventHeader {

@@ -104,16 +104,19 @@ DWORD QuorvelAudioDevice::DoAsyncRead() {
     return error;
 }
 
-// A record that reaches beyond the read ends it: where the next one begins cannot be known.
+// A record that reaches beyond the read ends it: where the next one begins cannot be known. A
+// record that claims less than its event needs is delivered as long as what a listener reads lies
+// in the buffer.
 void QuorvelAudioDevice::ProcessEvents(DWORD size) {
     const std::size_t bytes = std::min<std::size_t>(size, sizeof(eventBuffer));
     quorvel::ByteReader reader({eventBuffer, bytes});
     quorvel::DriverEventHeader header;
     std::span<const std::byte> payload;
     while (reader.Read(header)) {
-        std::byte* const data = eventBuffer + (bytes - reader.Remaining());
+        const std::size_t start = bytes - reader.Remaining();
         if (!reader.Take(header.payloadSize, payload)) return;
-        listener->OnQuorvelAudioDeviceEvent(LocalTime(header.time),
-                                            QuorvelDriverEvents{header.event}, data);
+        const QuorvelDriverEvents event{header.event};
+        if (quorvel::ReadablePayload(event) > sizeof(eventBuffer) - start) continue;
+        listener->OnQuorvelAudioDeviceEvent(LocalTime(header.time), event, eventBuffer + start);
     }
 }

@@ -31,10 +31,6 @@ constexpr TwoStepRead kProfilesList = {
 constexpr TwoStepRead kBlock = {
     .firstSize = 512, .tooSmall = ERROR_INSUFFICIENT_BUFFER, .sizeFactor = 0, .sizeExtra = 2048};
 
-// The smallest whole profile: no chains, no paths.
-constexpr std::size_t kSmallestProfile =
-    sizeof(_QuorvelProfileFullData) + sizeof(_QuorvelProfilePaths);
-
 struct ProfilesListHeader {
     std::uint32_t held = 0;     // profiles in the driver
     std::uint32_t present = 0;  // ids that follow
@@ -92,7 +88,6 @@ DWORD QuorvelAudioDevice::GetProfile(DWORD code, void* in, DWORD inSize,
                                      QuorvelAudioProfile* profile) {
     AnswerBuffer answer;
     if (const DWORD error = Read(kWholeProfile, code, in, inSize, answer)) return error;
-    if (answer.Bytes().size() < kSmallestProfile) return ERROR_INVALID_DATA;
     return quorvel::UnpackProfile(answer.Bytes(), *profile);
 }
 

@@ -30,11 +30,13 @@ struct TwoStepRead;
 //   any other is the system's or the driver's own
 //
 // Threads: there is no lock and so no lock order. Requests may run on several threads at once, the
-// callbacks of the listener included; of several the latest to end decides GetError(). Open, Close,
-// copying and the destructor must not run at the same time as anything else here, nor inside a
-// callback. Fields that both requests and the events thread write are SharedValues; the others have
-// one writer at a time, before the events thread starts, on it, or after it has ended. A request
-// that meets the events thread while it releases the device fails with 13 or 6.
+// callbacks of the listener included, as far as the driver answers them without pending; of several
+// the latest to end decides GetError(). Open, Close, copying and the destructor must not run at the
+// same time as anything else here, nor inside a callback. Fields that both requests and the events
+// thread write are SharedValues; the others have one writer at a time, before the events thread
+// starts, on it, or after it has ended. A request that meets the events thread while it releases
+// the device fails with 13, or with what the system makes of a handle that is closed and perhaps
+// given away: a listener that accepts a removal keeps the requests of other threads away first.
 class QuorvelAudioDevice {
   public:
     QuorvelAudioDevice() = default;
@@ -50,14 +52,14 @@ class QuorvelAudioDevice {
 
     // Closes what was open and opens the device at `path`; 87, and nothing is closed, when `path`
     // is null. With a listener, which must stay until Close, a thread starts that delivers events;
-    // if it cannot read the first time, its error is returned and the device is closed.
+    // if that fails, or its first read does, the error is returned and the device is closed.
     DWORD Open(const WCHAR* path, IQuorvelAudioDeviceEventsListener* eventsListener);
 
     // The same on a handle of the caller, who goes on owning it; after a failure the device still
     // uses it. 87 for INVALID_HANDLE_VALUE. With a listener it must be open for overlapped reads.
     DWORD Open(HANDLE handle, IQuorvelAudioDeviceEventsListener* eventsListener);
 
-    // Ends the events thread and closes what this object owns. Nothing on a closed device.
+    // Ends the events thread and closes what this object owns. Harmless on a closed device.
     void Close();
 
     HANDLE GetHandle() const { return device.Load(); }
@@ -138,9 +140,9 @@ class QuorvelAudioDevice {
 
     // Reads the text form into `profile`: id, cookie, paths and the chains that the text holds are
     // replaced, other chains stay. After a failure the profile holds what was read until then.
-    //   87    null or empty text, null profile
     // A chain that the profile had keeps its profileId: after reading a profile of another id over
     // it, see EncodeProfile.
+    //   87    null or empty text, null profile
     //   13    not the text form of a profile, or damaged
     //   1305  written by newer software
     //   8     memory cannot be had

@@ -16,11 +16,12 @@ class IQuorvelAudioDeviceEventsListener {
         default;
 
     // One event, in the order of the stream. `time` is local time, all zeros when the driver's
-    // stamp is no time. `data` is the payload, unaligned, valid until the call returns; it may be
-    // shorter than the event's kind asks for, so ask the driver, not its tail, in doubt.
+    // stamp is no time. `data` is the payload, unaligned, valid until the call returns. The bytes
+    // that the event's kind gives a meaning (ReadablePayload) can be read; where the driver claims
+    // fewer, the rest is arbitrary.
     virtual void OnQuorvelAudioDeviceEvent(SYSTEMTIME, QuorvelDriverEvents, void*) {}
 
     // The device is going away. True closes it: requests then fail, events end. False keeps it, and
-    // the question comes again as long as the removal is announced.
+    // the question comes again, without a pause, as long as the removal is announced.
     virtual bool OnQuorvelAudioDeviceRemoval() { return false; }
 };

@@ -170,7 +170,8 @@ DWORD ReadPathsSection(ByteReader& reader, QuorvelAudioProfile& profile) {
     for (const WCHAR* path = units.get(); path != end && *path != 0;) {
         const WCHAR* const terminator = std::find(path, end, WCHAR{0});
         if (terminator == end) break;
-        if (!profile.AddPath(path)) return ERROR_NOT_ENOUGH_MEMORY;
+        if (!profile.AddPath(path) || !profile.Path(profile.PathsCount() - 1))
+            return ERROR_NOT_ENOUGH_MEMORY;
         path = terminator + 1;
     }
     return ERROR_SUCCESS;

@@ -26,7 +26,10 @@ std::uint32_t RightsOf(DWORD genericAccess) {
 
 UniqueHandle MakeRemovalEvent(const std::u16string& name) {
     UniqueHandle event(CreateEventW(nullptr, TRUE, FALSE, (u"Global\\" + name).c_str()));
-    if (event) return event;
+    if (event) {
+        ResetEvent(event.Get());
+        return event;
+    }
     if (GetLastError() == ERROR_NOT_ENOUGH_MEMORY) throw std::bad_alloc();
     throw std::invalid_argument("no event can have the name of the removal event");
 }
@@ -164,6 +167,10 @@ SimulatedDriver::SimulatedDriver(std::u16string devicePath, DeviceAnswers answer
 SimulatedDriver::~SimulatedDriver() {
     platform::UnregisterDevice(path);
     Remove();
+}
+
+void SimulatedDriver::AnnounceRemoval() {
+    SetEvent(device->removalEvent.Get());
 }
 
 DriverCore& SimulatedDriver::Core() {

@@ -1,8 +1,9 @@
 // Every operation against a driver that refuses, cuts, lies, goes away or is not there.
 #include <functional>
-#include <thread>
+#include <future>
 
 #include "tests/client/client_bench.h"
+#include "tests/support/allocation_faults.h"
 #include "tests/support/fake_device.h"
 
 namespace quorvel::test {
@@ -14,14 +15,18 @@ using simulation::Misbehaviour;
 struct Arguments {
     Arguments() { FillSample(profile); }
     ~Arguments() {
-        QuorvelAudioDevice::Free(text);
-        QuorvelAudioDevice::Free(formats);
+        if (text != noText) QuorvelAudioDevice::Free(text);
+        if (formats != &noFormats) QuorvelAudioDevice::Free(formats);
     }
+    bool WasGivenNull() const { return !text || !formats; }
+    bool IsUntouched() const { return text == noText && formats == &noFormats; }
 
     QuorvelAudioProfile profile;
     QuorvelAudioProfilesList list;
-    WCHAR* text = nullptr;
-    _QuorvelSupportedDataFormats* formats = nullptr;
+    WCHAR noText[1]{};
+    _QuorvelSupportedDataFormats noFormats;
+    WCHAR* text = noText;
+    _QuorvelSupportedDataFormats* formats = &noFormats;
     _QuorvelChannelsMaskInfo mask;
     _QuorvelStreamAnalysisData analysis;
     WCHAR path[32]{};
@@ -92,6 +97,10 @@ const Operation kOperations[] = {
     {"ClearProfiles", 0x22B748, kSends, [](D& d, A&) { return d.ClearProfiles(); }},
 };
 
+bool HandsOutABuffer(const Operation& operation) {
+    return operation.code >= 0x226EE0 && operation.code <= 0x226EE8;
+}
+
 class DriverAnswers : public ClientTest {
   protected:
     void SetUp() override {
@@ -114,7 +123,7 @@ class DriverAnswers : public ClientTest {
         EXPECT_EQ(operation.run(device, arguments), result);
         EXPECT_EQ(device.GetError(), error);
         if (error != 0) {
-            EXPECT_FALSE(arguments.text || arguments.formats);
+            EXPECT_EQ(arguments.WasGivenNull(), HandsOutABuffer(operation));
         }
         Core().Behave();
         EXPECT_EQ(device.GetChannelMask(&arguments.mask), 0u);
@@ -137,22 +146,6 @@ TEST_F(DriverAnswers, EveryOperationMeetsEveryMisbehaviour) {
     }
 }
 
-TEST_F(DriverAnswers, LateOnesAreWaitedFor) {
-    for (const Operation& operation : kOperations) {
-        Arguments arguments;
-        ASSERT_EQ(device.SetProfileData(&arguments.profile), 0u);
-        Core().Misbehave({.code = operation.code, .silent = true});
-        std::atomic<bool> isOver = false;
-        std::thread asker([&] {
-            EXPECT_EQ(operation.run(device, arguments), 0u) << operation.name;
-            isOver = true;
-        });
-        while (!isOver)
-            Core().EndSilence();
-        asker.join();
-    }
-}
-
 TEST_F(DriverAnswers, AGoneOrClosedDeviceFailsEveryOperation) {
     driver->Remove();
     for (const DWORD error : {1617u, 13u}) {
@@ -160,10 +153,15 @@ TEST_F(DriverAnswers, AGoneOrClosedDeviceFailsEveryOperation) {
             Arguments arguments;
             EXPECT_EQ(operation.run(device, arguments), error) << operation.name;
             EXPECT_EQ(device.GetError(), error) << operation.name;
-            EXPECT_FALSE(arguments.text || arguments.formats) << operation.name;
+            EXPECT_EQ(arguments.WasGivenNull(), HandsOutABuffer(operation)) << operation.name;
         }
+        HANDLE event = nullptr;
+        EXPECT_EQ(device.OpenDriverEvent(0x226F0C, event), error);
+        EXPECT_EQ(device.GetError(), error);
         device.Close();
     }
+    QuorvelAudioDevice neverOpened;
+    EXPECT_EQ(neverOpened.GetSetData(0x226EEC, nullptr, 0, nullptr, 0, nullptr), 13u);
 }
 
 TEST_F(DriverAnswers, LyingRecordsAreRefused) {
@@ -210,7 +208,6 @@ TEST_F(LyingSystem, ACountBeyondTheBufferIsNotBelieved) {
         QuorvelAudioDevice client;
         ASSERT_EQ(client.Open(kPath, nullptr), 0u);
         for (const Operation& operation : kOperations) {
-            if (operation.code == 0x226F24) continue;
             Arguments arguments;
             operation.run(client, arguments);
             EXPECT_EQ(client.GetError(), error) << operation.name;
@@ -227,6 +224,79 @@ TEST_F(LyingSystem, ACountBeyondTheBufferIsNotBelieved) {
             HANDLE event = nullptr;
             EXPECT_EQ(client.OpenDriverEvent(0x226F0C, event), ERROR_FILE_NOT_FOUND);
             EXPECT_EQ(client.GetError(), 0u);
+        }
+    }
+}
+
+TEST_F(LyingSystem, LateAnswersAreWaitedFor) {
+    for (const Operation& operation : kOperations) {
+        std::promise<void> asked, released;
+        device->answer = [&](DWORD, auto, auto, DWORD& returned) {
+            asked.set_value();
+            released.get_future().wait();
+            returned = 0;
+            return 31u;
+        };
+        Arguments arguments;
+        QuorvelAudioDevice client;
+        ASSERT_EQ(client.Open(kPath, nullptr), 0u);
+        auto result =
+            std::async(std::launch::async, [&] { return operation.run(client, arguments); });
+        asked.get_future().wait();
+        EXPECT_EQ(result.wait_for(std::chrono::milliseconds(2)), std::future_status::timeout)
+            << operation.name;
+        released.set_value();
+        EXPECT_EQ(result.get(), 31u) << operation.name;
+    }
+}
+
+TEST_F(LyingSystem, TheSecondBufferIsAsLargeAsThePartialAnswerSays) {
+    const struct {
+        std::size_t operation;
+        DWORD status;
+        std::size_t offset;
+        std::uint32_t value;
+        std::vector<std::size_t> sizes;
+    } rows[] = {{0, 234, 0, 5000, {2048, 5000}},
+                {2, 234, 0, 5000, {2048, 5000}},
+                {3, 234, 0, 3000, {1024, 3000}},
+                {4, 234, 16, 2000, {1024, 2024}},
+                {5, 0, 0, 64, {1024, 1032}},
+                {6, 122, 0, 0, {512, 2048}},
+                {11, 0, 0, 0, {16}}};
+    for (const auto& row : rows) {
+        std::vector<std::size_t> sizes;
+        device->answer = [&](DWORD, auto, std::span<std::byte> out, DWORD& returned) {
+            sizes.push_back(out.size());
+            std::memcpy(out.data() + row.offset, &row.value, sizeof(row.value));
+            returned = static_cast<DWORD>(std::min<std::size_t>(out.size(), 64));
+            return sizes.size() == 1 ? row.status : 31u;
+        };
+        Arguments arguments;
+        QuorvelAudioDevice client;
+        ASSERT_EQ(client.Open(kPath, nullptr), 0u);
+        kOperations[row.operation].run(client, arguments);
+        EXPECT_EQ(sizes, row.sizes) << kOperations[row.operation].name;
+    }
+}
+
+// Whichever allocation fails, the operation says so, hands nothing out and keeps nothing; without a
+// request the result of the one before stays.
+TEST_F(LyingSystem, WithoutMemoryAnOperationFailsWhole) {
+    device->answer = [&](DWORD, auto, auto, DWORD& returned) { return returned = 0, 31u; };
+    for (const Operation& operation : kOperations) {
+        for (std::size_t n = 0;; ++n) {
+            Arguments arguments;
+            QuorvelAudioDevice client;
+            ASSERT_EQ(client.Open(kPath, nullptr), 0u);
+            AllocationFaults faults(n);
+            const DWORD result = operation.run(client, arguments);
+            EXPECT_EQ(faults.Live(), 0u) << operation.name;
+            if (!faults.HasFailed()) break;
+            EXPECT_EQ(result, 8u) << operation.name;
+            if (client.GetError() == 8) continue;  // the system's own, within the request
+            EXPECT_EQ(client.GetError(), 0u) << operation.name;
+            EXPECT_TRUE(arguments.IsUntouched()) << operation.name;
         }
     }
 }

@@ -181,6 +181,22 @@ const Boundary kBoundaries[] = {
      }},
 };
 
+// Compares what the question `code` fetches.
+void ExpectSame(DWORD code, QuorvelAudioProfile& sent, QuorvelAudioProfile& fetched) {
+    QuorvelAudioBlocksChain& chain = *sent.GetChain(1, true);
+    QuorvelAudioBlocksChain& fetchedChain = *fetched.GetChain(1, true);
+    if (code == 0x226F84) {
+        EXPECT_EQ(fetchedChain.links.GetPackedSize(), chain.links.GetPackedSize());
+    } else if (code == 0x226F7C) {
+        EXPECT_EQ(std::u16string(fetched.Path(0)), std::u16string(sent.Path(0)));
+    } else {
+        const QuorvelAudioBlock& block = fetchedChain.blocks.Item(0);
+        const QuorvelAudioBlock& original = chain.blocks.Item(0);
+        ASSERT_EQ(block.DataSize(), original.DataSize());
+        EXPECT_EQ(std::memcmp(block.Data(), original.Data(), block.DataSize()), 0);
+    }
+}
+
 TEST_F(DriverRequests, AskAgainOnlyForWhatDidNotFit) {
     for (const Boundary& boundary : kBoundaries) {
         for (const auto* sizes : {&boundary.once, &boundary.twice}) {
@@ -196,19 +212,7 @@ TEST_F(DriverRequests, AskAgainOnlyForWhatDidNotFit) {
                 fetched = {};
                 fetched.id = sent.id;
                 EXPECT_EQ(boundary.ask(device, fetched), 0u);
-                const bool isWhole = boundary.code == 0x226F6C;
-                if (isWhole || boundary.code == 0x226F5C || boundary.code == 0x226F60) {
-                    const QuorvelAudioBlock& block = fetched.GetChain(1, true)->blocks.Item(0);
-                    const QuorvelAudioBlock& original = sent.GetChain(1, true)->blocks.Item(0);
-                    ASSERT_EQ(block.DataSize(), original.DataSize());
-                    EXPECT_EQ(std::memcmp(block.Data(), original.Data(), block.DataSize()), 0);
-                }
-                if (boundary.code == 0x226F84) {
-                    EXPECT_EQ(fetched.GetChain(1, true)->links.GetPackedSize(), size);
-                }
-                if (boundary.code == 0x226F7C) {
-                    EXPECT_EQ(std::u16string(fetched.Path(0)), std::u16string(sent.Path(0)));
-                }
+                ExpectSame(boundary.code, sent, fetched);
             }
         }
     }

@@ -4,7 +4,6 @@
 #include <functional>
 #include <thread>
 
-#include "platform/unique_handle.h"
 #include "tests/client/client_bench.h"
 #include "tests/support/byte_builder.h"
 
@@ -20,13 +19,6 @@ class EventsThread : public ClientTest {
     void TearDown() override {
         device.reset();
         ClientTest::TearDown();
-    }
-
-    // Signals the removal event and leaves the device as it is.
-    static void AnnounceRemoval() {
-        const platform::UniqueHandle event(
-            OpenEventW(EVENT_MODIFY_STATE, FALSE, u"Global\\QuorvelDeviceRemoval"));
-        EXPECT_TRUE(SetEvent(event.Get()));
     }
 
     Recorder listener;
@@ -84,6 +76,24 @@ TEST_F(EventsThread, IgnoresRecordsThatReachBeyondTheRead) {
     }
 }
 
+// A listener reads an event's ids however small a payload the driver claims.
+TEST_F(EventsThread, IgnoresRecordsWhoseIdsWouldLieBeyondTheBuffer) {
+    ASSERT_EQ(device->Open(kPath, &listener), 0u);
+    std::size_t events = 0;
+    for (const auto& [kind, ids] : {std::pair{25u, 16u}, std::pair{29u, 60u}}) {
+        for (const std::uint32_t start : {1024 - ids, 1025 - ids, 1024u}) {
+            ByteBuilder stream;
+            const std::uint32_t filling = start - 2 * 16;
+            Record(Record(stream, 99, filling, filling), kind, 0, 0);
+            Core().Misbehave({.code = kEventRead, .answer = stream.bytes});
+            Core().AddProcess(1, u"a");
+            events += start + ids <= 1024 ? 3 : 2;
+            EXPECT_EQ(static_cast<int>(listener.WaitFor(events).back().kind), 24);
+            EXPECT_EQ(listener.WaitFor(0).size(), events) << kind << " at " << start;
+        }
+    }
+}
+
 // Two clients send requests, from outside and from the callback, while thousands of events come,
 // some to reads that wait, some to reads that complete at once.
 TEST_F(EventsThread, LosesNoneWhileRequestsRun) {
@@ -129,7 +139,7 @@ TEST_F(EventsThread, AsksAboutTheRemoval) {
             ASSERT_EQ(
                 owns ? client.Open(kPath, &recorder) : client.Open(owner.GetHandle(), &recorder),
                 0u);
-            AnnounceRemoval();
+            driver->AnnounceRemoval();
             recorder.WaitFor(0, accepts ? 1 : 3);
             if (accepts) {
                 while (client.GetHandle() != INVALID_HANDLE_VALUE)
@@ -153,7 +163,7 @@ TEST_F(EventsThread, WithoutTheRemovalEventNobodyAsks) {
         Core().Misbehave(fault);
         EXPECT_EQ(device->Open(kPath, &listener), 0u);
         EXPECT_EQ(device->GetError(), fault.refuse.value_or(0));
-        AnnounceRemoval();
+        driver->AnnounceRemoval();
         const std::size_t before = listener.WaitFor(0).size();
         Core().AddProcess(1, u"a");
         listener.WaitFor(before + 1);
@@ -185,7 +195,7 @@ TEST_F(EventsThread, CloseEndsItInEveryState) {
             Core().Misbehave({.code = kEventRead, .silent = true});
             Core().AddProcess(1, u"a");
         },
-        [] { AnnounceRemoval(); },
+        [&] { driver->AnnounceRemoval(); },
         [&] { Core().Misbehave({.code = kEventRead, .times = 100'000, .answer = {{}}}); },
         [&] { driver->Remove(); },
     };
