@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <set>
+#include <utility>
 
 extern "C" {
 void* __real_malloc(std::size_t size);
@@ -16,66 +17,70 @@ void __wrap_free(void* memory);
 }
 
 namespace quorvel::test {
-namespace {
 
-struct State {
-    bool isArmed = false;
+struct AllocationFaults::State {
     std::size_t asked = 0;
     std::size_t largest = 0;
-    std::size_t failAt = AllocationFaults::kNever;
+    std::size_t failAt = kNever;
     std::set<void*> live;
 };
 
-State& TheState() {
-    static State state;
-    return state;
-}
+namespace {
+
+// Of this thread; null while nothing is watched, and while a state works on its own memory.
+thread_local constinit AllocationFaults::State* watching = nullptr;
 
 bool FailsNow(std::size_t size) {
-    State& state = TheState();
-    state.largest = std::max(state.largest, size);
-    return state.isArmed && state.asked++ == state.failAt;
+    if (!watching) return false;
+    watching->largest = std::max(watching->largest, size);
+    return watching->asked++ == watching->failAt;
+}
+
+void Forget(void* memory) {
+    if (AllocationFaults::State* const state = std::exchange(watching, nullptr)) {
+        state->live.erase(memory);
+        watching = state;
+    }
 }
 
 void* Remember(void* memory) {
-    State& state = TheState();
-    if (!state.isArmed || !memory) return memory;
-    state.isArmed = false;  // the set's own memory may come through here
-    state.live.insert(memory);
-    state.isArmed = true;
+    AllocationFaults::State* const state = std::exchange(watching, nullptr);
+    if (state && memory) state->live.insert(memory);
+    watching = state;
     return memory;
 }
 
 }  // namespace
 
-AllocationFaults::AllocationFaults(std::size_t failAt) {
-    TheState() = State{true, 0, 0, failAt, {}};
+AllocationFaults::AllocationFaults(std::size_t failAt) : state(std::make_unique<State>()) {
+    state->failAt = failAt;
+    watching = state.get();
 }
 
 AllocationFaults::~AllocationFaults() {
-    TheState() = State{};
+    watching = nullptr;
 }
 
 std::size_t AllocationFaults::Asked() const {
-    return TheState().asked;
+    return state->asked;
 }
 
 std::size_t AllocationFaults::Largest() const {
-    return TheState().largest;
+    return state->largest;
 }
 
 bool AllocationFaults::HasFailed() const {
-    return TheState().asked > TheState().failAt;
+    return state->asked > state->failAt;
 }
 
 std::size_t AllocationFaults::Live() const {
-    return TheState().live.size();
+    return state->live.size();
 }
 
 void AllocationFaults::ReleaseLive() {
-    for (void* memory : TheState().live)
+    for (void* memory : state->live)
         __real_free(memory);
-    TheState().live.clear();
+    state->live.clear();
 }
 
 }  // namespace quorvel::test
@@ -94,11 +99,11 @@ void* __wrap_realloc(void* memory, std::size_t size) {
     using namespace quorvel::test;
     if (FailsNow(size)) return nullptr;
     void* const resized = __real_realloc(memory, size);
-    if (resized) TheState().live.erase(memory);
+    if (resized) Forget(memory);
     return Remember(resized);
 }
 
 void __wrap_free(void* memory) {
-    quorvel::test::TheState().live.erase(memory);
+    quorvel::test::Forget(memory);
     __real_free(memory);
 }

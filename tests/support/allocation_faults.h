@@ -5,11 +5,12 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 namespace quorvel::test {
 
-// While it lives, the process's allocations are counted, and the one with the number `failAt` (from
-// 0) gets null. Not nestable; for tests with a single thread.
+// While it lives, the allocations of the thread that made it are counted, and the one with the
+// number `failAt` (from 0) gets null. Not nestable; used and ended on that thread.
 class AllocationFaults {
   public:
     static constexpr std::size_t kNever = static_cast<std::size_t>(-1);
@@ -33,6 +34,11 @@ class AllocationFaults {
 
     // Releases them.
     void ReleaseLive();
+
+    struct State;
+
+  private:
+    const std::unique_ptr<State> state;
 };
 
 }  // namespace quorvel::test
