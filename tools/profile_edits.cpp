@@ -1,0 +1,233 @@
+#include "tools/profile_edits.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <memory>
+
+#include "profile/quorvel_audio_block.h"
+#include "tools/file_bytes.h"
+#include "tools/guid_text.h"
+#include "tools/hex_text.h"
+#include "tools/json_checks.h"
+#include "tools/parameter_json.h"
+#include "tools/profile_copy.h"
+#include "tools/profile_file.h"
+#include "tools/profile_json.h"
+
+namespace quorvel::tool {
+namespace {
+
+double RequireTime(const Json& edit, const JsonPlace& place) {
+    const Json& at = RequiredMember(edit, "at", place);
+    if (!at.is_number() || !(at.get<double>() >= 0.0))
+        throw Refusal(place.Key("at"), "must be a number of seconds, 0 or more");
+    return at.get<double>();
+}
+
+// The profile as the configuration application knows it after each edit.
+class EditReader {
+  public:
+    EditReader(const NamedProfile& start, std::uint32_t chain, std::filesystem::path editsFolder)
+        : chainNumber(chain), folder(std::move(editsFolder)) {
+        Adopt(start);
+    }
+
+    ProfileEdit Read(const Json& edit, const JsonPlace& place) {
+        struct Action {
+            const char* name;
+            std::initializer_list<std::string_view> keys;
+            void (EditReader::*read)(const Json&, const JsonPlace&, ProfileEdit&);
+        };
+        static const Action kActions[] = {
+            {"set", {"at", "set", "parameters", "data"}, &EditReader::ReadSet},
+            {"add", {"at", "add", "links"}, &EditReader::ReadAdd},
+            {"remove", {"at", "remove"}, &EditReader::ReadRemove},
+            {"link", {"at", "link"}, &EditReader::ReadLink},
+            {"unlink", {"at", "unlink"}, &EditReader::ReadUnlink},
+            {"profile", {"at", "profile"}, &EditReader::ReadReplacement},
+        };
+        RequireObject(edit, place);
+        for (const Action& action : kActions) {
+            if (!FindMember(edit, action.name)) continue;
+            RefuseUnknownKeys(edit, action.keys, place);
+            ProfileEdit read{.atSeconds = RequireTime(edit, place), .words = action.name};
+            (this->*action.read)(edit, place, read);
+            return read;
+        }
+        throw Refusal(place, "must set, add, remove, link, unlink or replace the profile");
+    }
+
+  private:
+    void Adopt(const NamedProfile& named) {
+        profile = named.profile;
+        idOfName.clear();
+        for (unsigned c = 0; c < profile.chains.Count(); ++c) {
+            const QuorvelAudioBlocksChain& chain = profile.chains.Item(c);
+            if (chain.id != chainNumber) continue;
+            for (unsigned i = 0; i < chain.blocks.Count(); ++i)
+                idOfName[named.names[c][i]] = chain.blocks.Item(i).id;
+        }
+    }
+
+    QuorvelAudioBlock& FindBlock(const Json& value, const JsonPlace& place) {
+        const std::string& name = RequireText(value, place);
+        const auto named = idOfName.find(name);
+        const std::optional<GUID> id =
+            named != idOfName.end() ? std::optional(named->second) : ParseGuid(name);
+        QuorvelAudioBlock* const block = id ? profile.FindBlock(chainNumber, *id) : nullptr;
+        if (!block) throw Refusal(place, "no block of the chain is called " + Quoted(name));
+        return *block;
+    }
+
+    void ReadSet(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
+        QuorvelAudioBlock& block = FindBlock(edit.at("set"), place.Key("set"));
+        AddWord(read, edit.at("set"));
+        std::vector<std::uint8_t> record = ReadRecord(edit, place, block);
+        block.SetData(record.data(), static_cast<unsigned>(record.size()));
+        read.requests.push_back(StoreBlock(block));
+    }
+
+    static std::vector<std::uint8_t> ReadRecord(const Json& edit, const JsonPlace& place,
+                                                const QuorvelAudioBlock& block) {
+        if (const Json* data = FindMember(edit, "data")) {
+            auto bytes = ParseHex(RequireText(*data, place.Key("data")));
+            if (!bytes) throw Refusal(place.Key("data"), "must be pairs of hexadecimal digits");
+            return std::move(*bytes);
+        }
+        const Json& changes = RequiredMember(edit, "parameters", place);
+        const BlockFields* fields = FindBlockFields(block.typeId);
+        if (!fields)
+            throw Refusal(place.Key("parameters"), "this kind of block takes data, not parameters");
+        RequireObject(changes, place.Key("parameters"));
+        Json whole = Json::object();
+        if (const auto now = WriteParameters({block.data, block.dataSize}, fields->record))
+            whole = Json::parse(now->dump());
+        whole.merge_patch(changes);
+        return ReadParameters(whole, fields->record, place.Key("parameters"));
+    }
+
+    // The block is read as a chain of its own, so that there is one reader of blocks.
+    void ReadAdd(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
+        const Json chain = {{"number", chainNumber}, {"blocks", Json::array({edit.at("add")})}};
+        NamedProfile lone;
+        try {
+            ReadProfile({{"id", GuidText(profile.id)}, {"chains", Json::array({chain})}}, lone);
+        } catch (const ToolError& error) {
+            throw Refusal(place.Key("add"), error.what());
+        }
+        QuorvelAudioBlock& added = lone.profile.GetChain(chainNumber, false)->blocks.Item(0);
+        if (profile.FindBlock(chainNumber, added.id))
+            throw Refusal(place.Key("add"), "another block of the chain has this id");
+        const std::string& name = lone.names[0][0];
+        if (!idOfName.emplace(name, added.id).second)
+            throw Refusal(place.Key("add"), "another block of the chain is called " + Quoted(name));
+        AddWord(read, edit.at("add").at("name"));
+        QuorvelAudioBlocksChain& own = *profile.GetChain(chainNumber, true);
+        own.blocks.Add(added);
+        read.requests.push_back(StoreBlock(*profile.FindBlock(chainNumber, added.id)));
+        if (const Json* links = FindMember(edit, "links")) ReadLinks(*links, place, read);
+    }
+
+    void ReadLinks(const Json& links, const JsonPlace& place, ProfileEdit& read) {
+        const JsonPlace linksPlace = place.Key("links");
+        RequireArray(links, linksPlace);
+        for (std::size_t i = 0; i < links.size(); ++i)
+            read.requests.push_back(StoreLink(ReadEnds(links[i], linksPlace.At(i))));
+    }
+
+    void ReadRemove(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
+        QuorvelAudioBlock block = FindBlock(edit.at("remove"), place.Key("remove"));
+        AddWord(read, edit.at("remove"));
+        read.requests.push_back([own = block](QuorvelAudioDevice& device) mutable {
+            return device.RemoveAudioBlock(&own);
+        });
+        std::erase_if(idOfName, [&](const auto& entry) { return entry.second == block.id; });
+        profile.RemoveBlock(chainNumber, block.id);
+    }
+
+    void ReadLink(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
+        read.requests.push_back(StoreLink(ReadEnds(edit.at("link"), place.Key("link"))));
+        AddEndNames(edit.at("link"), read);
+    }
+
+    void ReadUnlink(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
+        const _QuorvelAudioBlockLink link = ReadEnds(edit.at("unlink"), place.Key("unlink"));
+        read.requests.push_back([own = link](QuorvelAudioDevice& device) mutable {
+            return device.RemoveProfileLink(&own);
+        });
+        AddEndNames(edit.at("unlink"), read);
+    }
+
+    static void AddWord(ProfileEdit& read, const Json& word) {
+        read.words.append(" ").append(word.get_ref<const std::string&>());
+    }
+
+    static void AddEndNames(const Json& ends, ProfileEdit& read) {
+        AddWord(read, ends[0]);
+        AddWord(read, ends[1]);
+    }
+
+    _QuorvelAudioBlockLink ReadEnds(const Json& value, const JsonPlace& place) {
+        if (!value.is_array() || value.size() != 2)
+            throw Refusal(place, "must be a pair of blocks");
+        return {profile.id, chainNumber, FindBlock(value[0], place.At(0)).id,
+                FindBlock(value[1], place.At(1)).id};
+    }
+
+    void ReadReplacement(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
+        const std::string& file = RequireText(edit.at("profile"), place.Key("profile"));
+        AddWord(read, edit.at("profile"));
+        NamedProfile loaded;
+        LoadProfile((folder / file).string(), loaded);
+        loaded.profile.ClearPaths(true);
+        for (unsigned i = 0; i < profile.PathsCount(); ++i)
+            loaded.profile.AddPath(profile.Path(i));
+        loaded.profile = CopyProfileAs(profile.id, loaded.profile);
+        Adopt(loaded);
+        const auto shared = std::make_shared<QuorvelAudioProfile>(profile);
+        read.requests.push_back(
+            [shared](QuorvelAudioDevice& device) { return device.SetProfileData(shared.get()); });
+    }
+
+    static DriverRequest StoreBlock(const QuorvelAudioBlock& block) {
+        return [own = block](QuorvelAudioDevice& device) mutable {
+            return device.SetAudioBlock(&own);
+        };
+    }
+
+    static DriverRequest StoreLink(const _QuorvelAudioBlockLink& link) {
+        return [own = link](QuorvelAudioDevice& device) mutable {
+            return device.SetProfileLink(&own);
+        };
+    }
+
+    const std::uint32_t chainNumber;
+    const std::filesystem::path folder;
+    QuorvelAudioProfile profile;
+    std::map<std::string, GUID> idOfName;
+};
+
+}  // namespace
+
+std::vector<ProfileEdit> LoadEdits(const std::string& path, const NamedProfile& start,
+                                   std::uint32_t chainNumber) {
+    const Json document = ParseJson(ReadFileBytes(path));
+    const JsonPlace place;
+    RequireArray(document, place);
+    std::vector<std::size_t> order;
+    for (std::size_t i = 0; i < document.size(); ++i) {
+        RequireObject(document[i], place.At(i));
+        RequireTime(document[i], place.At(i));
+        order.push_back(i);
+    }
+    std::ranges::stable_sort(order, {},
+                             [&](std::size_t i) { return document[i].at("at").get<double>(); });
+    EditReader reader(start, chainNumber, std::filesystem::path(path).parent_path());
+    std::vector<ProfileEdit> edits;
+    for (const std::size_t i : order)
+        edits.push_back(reader.Read(document[i], place.At(i)));
+    return edits;
+}
+
+}  // namespace quorvel::tool
