@@ -5,14 +5,15 @@
 // operations open, may be constructed without arguments (an exception means that memory cannot be
 // had) and has
 //     static std::span<const quorvel::InterfaceEntry> InterfaceMap();
-// The first entry's pointer is the object's identity. Everything here may be called by any thread.
+// and may have `void FinalRelease()`, called once before it is destroyed. The first entry's pointer
+// is the object's identity. Everything here may be called by any thread.
 #pragma once
 
-#include <atomic>
 #include <new>
 #include <span>
 
 #include "apo/module_lock.h"
+#include "apo/reference_count.h"
 #include "platform/interface_ids.h"
 #include "platform/windows_api.h"
 
@@ -47,17 +48,11 @@ HRESULT FindInterface(Class* object, REFIID iid, void** found) {
     return E_NOINTERFACE;
 }
 
-// Counts from 1, for its creator.
-class ReferenceCount {
-  public:
-    ULONG Add() { return count.fetch_add(1, std::memory_order_relaxed) + 1; }
-
-    // The count that is left; what other threads did before they released is visible at 0.
-    ULONG Release() { return count.fetch_sub(1, std::memory_order_acq_rel) - 1; }
-
-  private:
-    std::atomic<ULONG> count = 1;
-};
+// Lets the object end what may call it from other threads while it is still whole.
+template <typename Class>
+void FinalRelease(Class& object) {
+    if constexpr (requires { object.FinalRelease(); }) object.FinalRelease();
+}
 
 // An object of its own.
 template <typename Class>
@@ -69,7 +64,10 @@ class ComObject final : public Class {
     ULONG STDMETHODCALLTYPE AddRef() override { return references.Add(); }
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = references.Release();
-        if (left == 0) delete this;
+        if (left == 0) {
+            quorvel::FinalRelease<Class>(*this);
+            delete this;
+        }
         return left;
     }
 
@@ -110,7 +108,10 @@ class AggregatedObject final : public IUnknown {
     ULONG STDMETHODCALLTYPE AddRef() override { return references.Add(); }
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = references.Release();
-        if (left == 0) delete this;
+        if (left == 0) {
+            quorvel::FinalRelease<Class>(contained);
+            delete this;
+        }
         return left;
     }
 
