@@ -5,10 +5,15 @@
 #include <new>
 
 #include "apo/reference_count.h"
+#include "engine/audio_format.h"
 #include "platform/interface_ids.h"
 
 namespace quorvel {
 namespace {
+
+// KSDATAFORMAT_SUBTYPE_PCM.
+constexpr GUID kPcmSubFormat = {
+    0x00000001, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71}};
 
 constexpr WORD kPcmTag = 1;
 constexpr WORD kFloatTag = 3;
@@ -73,8 +78,8 @@ HRESULT Make(const WAVEFORMATEXTENSIBLE& wave, const UNCOMPRESSEDAUDIOFORMAT& un
 }
 
 WORD TagOf(const GUID& format) {
-    if (format == kPcmFormat) return kPcmTag;
-    return format == kFloatFormat ? kFloatTag : WAVE_FORMAT_EXTENSIBLE;
+    if (format == kPcmSubFormat) return kPcmTag;
+    return format == kIeeeFloatSubFormat ? kFloatTag : WAVE_FORMAT_EXTENSIBLE;
 }
 
 }  // namespace
@@ -112,7 +117,7 @@ HRESULT CreateAudioMediaType(const WAVEFORMATEX& format, IAudioMediaType** media
     if (!isExtensible && format.wFormatTag != kPcmTag && format.wFormatTag != kFloatTag)
         return E_INVALIDARG;
     std::memcpy(&wave, &format, isExtensible ? sizeof(wave) : sizeof(wave.Format));
-    if (!isExtensible) wave.SubFormat = format.wFormatTag == kPcmTag ? kPcmFormat : kFloatFormat;
+    if (!isExtensible) wave.SubFormat = format.wFormatTag == kPcmTag ? kPcmSubFormat : kIeeeFloatSubFormat;
     wave.Format.cbSize = isExtensible ? kExtensionSize : WORD{0};
 
     const WORD validBits = wave.Samples.wValidBitsPerSample;

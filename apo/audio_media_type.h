@@ -5,12 +5,6 @@
 
 namespace quorvel {
 
-// KSDATAFORMAT_SUBTYPE_PCM and KSDATAFORMAT_SUBTYPE_IEEE_FLOAT.
-inline constexpr GUID kPcmFormat = {
-    0x00000001, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71}};
-inline constexpr GUID kFloatFormat = {
-    0x00000003, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71}};
-
 // A media type that gives `format` back as it is, and as a wave format: a plain record for one or
 // two channels, an extensible one above. One reference is the caller's. E_OUTOFMEMORY; E_INVALIDARG
 // when no wave format holds the channels or the size of a frame.

@@ -6,6 +6,7 @@
 
 #include "apo/audio_media_type.h"
 #include "apo/com_reference.h"
+#include "engine/audio_format.h"
 
 namespace quorvel {
 namespace {
@@ -156,7 +157,7 @@ HRESULT CBaseAudioProcessingObject::ValidateAndCacheConnectionInfo(UINT32,
 }
 
 bool CBaseAudioProcessingObject::ValidateDefaultAPOFormat(UNCOMPRESSEDAUDIOFORMAT& format) {
-    bool isChanged = Demand(format.guidFormatType, kFloatFormat);
+    bool isChanged = Demand(format.guidFormatType, kIeeeFloatSubFormat);
     isChanged |= DemandRange(format.dwSamplesPerFrame, DWORD{1}, DWORD{kMostSamplesPerFrame});
     isChanged |= Demand(format.dwBytesPerSampleContainer, kContainerBytes);
     isChanged |= Demand(format.dwValidBitsPerSample, kSampleBits);
