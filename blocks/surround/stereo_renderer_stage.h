@@ -19,7 +19,7 @@
 //
 // Latency 0. Mirroring the input mirrors the output bit for bit, and so does any division of the
 // frames into calls leave the bits alone. Input samples that are not finite, above 16 or below
-// 1e-20 in magnitude count as 0; what such a sample displaces is over after 50 ms. After silence
+// 1e-20 in magnitude count as 0; what such a sample displaces is over after 20 ms. After silence
 // the output becomes exactly 0.
 #pragma once
 
