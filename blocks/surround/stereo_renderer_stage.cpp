@@ -46,10 +46,11 @@ double SampleRateOf(int32_t code) {
 void SetUp(StageMemory& memory, const StereoRendererState& state) {
     memory.inputChannels = state.inputChannels;
     memory.rateCode = state.rateCode;
+    const auto count = static_cast<std::size_t>(state.inputChannels);
     std::array<SoundSource, kMostChannels> sources{};
-    for (int32_t c = 0; c < state.inputChannels; ++c)
-        sources[c] = {c, kAzimuths[state.inputChannels - 1][c]};
-    memory.renderer.Place(std::span(sources).first(state.inputChannels), state.inputChannels,
+    for (std::size_t c = 0; c < count; ++c)
+        sources[c] = {static_cast<int32_t>(c), kAzimuths[count - 1][c]};
+    memory.renderer.Place(std::span(sources).first(count), state.inputChannels,
                           SampleRateOf(state.rateCode));
 }
 

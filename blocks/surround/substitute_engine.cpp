@@ -47,6 +47,7 @@ void SubstituteSurroundEngine::SetSwitchB(int32_t) {}
 
 void SubstituteSurroundEngine::SetEffectEnabled(int32_t isOn) {
     isEnabled = isOn != 0;
+    if (!isEnabled) placed = {};
 }
 
 void SubstituteSurroundEngine::SetValueA(float) {}
@@ -76,11 +77,11 @@ void SubstituteSurroundEngine::Render(const float* in, int32_t frames,
 
 void SubstituteSurroundEngine::PlaceRenderer() {
     placed = wanted;
+    const auto count = static_cast<std::size_t>(wanted.channels);
     std::array<SoundSource, kPositions> sources{};
-    for (int32_t c = 0; c < wanted.channels; ++c)
-        sources[static_cast<std::size_t>(c)] = {c, wanted.azimuths[static_cast<std::size_t>(c)]};
-    renderer.Place(std::span(sources).first(static_cast<std::size_t>(wanted.channels)),
-                   wanted.channels, wanted.sampleRate);
+    for (std::size_t c = 0; c < count; ++c)
+        sources[c] = {static_cast<int32_t>(c), wanted.azimuths[c]};
+    renderer.Place(std::span(sources).first(count), wanted.channels, wanted.sampleRate);
 }
 
 void SubstituteSurroundEngine::RenderPiece(const float* in, int32_t frames, float* out) {

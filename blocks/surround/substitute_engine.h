@@ -25,9 +25,9 @@
 
 namespace quorvel {
 
-// Setters only store. A new rate, layout or angle takes effect in the next Render with the effect
-// enabled, which then starts from silence; no function allocates. Silence until a configuration has
-// been accepted.
+// Setters only store. The first Render after the effect has been enabled, and the first one after a
+// new rate, layout or angle, starts from silence; no function allocates. Silence until a
+// configuration has been accepted.
 class SubstituteSurroundEngine final : public INineEarsSurroundSound {
   public:
     void Destroy() override;  // deletes this

@@ -171,9 +171,10 @@ TEST(SubstituteEngine, RendersItsLayoutLikeTheStage) {
     const float values[8] = {1, 1, 1, 1, 0.5f, 1, 1, 1};
     const float angles[8] = {30, 330, 0, -720, 110, -110, NAN, 1e30f};
     engine->SetChannelValues(values);
-    for (const int32_t rate : {96000, 48000}) {
+    for (const int32_t rate : {96000, 48000, 48000}) {  // enabled anew, it starts from silence
         engine->SetSampleRate(rate);
         engine->SetSpeakerAngles(angles);
+        engine->SetEffectEnabled(0);
         engine->SetEffectEnabled(1);
         std::vector<std::byte> memory(kStereoRendererMemory);
         StereoRendererState stage{5, StereoRendererRateCode(rate), memory.data()};
