@@ -167,7 +167,8 @@ TEST(StereoRendererStage, ReflectionsAreWeak) {
     EXPECT_NEAR(Decibels(power / count * direct), -20.7, 0.2);
 }
 
-// Mirrored input gives mirrored output, and a division into calls leaves the bits alone.
+// Mirrored input gives mirrored output, and a division into calls leaves the bits alone, also while
+// the sound fades.
 TEST(StereoRendererStage, MirrorsAndDivisionsLeaveTheBits) {
     constexpr int32_t kMirrored[7][7] = {{0},
                                          {1, 0},
@@ -177,25 +178,42 @@ TEST(StereoRendererStage, MirrorsAndDivisionsLeaveTheBits) {
                                          {2, 1, 0, 4, 3, 5},
                                          {2, 1, 0, 4, 3, 6, 5}};
     for (int32_t channels = 1; channels <= 7; ++channels) {
-        const auto in = test::Noise(1000 * static_cast<std::size_t>(channels), 5);
+        auto in = test::Noise(1000 * static_cast<std::size_t>(channels), 5);
+        in.resize(4 * in.size());
         std::vector<float> mirrored;
         for (std::size_t i = 0; i < in.size(); ++i) {
             const auto c = static_cast<int32_t>(i) % channels;
             mirrored.push_back(in[i - static_cast<std::size_t>(c - kMirrored[channels - 1][c])]);
         }
         Stage whole(channels, 44100), turned(channels, 44100), divided(channels, 44100);
-        const auto out = whole.Render(in, 1000);
-        auto swapped = turned.Render(mirrored, 1000);
+        const auto out = whole.Render(in, 4000);
+        auto swapped = turned.Render(mirrored, 4000);
         for (std::size_t i = 0; i < swapped.size(); i += 2)
             std::swap(swapped[i], swapped[i + 1]);
         test::ExpectSameBits(swapped, out);
 
         std::vector<float> pieces(out.size());
-        for (int32_t f = 0; f < 1000; f += 7) {
+        for (int32_t f = 0; f < 4000; f += 7) {
             RenderStereo(divided.state, &in[static_cast<std::size_t>(f * channels)],
-                         &pieces[static_cast<std::size_t>(2 * f)], std::min(7, 1000 - f));
+                         &pieces[static_cast<std::size_t>(2 * f)], std::min(7, 4000 - f));
         }
         test::ExpectSameBits(pieces, out);
+    }
+}
+
+// A fraction of a frame is a fraction of a turn, from no lag at all up to the longest.
+TEST(FarEarDelay, DelaysByItsLag) {
+    for (const double lag : {0.0, 0.3, 1.0, 1.7, 11.8, 59.25, 61.0}) {
+        FarEarDelay delay;
+        delay.SetLag(lag);
+        std::vector<float> response;
+        for (int i = 0; i < 70; ++i) {
+            const float* past = delay.Push(i == 0 ? 1.0f : 0.0f);
+            response.push_back(past[0] * delay.taps[0] + past[1] * delay.taps[1] +
+                               past[2] * delay.taps[2] + past[3] * delay.taps[3]);
+        }
+        const auto expected = std::polar(1.0, -2.0 * std::numbers::pi * 2000.0 / 48000.0 * lag);
+        EXPECT_LT(std::abs(At(response, 2000.0, 48000.0) - expected), 2e-4) << lag;
     }
 }
 
