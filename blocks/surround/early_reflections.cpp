@@ -5,7 +5,7 @@
 namespace quorvel {
 namespace {
 
-// Gives the level that the header tells: the tests measure it.
+// Chosen for the level that the header tells.
 constexpr float kRoom = 0.163f;
 constexpr float kButterworthQ = 0.70710678f;
 

@@ -35,22 +35,15 @@ inline double Decibels(double power) {
 }
 
 // Mean power over the third of an octave around `frequency`, all frequencies weighing the same.
-template <typename Response>
-double ThirdOctavePower(Response power, double frequency) {
+inline double ThirdOctavePower(const std::vector<float>& impulseResponse, double frequency,
+                               double sampleRate) {
     constexpr int kPoints = 48;
     double sum = 0.0;
-    for (int i = 0; i < kPoints; ++i)
-        sum += power(frequency * std::exp2(((i + 0.5) / kPoints - 0.5) / 3.0));
+    for (int i = 0; i < kPoints; ++i) {
+        const double octaves = ((i + 0.5) / kPoints - 0.5) / 3.0;
+        sum += std::norm(At(impulseResponse, frequency * std::exp2(octaves), sampleRate));
+    }
     return sum / kPoints;
-}
-
-// Powers of both ears, dB, left over right.
-inline double LevelDifferenceDb(const EarResponse& ears, double frequency) {
-    const auto power = [&](const std::vector<float>& ear) {
-        return ThirdOctavePower([&](double f) { return std::norm(At(ear, f, ears.sampleRate)); },
-                                frequency);
-    };
-    return Decibels(power(ears.left) / power(ears.right));
 }
 
 // How much later the right ear hears what lies between the two frequencies (Hz): the place of the
