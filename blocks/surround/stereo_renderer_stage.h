@@ -17,10 +17,10 @@
 // (early_reflections.h). The result is scaled by 10^(-6/20), and the caller raises it by 6 dB; then
 // a centre stands at -3.01 dB in each ear and every other channel is as loud as in a fold-down.
 //
-// Latency 0. Mirroring the input mirrors the output bit for bit, and how the frames are divided into
-// calls changes no bit. Input samples that are not finite, above 16 or below 1e-20 in magnitude
-// count as 0; what such a sample displaces is over after 20 ms. After silence the output becomes
-// exactly 0.
+// Latency 0. Mirroring the input mirrors the output bit for bit, and how the frames are divided
+// into calls changes no bit. Input samples that are not finite, above 16 or below 1e-20 in
+// magnitude count as 0; what such a sample displaces is over after 20 ms. After silence the output
+// becomes exactly 0.
 #pragma once
 
 #include <cstddef>
