@@ -2,6 +2,7 @@
 #include <array>
 
 #include "blocks/compressor_block.h"
+#include "blocks/external_surround_block.h"
 #include "blocks/filter_blocks.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
@@ -28,6 +29,8 @@ constexpr std::array kBlockKinds = {
               CreateZeroed<ChannelsCombinerBlock>},
     BlockKind{kCompressorBlockTypeId, "CompressorBlock", sizeof(CompressorParameters),
               CreateZeroed<CompressorBlock>},
+    BlockKind{kExternalSurroundBlockTypeId, "ExternalSurroundBlock",
+              sizeof(ExternalSurroundParameters), CreateZeroed<ExternalSurroundBlock>},
     BlockKind{kGainBlockTypeId, "GainBlock", sizeof(GainParameters), CreateZeroed<GainBlock>},
     BlockKind{kHighPassFilterBlockTypeId, "HighPassFilterBlock", kSmallestFilterRecord,
               CreateZeroed<HighPassFilterBlock>},

@@ -35,11 +35,18 @@ void PutNumber(Bytes& bytes, std::size_t offset, FieldKind kind, double number) 
             return Put(bytes, offset, static_cast<std::uint32_t>(number));
         case FieldKind::kSigned32:
             return Put(bytes, offset, static_cast<std::int32_t>(number));
+        case FieldKind::kSigned16:
+            return Put(bytes, offset, static_cast<std::int16_t>(number));
+        case FieldKind::kArray:
         case FieldKind::kChoice16:
             return Put(bytes, offset, static_cast<std::uint16_t>(number));
         case FieldKind::kList:
             return;
     }
+}
+
+std::size_t ArraySize(const Field& array) {
+    return static_cast<std::size_t>(array.maximum) * array.item->size;
 }
 
 std::string NumberText(double number) {
@@ -94,9 +101,27 @@ void ReadList(const Json& value, const Field& field, std::size_t offset, const J
         ReadRecord(value[i], *field.item, place.At(i), bytes);
 }
 
+// A null `value` stands for the default.
+void ReadArray(const Json* value, const Field& field, std::size_t offset, const JsonPlace& place,
+               Bytes& bytes) {
+    const auto count = static_cast<std::size_t>(field.maximum);
+    if (value) {
+        RequireArray(*value, place);
+        if (value->size() != count)
+            throw Refusal(place, "must have " + NumberText(field.maximum) + " items");
+    }
+    const Field& item = field.item->fields.front();
+    for (std::size_t i = 0; i < count; ++i) {
+        const double number =
+            value ? ReadNumber((*value)[i], item, place.At(i)) : field.itemDefaults[i];
+        PutNumber(bytes, offset + i * field.item->size, item.kind, number);
+    }
+}
+
 void ReadField(const Json* value, const Field& field, std::size_t offset, const JsonPlace& place,
                Bytes& bytes) {
-    if (!value && !field.defaultValue) throw Refusal(place, "is required");
+    if (!value && IsRequired(field)) throw Refusal(place, "is required");
+    if (field.kind == FieldKind::kArray) return ReadArray(value, field, offset, place, bytes);
     if (field.kind == FieldKind::kList) return ReadList(*value, field, offset, place, bytes);
     const double number = value ? ReadNumber(*value, field, place) : *field.defaultValue;
     PutNumber(bytes, offset, field.kind, number);
@@ -150,6 +175,10 @@ OrderedJson WriteField(std::span<const std::uint8_t> bytes, const Field& field,
             return Get<std::uint32_t>(bytes, field.offset);
         case FieldKind::kSigned32:
             return Get<std::int32_t>(bytes, field.offset);
+        case FieldKind::kSigned16:
+            return Get<std::int16_t>(bytes, field.offset);
+        case FieldKind::kArray:
+            return WriteList(bytes.subspan(field.offset, ArraySize(field)), *field.item);
         case FieldKind::kList:
             return WriteList(bytes.subspan(recordSize), *field.item);
         case FieldKind::kChoice16:

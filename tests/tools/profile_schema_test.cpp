@@ -25,9 +25,12 @@ Json ExpectedRecord(const RecordLayout& record);
 // What the schema must say of a field, descriptions apart.
 Json ExpectedField(const Field& field) {
     Json expected;
-    if (field.kind == FieldKind::kList) {
+    if (field.item) {
         const Field& first = field.item->fields.front();
         expected = {{"type", "array"}, {"minItems", field.minimum}};
+        if (field.kind == FieldKind::kArray) expected["maxItems"] = field.maximum;
+        for (const double value : field.itemDefaults)
+            expected["default"].push_back(value);
         expected["items"] = first.name ? ExpectedRecord(*field.item) : ExpectedField(first);
     } else if (field.kind == FieldKind::kChoice16) {
         for (const char* choice : field.choices)
@@ -49,7 +52,7 @@ Json ExpectedRecord(const RecordLayout& record) {
         {"type", "object"}, {"properties", Json::object()}, {"additionalProperties", false}};
     for (const Field& field : record.fields) {
         expected["properties"][field.name] = ExpectedField(field);
-        if (!field.defaultValue) expected["required"].push_back(field.name);
+        if (IsRequired(field)) expected["required"].push_back(field.name);
     }
     return expected;
 }
