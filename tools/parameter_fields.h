@@ -16,6 +16,7 @@ enum class FieldKind {
     kUnsigned32,
     kSigned32,
     kChoice16,  // u16; JSON has one of `choices`, whose place is the number
+    kRecord,    // a record inside the record
     kList,      // u32 count, always the last field; the items follow the record
 };
 
@@ -35,7 +36,7 @@ struct Field {
     double maximum = 0.0;
     std::optional<double> defaultValue{};  // a field without one is required
     std::span<const char* const> choices{};
-    const RecordLayout* item = nullptr;  // of a list
+    const RecordLayout* item = nullptr;  // of a list; the nested record itself
 };
 
 struct BlockFields {
