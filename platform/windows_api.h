@@ -18,9 +18,11 @@
 #else
 #include "platform/portable/com.h"
 #include "platform/portable/control_codes.h"
+#include "platform/portable/debug_output.h"
 #include "platform/portable/device_files.h"
 #include "platform/portable/events.h"
 #include "platform/portable/file_times.h"
+#include "platform/portable/files.h"
 #include "platform/portable/handles.h"
 #include "platform/portable/heap.h"
 #include "platform/portable/threads.h"
