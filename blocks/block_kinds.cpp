@@ -6,6 +6,7 @@
 #include "blocks/filter_blocks.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
+#include "blocks/stereo_expander_block.h"
 #include "blocks/stream_expander_block.h"
 #include "engine/block_factory.h"
 #include "engine/block_type_ids.h"
@@ -49,6 +50,8 @@ constexpr std::array kBlockKinds = {
               CreateZeroed<NotchFilterBlock>},
     BlockKind{kPeakingEQFilterBlockTypeId, "PeakingEQFilterBlock", kSmallestFilterRecord,
               CreateZeroed<PeakingEQFilterBlock>},
+    BlockKind{kStereoExpanderBlockTypeId, "StereoExpanderBlock", sizeof(StereoExpanderParameters),
+              CreateZeroed<StereoExpanderBlock>},
     BlockKind{kStreamExpanderBlockTypeId, "StreamExpanderBlock", sizeof(StreamExpanderParameters),
               CreateZeroed<StreamExpanderBlock>},
 };

@@ -7,6 +7,7 @@
 #include "blocks/filter_band.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
+#include "blocks/stereo_expander_block.h"
 #include "blocks/stream_expander_block.h"
 #include "engine/block_type_ids.h"
 #include "engine/bypass_block.h"
@@ -105,6 +106,34 @@ constexpr Field kExternalSurroundFields[] = {
 constexpr Field kGainFields[] = {
     {"gainDb", kFloat32, offsetof(GainParameters, gainDb), "dB", kQuietestDb, kLoudestDb, 0.0}};
 
+constexpr Field ExpanderGain(const char* name, std::uint32_t offset) {
+    return {name, kFloat32, offset, "dB", kQuietestDb, kLoudestDb, 0.0};
+}
+constexpr Field kStereoExpanderFields[] = {
+    ExpanderGain("inputGainDb", offsetof(StereoExpanderParameters, inputGainDb)),
+    ExpanderGain("directGainDb", offsetof(StereoExpanderParameters, directGainDb)),
+    ExpanderGain("highSumGainDb", offsetof(StereoExpanderParameters, highSumGainDb)),
+    ExpanderGain("lowGainDb", offsetof(StereoExpanderParameters, lowGainDb)),
+    ExpanderGain("highGainDb", offsetof(StereoExpanderParameters, highGainDb)),
+    {"lowPassBand",
+     kRecord,
+     offsetof(StereoExpanderParameters, lowPassBand),
+     "",
+     0.0,
+     0.0,
+     {},
+     {},
+     &kBand},
+    {"highPassBand",
+     kRecord,
+     offsetof(StereoExpanderParameters, highPassBand),
+     "",
+     0.0,
+     0.0,
+     {},
+     {},
+     &kBand}};
+
 constexpr Field kExpanderFields[] = {
     {"targetChannels", kUnsigned32, offsetof(StreamExpanderParameters, targetChannels), "channels",
      0.0, kMostChannels, 0.0},
@@ -158,6 +187,9 @@ constexpr BlockFields kBlocks[] = {
     {&kNoiseGateBlockTypeId, "gate", {kGateFields, sizeof(NoiseGateParameters)}},
     {&kNotchFilterBlockTypeId, "notch", kFilter},
     {&kPeakingEQFilterBlockTypeId, "peaking", kGainFilter},
+    {&kStereoExpanderBlockTypeId,
+     "stereo-expander",
+     {kStereoExpanderFields, sizeof(StereoExpanderParameters)}},
     {&kStreamExpanderBlockTypeId, "expander", {kExpanderFields, sizeof(StreamExpanderParameters)}},
 };
 

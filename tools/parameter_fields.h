@@ -18,6 +18,7 @@ enum class FieldKind {
     kSigned16,
     kArray,     // a fixed number of bare values in the record itself
     kChoice16,  // u16; JSON has one of `choices`, whose place is the number
+    kRecord,    // a record inside the record
     kList,      // u32 count, always the last field; the items follow the record
 };
 
@@ -37,7 +38,7 @@ struct Field {
     double maximum = 0.0;
     std::optional<double> defaultValue{};  // a field without one is required
     std::span<const char* const> choices{};
-    const RecordLayout* item = nullptr;      // of a list or an array
+    const RecordLayout* item = nullptr;      // of a list or an array; the nested record itself
     std::span<const double> itemDefaults{};  // of an array: none, or one for each item
 };
 

@@ -76,6 +76,11 @@ class Maker {
                 }
                 continue;
             }
+            if (field.kind == FieldKind::kRecord) {
+                const Bytes nested = Values(*field.item);
+                std::copy(nested.begin(), nested.end(), &record[field.offset]);
+                continue;
+            }
             std::uniform_real_distribution<double> uniform(field.minimum, field.maximum);
             const double value = uniform(random);
             if (field.kind == FieldKind::kFloat32) {
