@@ -2,9 +2,11 @@
 #include <array>
 
 #include "blocks/compressor_block.h"
+#include "blocks/external_surround_block.h"
 #include "blocks/filter_blocks.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
+#include "blocks/stereo_expander_block.h"
 #include "blocks/stream_expander_block.h"
 #include "engine/block_factory.h"
 #include "engine/block_type_ids.h"
@@ -28,6 +30,8 @@ constexpr std::array kBlockKinds = {
               CreateZeroed<ChannelsCombinerBlock>},
     BlockKind{kCompressorBlockTypeId, "CompressorBlock", sizeof(CompressorParameters),
               CreateZeroed<CompressorBlock>},
+    BlockKind{kExternalSurroundBlockTypeId, "ExternalSurroundBlock",
+              sizeof(ExternalSurroundParameters), CreateZeroed<ExternalSurroundBlock>},
     BlockKind{kGainBlockTypeId, "GainBlock", sizeof(GainParameters), CreateZeroed<GainBlock>},
     BlockKind{kHighPassFilterBlockTypeId, "HighPassFilterBlock", kSmallestFilterRecord,
               CreateZeroed<HighPassFilterBlock>},
@@ -46,6 +50,8 @@ constexpr std::array kBlockKinds = {
               CreateZeroed<NotchFilterBlock>},
     BlockKind{kPeakingEQFilterBlockTypeId, "PeakingEQFilterBlock", kSmallestFilterRecord,
               CreateZeroed<PeakingEQFilterBlock>},
+    BlockKind{kStereoExpanderBlockTypeId, "StereoExpanderBlock", sizeof(StereoExpanderParameters),
+              CreateZeroed<StereoExpanderBlock>},
     BlockKind{kStreamExpanderBlockTypeId, "StreamExpanderBlock", sizeof(StreamExpanderParameters),
               CreateZeroed<StreamExpanderBlock>},
 };

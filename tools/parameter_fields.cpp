@@ -3,9 +3,11 @@
 #include <cstddef>
 
 #include "blocks/compressor_block.h"
+#include "blocks/external_surround_block.h"
 #include "blocks/filter_band.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
+#include "blocks/stereo_expander_block.h"
 #include "blocks/stream_expander_block.h"
 #include "engine/block_type_ids.h"
 #include "engine/bypass_block.h"
@@ -70,8 +72,67 @@ constexpr Field kCombinerFields[] = {{"channelOffsets",
                                       {},
                                       &kOffset}};
 
+// Nobody here knows what the engine makes of its values.
+constexpr double kLargestEngineValue = 1000.0;
+constexpr Field EngineValue(const char* name, std::uint32_t offset, double defaultValue) {
+    return {name, kFloat32, offset, "", -kLargestEngineValue, kLargestEngineValue, defaultValue};
+}
+constexpr Field Switch(const char* name, std::uint32_t offset, double defaultValue) {
+    return {name, kUnsigned32, offset, "", 0.0, 1.0, defaultValue};
+}
+constexpr Field kAngleField[] = {{nullptr, kSigned16, 0, "degrees", -180.0, 180.0}};
+constexpr RecordLayout kAngle = {kAngleField, sizeof(std::int16_t)};
+constexpr Field kChannelValueField[] = {
+    {nullptr, kFloat32, 0, "", -kLargestEngineValue, kLargestEngineValue}};
+constexpr RecordLayout kChannelValue = {kChannelValueField, sizeof(float)};
+constexpr double kUsualAngles[] = {30, -30, 0, 0, 150, -150, 90, -90};
+constexpr double kUsualValues[] = {1, 1, 1, 1, 1, 1, 1, 1};
+
+constexpr Field PerChannel(const char* name, std::uint32_t offset, const RecordLayout& item,
+                           std::span<const double> defaults) {
+    return {name, kArray, offset, "", kMostChannels, kMostChannels, {}, {}, &item, defaults};
+}
+constexpr Field kExternalSurroundFields[] = {
+    Switch("effectEnabled", offsetof(ExternalSurroundParameters, effectEnabled), 0.0),
+    Switch("switchB", offsetof(ExternalSurroundParameters, switchB), 1.0),
+    EngineValue("valueA", offsetof(ExternalSurroundParameters, valueA), 0.15),
+    Switch("usePresetAngles", offsetof(ExternalSurroundParameters, usePresetAngles), 1.0),
+    PerChannel("customAngles", offsetof(ExternalSurroundParameters, customAngles), kAngle,
+               kUsualAngles),
+    PerChannel("channelValues", offsetof(ExternalSurroundParameters, channelValues), kChannelValue,
+               kUsualValues),
+    EngineValue("valueB", offsetof(ExternalSurroundParameters, valueB), 1.0)};
+
 constexpr Field kGainFields[] = {
     {"gainDb", kFloat32, offsetof(GainParameters, gainDb), "dB", kQuietestDb, kLoudestDb, 0.0}};
+
+constexpr Field ExpanderGain(const char* name, std::uint32_t offset) {
+    return {name, kFloat32, offset, "dB", kQuietestDb, kLoudestDb, 0.0};
+}
+constexpr Field kStereoExpanderFields[] = {
+    ExpanderGain("inputGainDb", offsetof(StereoExpanderParameters, inputGainDb)),
+    ExpanderGain("directGainDb", offsetof(StereoExpanderParameters, directGainDb)),
+    ExpanderGain("highSumGainDb", offsetof(StereoExpanderParameters, highSumGainDb)),
+    ExpanderGain("lowGainDb", offsetof(StereoExpanderParameters, lowGainDb)),
+    ExpanderGain("highGainDb", offsetof(StereoExpanderParameters, highGainDb)),
+    {"lowPassBand",
+     kRecord,
+     offsetof(StereoExpanderParameters, lowPassBand),
+     "",
+     0.0,
+     0.0,
+     {},
+     {},
+     &kBand},
+    {"highPassBand",
+     kRecord,
+     offsetof(StereoExpanderParameters, highPassBand),
+     "",
+     0.0,
+     0.0,
+     {},
+     {},
+     &kBand}};
 
 constexpr Field kExpanderFields[] = {
     {"targetChannels", kUnsigned32, offsetof(StreamExpanderParameters, targetChannels), "channels",
@@ -113,6 +174,9 @@ constexpr BlockFields kBlocks[] = {
      "combiner",
      {kCombinerFields, sizeof(ChannelsCombinerParameters)}},
     {&kCompressorBlockTypeId, "compressor", {kCompressorFields, sizeof(CompressorParameters)}},
+    {&kExternalSurroundBlockTypeId,
+     "external-surround",
+     {kExternalSurroundFields, sizeof(ExternalSurroundParameters)}},
     {&kGainBlockTypeId, "gain", {kGainFields, sizeof(GainParameters)}},
     {&kHighPassFilterBlockTypeId, "high-pass", kFilter},
     {&kHighShelfFilterBlockTypeId, "high-shelf", kGainFilter},
@@ -123,6 +187,9 @@ constexpr BlockFields kBlocks[] = {
     {&kNoiseGateBlockTypeId, "gate", {kGateFields, sizeof(NoiseGateParameters)}},
     {&kNotchFilterBlockTypeId, "notch", kFilter},
     {&kPeakingEQFilterBlockTypeId, "peaking", kGainFilter},
+    {&kStereoExpanderBlockTypeId,
+     "stereo-expander",
+     {kStereoExpanderFields, sizeof(StereoExpanderParameters)}},
     {&kStreamExpanderBlockTypeId, "expander", {kExpanderFields, sizeof(StreamExpanderParameters)}},
 };
 

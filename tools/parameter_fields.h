@@ -15,7 +15,10 @@ enum class FieldKind {
     kFloat32,
     kUnsigned32,
     kSigned32,
+    kSigned16,
+    kArray,     // a fixed number of bare values in the record itself
     kChoice16,  // u16; JSON has one of `choices`, whose place is the number
+    kRecord,    // a record inside the record
     kList,      // u32 count, always the last field; the items follow the record
 };
 
@@ -31,12 +34,17 @@ struct Field {
     FieldKind kind = FieldKind::kFloat32;
     std::uint32_t offset = 0;  // bytes from the start of the record
     const char* unit = "";
-    double minimum = 0.0;  // of the value; of the number of items for a list
+    double minimum = 0.0;  // of the value; of the number of items for a list or an array
     double maximum = 0.0;
     std::optional<double> defaultValue{};  // a field without one is required
     std::span<const char* const> choices{};
-    const RecordLayout* item = nullptr;  // of a list
+    const RecordLayout* item = nullptr;      // of a list or an array; the nested record itself
+    std::span<const double> itemDefaults{};  // of an array: none, or one for each item
 };
+
+inline bool IsRequired(const Field& field) {
+    return !field.defaultValue && field.itemDefaults.empty();
+}
 
 struct BlockFields {
     const GUID* typeId = nullptr;

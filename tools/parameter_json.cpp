@@ -35,11 +35,19 @@ void PutNumber(Bytes& bytes, std::size_t offset, FieldKind kind, double number) 
             return Put(bytes, offset, static_cast<std::uint32_t>(number));
         case FieldKind::kSigned32:
             return Put(bytes, offset, static_cast<std::int32_t>(number));
+        case FieldKind::kSigned16:
+            return Put(bytes, offset, static_cast<std::int16_t>(number));
+        case FieldKind::kArray:
         case FieldKind::kChoice16:
             return Put(bytes, offset, static_cast<std::uint16_t>(number));
+        case FieldKind::kRecord:
         case FieldKind::kList:
             return;
     }
+}
+
+std::size_t ArraySize(const Field& array) {
+    return static_cast<std::size_t>(array.maximum) * array.item->size;
 }
 
 std::string NumberText(double number) {
@@ -77,8 +85,8 @@ double ReadNumber(const Json& value, const Field& field, const JsonPlace& place)
     return number;
 }
 
-void ReadRecord(const Json& value, const RecordLayout& record, const JsonPlace& place,
-                Bytes& bytes);
+void ReadRecord(const Json& value, const RecordLayout& record, const JsonPlace& place, Bytes& bytes,
+                std::size_t start);
 
 // The items come behind the whole record, which nothing else follows.
 void ReadList(const Json& value, const Field& field, std::size_t offset, const JsonPlace& place,
@@ -91,13 +99,34 @@ void ReadList(const Json& value, const Field& field, std::size_t offset, const J
     Put(bytes, offset, static_cast<std::uint32_t>(value.size()));
     bytes.reserve(bytes.size() + value.size() * field.item->size);
     for (std::size_t i = 0; i < value.size(); ++i)
-        ReadRecord(value[i], *field.item, place.At(i), bytes);
+        ReadRecord(value[i], *field.item, place.At(i), bytes, bytes.size());
+}
+
+// A null `value` stands for the default.
+void ReadArray(const Json* value, const Field& field, std::size_t offset, const JsonPlace& place,
+               Bytes& bytes) {
+    const auto count = static_cast<std::size_t>(field.maximum);
+    if (value) {
+        RequireArray(*value, place);
+        if (value->size() != count)
+            throw Refusal(place, "must have " + NumberText(field.maximum) + " items");
+    }
+    const Field& item = field.item->fields.front();
+    for (std::size_t i = 0; i < count; ++i) {
+        const double number =
+            value ? ReadNumber((*value)[i], item, place.At(i)) : field.itemDefaults[i];
+        PutNumber(bytes, offset + i * field.item->size, item.kind, number);
+    }
 }
 
 void ReadField(const Json* value, const Field& field, std::size_t offset, const JsonPlace& place,
                Bytes& bytes) {
-    if (!value && !field.defaultValue) throw Refusal(place, "is required");
+    if (!value && IsRequired(field)) throw Refusal(place, "is required");
+    if (field.kind == FieldKind::kArray) return ReadArray(value, field, offset, place, bytes);
     if (field.kind == FieldKind::kList) return ReadList(*value, field, offset, place, bytes);
+    if (field.kind == FieldKind::kRecord) {
+        return ReadRecord(*value, *field.item, place, bytes, offset);
+    }
     const double number = value ? ReadNumber(*value, field, place) : *field.defaultValue;
     PutNumber(bytes, offset, field.kind, number);
 }
@@ -117,11 +146,10 @@ void RefuseUnknownFields(const Json& object, const RecordLayout& record, const J
     }
 }
 
-// Appends the record to `bytes`.
-void ReadRecord(const Json& value, const RecordLayout& record, const JsonPlace& place,
-                Bytes& bytes) {
-    const std::size_t start = bytes.size();
-    bytes.resize(start + record.size);
+// Puts the record into `bytes` from `start` on, which grow when they end there.
+void ReadRecord(const Json& value, const RecordLayout& record, const JsonPlace& place, Bytes& bytes,
+                std::size_t start) {
+    bytes.resize(std::max(bytes.size(), start + record.size));
     if (IsBareValue(record)) return ReadField(&value, record.fields.front(), start, place, bytes);
     RequireObject(value, place);
     RefuseUnknownFields(value, record, place);
@@ -150,6 +178,12 @@ OrderedJson WriteField(std::span<const std::uint8_t> bytes, const Field& field,
             return Get<std::uint32_t>(bytes, field.offset);
         case FieldKind::kSigned32:
             return Get<std::int32_t>(bytes, field.offset);
+        case FieldKind::kSigned16:
+            return Get<std::int16_t>(bytes, field.offset);
+        case FieldKind::kArray:
+            return WriteList(bytes.subspan(field.offset, ArraySize(field)), *field.item);
+        case FieldKind::kRecord:
+            return WriteRecord(bytes.subspan(field.offset, field.item->size), *field.item);
         case FieldKind::kList:
             return WriteList(bytes.subspan(recordSize), *field.item);
         case FieldKind::kChoice16:
@@ -183,7 +217,7 @@ bool HasWholeLength(std::span<const std::uint8_t> bytes, const RecordLayout& rec
 
 Bytes ReadParameters(const Json& parameters, const RecordLayout& record, const JsonPlace& place) {
     Bytes bytes;
-    ReadRecord(parameters, record, place, bytes);
+    ReadRecord(parameters, record, place, bytes, 0);
     return bytes;
 }
 

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "platform/utf8_text.h"
+
 namespace quorvel::tool {
 namespace {
 
@@ -9,7 +11,6 @@ namespace {
 constexpr std::uint32_t kFirstPaired = 0x10000;
 constexpr std::uint32_t kHighSurrogate = 0xD800;
 constexpr std::uint32_t kLowSurrogate = 0xDC00;
-constexpr std::uint32_t kPastSurrogates = 0xE000;
 
 void AppendUtf16(WideText& text, std::uint32_t point) {
     if (point >= kFirstPaired) {
@@ -17,15 +18,6 @@ void AppendUtf16(WideText& text, std::uint32_t point) {
         point = kLowSurrogate + (point & 0x3FF);
     }
     text += static_cast<WCHAR>(point);
-}
-
-// Lead byte, then six bits a byte.
-void AppendUtf8(std::string& text, std::uint32_t point) {
-    const int more = point < 0x80 ? 0 : point < 0x800 ? 1 : point < kFirstPaired ? 2 : 3;
-    constexpr std::uint32_t kLead[] = {0x00, 0xC0, 0xE0, 0xF0};
-    text += static_cast<char>(kLead[more] | (point >> (6 * more)));
-    for (int i = more - 1; i >= 0; --i)
-        text += static_cast<char>(0x80 | ((point >> (6 * i)) & 0x3F));
 }
 
 }  // namespace
@@ -45,18 +37,7 @@ WideText ToUtf16(std::string_view text) {
 
 std::optional<std::string> ToUtf8(std::basic_string_view<WCHAR> text) {
     std::string narrow;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        std::uint32_t point = text[i];
-        if (point >= kHighSurrogate && point < kPastSurrogates) {
-            const std::uint32_t low = i + 1 < text.size() ? text[i + 1] : 0u;
-            const bool isPair =
-                point < kLowSurrogate && low >= kLowSurrogate && low < kPastSurrogates;
-            if (!isPair) return {};
-            point = kFirstPaired + ((point - kHighSurrogate) << 10) + (low - kLowSurrogate);
-            ++i;
-        }
-        AppendUtf8(narrow, point);
-    }
+    if (!platform::AppendUtf8(narrow, text)) return {};
     return narrow;
 }
 

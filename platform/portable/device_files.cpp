@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
 #include <utility>
 
 #include "platform/portable/device_registry.h"
 #include "platform/portable/handle_table.h"
 #include "platform/portable/pending_reads.h"
+#include "platform/portable/regular_file.h"
 #include "platform/portable/threads.h"
 #include "platform/portable/waits.h"
 
@@ -30,6 +32,11 @@ DWORD FileAccess(DWORD genericAccess) {
            (genericAccess & GENERIC_WRITE ? FILE_WRITE_ACCESS : 0);
 }
 
+// Whether only devices can be at `path`.
+bool IsDevicePath(std::u16string_view path) {
+    return path.starts_with(u"\\\\?\\") || path.starts_with(u"\\\\.\\");
+}
+
 // The file behind a handle, kept alive for a call into the device; null with the last error.
 std::shared_ptr<OpenFile> FindFile(HANDLE handle, DWORD access) {
     KernelLock lock;
@@ -44,6 +51,15 @@ HANDLE OpenDevice(Device& device, DWORD access, DWORD flags) {
     // `file` outlives the lock, as its end is the device's code.
     const auto file =
         std::make_shared<OpenFile>(std::move(deviceFile), (flags & FILE_FLAG_OVERLAPPED) != 0);
+    KernelLock lock;
+    return HandleTable::Get(lock).Insert(lock, file, FileAccess(access));
+}
+
+HANDLE OpenRegularFile(const WCHAR* path, DWORD access, DWORD disposition, DWORD flags) {
+    if (flags & FILE_FLAG_OVERLAPPED) return FailWith(ERROR_NOT_SUPPORTED, INVALID_HANDLE_VALUE);
+    std::shared_ptr<RegularFile> file;
+    const DWORD error = RegularFile::Open(path, access, disposition, file);
+    if (error != ERROR_SUCCESS) return FailWith(error, INVALID_HANDLE_VALUE);
     KernelLock lock;
     return HandleTable::Get(lock).Insert(lock, file, FileAccess(access));
 }
@@ -99,10 +115,12 @@ using namespace quorvel::platform;
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD, SECURITY_ATTRIBUTES*, DWORD disposition,
                    DWORD flags, HANDLE) {
     if (!path || *path == 0) return FailWith(ERROR_PATH_NOT_FOUND, INVALID_HANDLE_VALUE);
-    if (disposition != OPEN_EXISTING)
-        return FailWith(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
     return OrNotEnoughMemory(INVALID_HANDLE_VALUE, [&] {
         const std::shared_ptr<Device> device = FindDevice(path);
+        if (!device && !IsDevicePath(path))
+            return OpenRegularFile(path, access, disposition, flags);
+        if (disposition != OPEN_EXISTING)
+            return FailWith(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
         if (!device) return FailWith(ERROR_FILE_NOT_FOUND, INVALID_HANDLE_VALUE);
         return OpenDevice(*device, access, flags);
     });
@@ -130,6 +148,7 @@ BOOL DeviceIoControl(HANDLE handle, DWORD code, LPVOID in, DWORD inSize, LPVOID 
 }
 
 BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, DWORD* count, OVERLAPPED* overlapped) {
+    if (IsRegularFile(handle)) return ReadRegularFile(handle, buffer, size, count, overlapped);
     std::shared_ptr<OpenFile> file;
     const auto read = OrNotEnoughMemory(std::shared_ptr<PendingRead>{}, [&] {
         const std::shared_ptr<PendingRead> refused;

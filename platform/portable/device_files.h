@@ -1,4 +1,5 @@
-// Device files of Windows, over the devices that this process registered (device.h).
+// Device files of Windows, over the devices that this process registered (device.h), and the calls
+// that they have in common with regular files (files.h).
 #pragma once
 
 #include "platform/portable/control_codes.h"
@@ -32,6 +33,9 @@ struct OVERLAPPED {
 // nothing. INVALID_HANDLE_VALUE when it fails: ERROR_FILE_NOT_FOUND (no such device),
 // ERROR_PATH_NOT_FOUND (null or empty path), ERROR_INVALID_PARAMETER (`disposition` is not
 // OPEN_EXISTING), ERROR_NOT_ENOUGH_MEMORY, or the device's own refusal.
+//
+// Where no device is registered, a path that starts neither with "\\?\" nor with "\\.\" names a
+// regular file: files.h tells what then holds.
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD shareMode, SECURITY_ATTRIBUTES* security,
                    DWORD disposition, DWORD flags, HANDLE templateFile);
 
@@ -50,6 +54,7 @@ BOOL DeviceIoControl(HANDLE file, DWORD code, LPVOID in, DWORD inSize, LPVOID ou
 //   completes at once  TRUE, the event is signalled, `*read` and InternalHigh are the count;
 //   fails at once      FALSE with the device's error, the event is signalled;
 //   pends              FALSE with ERROR_IO_PENDING, `*read` is 0.
+// A read of a regular file is another matter, see files.h.
 // A pending read ends when the device completes it, or cancelled with ERROR_OPERATION_ABORTED: by
 // CancelIo, by closing the file's last handle, or at the end of the thread that started it. After
 // that the buffer and the OVERLAPPED are the client's again. `read` may be null.

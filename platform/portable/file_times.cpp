@@ -72,3 +72,10 @@ BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* moment) {
     moment->wMilliseconds = static_cast<WORD>(clock.subseconds().count());
     return TRUE;
 }
+
+void GetLocalTime(SYSTEMTIME* moment) {
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    FileTimeToLocalFileTime(&now, &now);
+    FileTimeToSystemTime(&now, moment);
+}

@@ -28,6 +28,9 @@ static_assert(sizeof(SYSTEMTIME) == 16);
 // The present time in UTC.
 void GetSystemTimeAsFileTime(FILETIME* time);
 
+// The present time by the machine's time zone.
+void GetLocalTime(SYSTEMTIME* moment);
+
 // Shifts `utc` by the offset from UTC that the machine's time zone has NOW, also when daylight
 // saving was different at the moment that `utc` tells. FALSE with ERROR_INVALID_PARAMETER, and
 // `local` left alone, when either time lies before 1601 or is 2^63 or more. `local` may be `utc`.

@@ -68,6 +68,19 @@ class Maker {
                 }
                 continue;
             }
+            if (field.kind == FieldKind::kArray) {
+                for (std::uint32_t i = 0; i < static_cast<std::uint32_t>(field.maximum); ++i) {
+                    const Bytes item = Values(*field.item);
+                    std::copy(item.begin(), item.end(),
+                              &record[field.offset + i * field.item->size]);
+                }
+                continue;
+            }
+            if (field.kind == FieldKind::kRecord) {
+                const Bytes nested = Values(*field.item);
+                std::copy(nested.begin(), nested.end(), &record[field.offset]);
+                continue;
+            }
             std::uniform_real_distribution<double> uniform(field.minimum, field.maximum);
             const double value = uniform(random);
             if (field.kind == FieldKind::kFloat32) {
@@ -76,8 +89,9 @@ class Maker {
                 std::memcpy(&record[field.offset], &single, sizeof(single));
             } else {
                 const auto whole = static_cast<std::int32_t>(std::lround(value));
-                const std::size_t size = field.kind == FieldKind::kChoice16 ? 2 : 4;
-                std::memcpy(&record[field.offset], &whole, size);
+                const bool isShort =
+                    field.kind == FieldKind::kChoice16 || field.kind == FieldKind::kSigned16;
+                std::memcpy(&record[field.offset], &whole, isShort ? 2 : 4);
             }
         }
         return record;
@@ -186,7 +200,7 @@ TEST(JsonForm, TheTableCoversEveryKindOfTheFactory) {
         ASSERT_TRUE(fields) << kind.name;
         std::uint32_t smallest = fields->record.size;
         for (const Field& field : fields->record.fields) {
-            if (field.item) smallest += field.item->size;
+            if (field.kind == FieldKind::kList) smallest += field.item->size;
         }
         EXPECT_EQ(smallest, kind.smallestRecord) << kind.name;
     }

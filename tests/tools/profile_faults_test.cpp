@@ -77,6 +77,14 @@ constexpr Case kBlocks[] = {
     {R"("type": "NotchFilterBlock", "parameters":
         {"bands": [{"frequency": 9, "width": 1, "widthMode": 1}]})",
      ".parameters.bands[0].widthMode: must be one of \"Q\", \"Octaves\", \"ShelfSlope\""},
+    {R"("type": "ExternalSurroundBlock", "parameters": {"customAngles": [0, 0, 0, 0, 0, 0, 0]})",
+     ".parameters.customAngles: must have 8 items"},
+    {R"("type": "ExternalSurroundBlock", "parameters":
+        {"customAngles": [0, 0, 0, 0, 0, 0, 0, 181]})",
+     ".parameters.customAngles[7]: must be in the range -180 to 180 degrees"},
+    {R"("type": "StereoExpanderBlock", "parameters": {})", ".parameters.lowPassBand: is required"},
+    {R"("type": "StereoExpanderBlock", "parameters": {"lowPassBand": {"frequency": 9}})",
+     ".parameters.lowPassBand.width: is required"},
     {R"("type": "ChannelsCombinerBlock", "parameters": {"channelOffsets": [0, 8]})",
      ".parameters.channelOffsets[1]: must be in the range -1 to 7"},
 };

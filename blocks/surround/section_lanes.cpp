@@ -1,0 +1,32 @@
+#include "blocks/surround/section_lanes.h"
+
+#include <cstdint>
+
+#include "blocks/biquad_design.h"
+#include "blocks/surround/faded.h"
+
+namespace quorvel {
+
+void SetSection(SectionLanes& section, int lane, const TypedFilterBand& wanted, double sampleRate) {
+    BiquadSection design;
+    design.type = wanted.type;
+    design.band = wanted.band;
+    ComputeCoefficients(design, static_cast<uint32_t>(sampleRate));
+    section.b0[lane] = design.b0;
+    section.b1[lane] = design.b1;
+    section.b2[lane] = design.b2;
+    section.a1[lane] = design.a1;
+    section.a2[lane] = design.a2;
+}
+
+void DropFadedStates(SectionLanes& section) {
+    DropFadedStates(section.s1);
+    DropFadedStates(section.s2);
+}
+
+void DropFadedStates(float (&states)[kLanes]) {
+    for (float& state : states)
+        state = WithoutFaded(state);
+}
+
+}  // namespace quorvel

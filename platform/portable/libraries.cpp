@@ -1,0 +1,17 @@
+#include "platform/portable/libraries.h"
+
+#include "platform/portable/failures.h"
+
+using quorvel::platform::FailWith;
+
+HMODULE LoadLibraryW(const WCHAR*) {
+    return FailWith(ERROR_MOD_NOT_FOUND, HMODULE{});
+}
+
+FARPROC GetProcAddress(HMODULE, const char*) {
+    return FailWith(ERROR_MOD_NOT_FOUND, FARPROC{});
+}
+
+BOOL FreeLibrary(HMODULE) {
+    return FailWith(ERROR_MOD_NOT_FOUND, FALSE);
+}
