@@ -1,7 +1,7 @@
 #include "diagnostics/debug_log.h"
 
+#include <cctype>
 #include <functional>
-#include <regex>
 
 #include "diagnostics/log_settings.h"
 #include "tests/support/temporary_directory.h"
@@ -33,12 +33,11 @@ class DebugLog : public testing::Test {
 
 TEST_F(DebugLog, TheVerbosityChoosesTheLevels) {
     for (const int32_t verbosity : {5, 0, 3, -1, 9}) {
-        if (verbosity != 5) logSettings.verbosity = verbosity;  // 5 is what is shipped
+        if (verbosity != 5) logSettings.verbosity = verbosity;  // 5 is shipped
         for (int level = -1; level <= 6; ++level) {
             logSettings.wasUsed = false;
-            const bool isKnown = level >= 0 && level <= 5;
             const std::string text = Shown([&] { Log(level, "", 1, nullptr, u"text"); });
-            EXPECT_EQ(text.ends_with(": text"), isKnown && level <= verbosity) << level;
+            EXPECT_EQ(text.ends_with(": text"), level >= 0 && level <= std::min(verbosity, 5));
             EXPECT_EQ(logSettings.wasUsed, !text.empty()) << level;
             const std::string line = Shown([&] { WriteLogLine(level, u"line"); });
             EXPECT_EQ(line, level <= verbosity ? "line" : "") << level << " of " << verbosity;
@@ -50,17 +49,18 @@ TEST_F(DebugLog, ALineTellsTimePlaceAndObjectAndIsCutToTheBuffer) {
     const auto object = reinterpret_cast<const void*>(std::uintptr_t{0xAB12});
     const std::string line = Shown(
         [&] { Log(2, "a.cpp", 81, object, u"%d %s %S %.2f \u00E4", -7, u"wide", "narrow", 0.5); });
-    const std::regex form(
-        "[0-9]{4}-[01][0-9]-[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{3} "
-        "0{12}AB12 \\(a\\.cpp:81\\): -7 wide narrow 0\\.50 \xC3\xA4");
-    EXPECT_TRUE(std::regex_match(line, form)) << line;
+    const std::string head = "9999-99-99 99:99:99.999 ";
+    std::string digits = line.substr(0, head.size());
+    for (char& digit : digits)
+        if (std::isdigit(static_cast<unsigned char>(digit))) digit = '9';
+    EXPECT_EQ(digits, head);
+    EXPECT_EQ(line.substr(head.size()),
+              "000000000000AB12 (a.cpp:81): -7 wide narrow 0.50 \xC3\xA4");
 
     const std::u16string longText(3000, u'x');
     const std::string cut = Shown([&] { Log(2, "a.cpp", 81, object, u"%s", longText.c_str()); });
     EXPECT_EQ(cut.size(), 1023u);
     EXPECT_TRUE(cut.ends_with("(a.cpp:81): " + std::string(1023 - cut.find('x'), 'x')));
-    const std::string longName(3000, 'y');
-    EXPECT_EQ(Shown([&] { Log(2, longName.c_str(), 1, object, u"x"); }).size(), 1023u);
 }
 
 TEST_F(DebugLog, TheFileGrowsByLinesAndStartsAfreshWhenItIsTooLong) {

@@ -17,15 +17,10 @@ class TemporaryDirectory {
   public:
     TemporaryDirectory() {
         std::string name = testing::TempDir() + "quorvel-XXXXXX";
-        if (mkdtemp(name.data())) path = name;
-        EXPECT_FALSE(path.empty());
+        EXPECT_TRUE(mkdtemp(name.data()));
+        path = name;
     }
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        if (!path.empty()) std::filesystem::remove_all(path, ignored);
-    }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+    ~TemporaryDirectory() { std::filesystem::remove_all(path); }
 
     std::filesystem::path operator/(const char* name) const { return path / name; }
 
