@@ -91,7 +91,8 @@ void APOLFX::OnQuorvelAudioDeviceEvent(SYSTEMTIME time, QuorvelDriverEvents even
 // Without memory the client stays unknown.
 void APOLFX::ProbeClientProcess() {
     try {
-        if (const auto client = FindClientProcess(GetClassId(), osVersion.dwMajorVersion, *device)) {
+        if (const auto client =
+                FindClientProcess(GetClassId(), osVersion.dwMajorVersion, *device)) {
             clientProcessId = client->processId;
             clientImagePath = client->imagePath;
         }

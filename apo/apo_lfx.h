@@ -7,8 +7,8 @@
 
 namespace quorvel {
 
-// The profile of a stream whose program no other profile applies to. A stream that has it asks again
-// at every change of assignments.
+// The profile of a stream whose program no other profile applies to. A stream that has it asks
+// again at every change of assignments.
 extern const GUID kFallbackProfileId;
 
 class APOLFX : public BaseAPO {

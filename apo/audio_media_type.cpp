@@ -117,7 +117,8 @@ HRESULT CreateAudioMediaType(const WAVEFORMATEX& format, IAudioMediaType** media
     if (!isExtensible && format.wFormatTag != kPcmTag && format.wFormatTag != kFloatTag)
         return E_INVALIDARG;
     std::memcpy(&wave, &format, isExtensible ? sizeof(wave) : sizeof(wave.Format));
-    if (!isExtensible) wave.SubFormat = format.wFormatTag == kPcmTag ? kPcmSubFormat : kIeeeFloatSubFormat;
+    if (!isExtensible)
+        wave.SubFormat = format.wFormatTag == kPcmTag ? kPcmSubFormat : kIeeeFloatSubFormat;
     wave.Format.cbSize = isExtensible ? kExtensionSize : WORD{0};
 
     const WORD validBits = wave.Samples.wValidBitsPerSample;

@@ -1,5 +1,5 @@
-// The audio processing object of the headset: a graph of blocks, fed by the audio engine, configured
-// by a profile of the driver.
+// The audio processing object of the headset: a graph of blocks, fed by the audio engine,
+// configured by a profile of the driver.
 //
 // Threads
 //   real-time thread  APOProcess
@@ -62,8 +62,8 @@ class BaseAPO : public CBaseAudioProcessingObject,
     virtual DWORD NotifyStreamFormat(const WAVEFORMATEXTENSIBLE& input, const WAVEFORMATEX* output);
     virtual DWORD NotifyStreamUnlocked();
 
-    virtual DWORD GetChainId() = 0;  // the profile's chain that the object runs
-    virtual bool IsOutput() = 0;     // sound for the headset, not from its microphone
+    virtual DWORD GetChainId() = 0;      // the profile's chain that the object runs
+    virtual bool IsOutput() = 0;         // sound for the headset, not from its microphone
     virtual bool UsesChannelHoldTime();  // the processing width follows the channels in use
 
     // --- IAudioProcessingObjectRT ---
@@ -71,11 +71,10 @@ class BaseAPO : public CBaseAudioProcessingObject,
     // Buffers are 32-bit floats, frames × channels of the locked formats; in and out may be one.
     // Allocates nothing but what AudioGraph::Process may, takes no lock but `processLock`; a change
     // of the active channels is told to the driver from here.
-    void STDMETHODCALLTYPE APOProcess(UINT32 u32NumInputConnections,
-                                      APO_CONNECTION_PROPERTY** ppInputConnections,
-                                      UINT32 u32NumOutputConnections,
-                                      APO_CONNECTION_PROPERTY** ppOutputConnections)
-        QUORVEL_REAL_TIME override;
+    void STDMETHODCALLTYPE
+    APOProcess(UINT32 u32NumInputConnections, APO_CONNECTION_PROPERTY** ppInputConnections,
+               UINT32 u32NumOutputConnections,
+               APO_CONNECTION_PROPERTY** ppOutputConnections) QUORVEL_REAL_TIME override;
 
     // --- IAudioProcessingObjectConfiguration ---
     // What the base says; then, unless the graph is prepared already, builds it from the profile.

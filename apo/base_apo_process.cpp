@@ -8,8 +8,8 @@
 namespace quorvel {
 namespace {
 
-// What a stream without a mask is taken for, should a lock ever leave it without: not everywhere the
-// mask that a lock prefers.
+// What a stream without a mask is taken for, should a lock ever leave it without: not everywhere
+// the mask that a lock prefers.
 std::uint32_t MaskOfUnmaskedStream(std::uint32_t channels) {
     constexpr std::uint32_t kMasks[] = {0, 0x4, 0x3, 0xB, 0x33, 0x3B, 0x3F, 0x70F, 0xFF};
     return channels < std::size(kMasks) ? kMasks[channels] : 0;
@@ -26,11 +26,10 @@ void PassOn(const APO_CONNECTION_PROPERTY& input, APO_CONNECTION_PROPERTY& outpu
 
 }  // namespace
 
-QUORVEL_RT_CODE void BaseAPO::APOProcess(UINT32 u32NumInputConnections,
-                                         APO_CONNECTION_PROPERTY** ppInputConnections,
-                                         UINT32 u32NumOutputConnections,
-                                         APO_CONNECTION_PROPERTY** ppOutputConnections)
-    QUORVEL_REAL_TIME {
+QUORVEL_RT_CODE void BaseAPO::APOProcess(
+    UINT32 u32NumInputConnections, APO_CONNECTION_PROPERTY** ppInputConnections,
+    UINT32 u32NumOutputConnections,
+    APO_CONNECTION_PROPERTY** ppOutputConnections) QUORVEL_REAL_TIME {
     if (u32NumInputConnections == 0) return;
     const APO_CONNECTION_PROPERTY& input = *ppInputConnections[0];
     switch (input.u32BufferFlags) {

@@ -10,10 +10,9 @@ RTL_OSVERSIONINFOEXW ReadOsVersion() {
     version.dwOSVersionInfoSize = sizeof(version);
     using GetVersion = LONG(WINAPI*)(RTL_OSVERSIONINFOEXW*);
     const HMODULE kernel = GetModuleHandleW(QUORVEL_WIDE("ntdll.dll"));
-    const auto getVersion =
-        kernel ? reinterpret_cast<GetVersion>(
-                     reinterpret_cast<void*>(GetProcAddress(kernel, "RtlGetVersion")))
-               : nullptr;
+    const auto getVersion = kernel ? reinterpret_cast<GetVersion>(reinterpret_cast<void*>(
+                                         GetProcAddress(kernel, "RtlGetVersion")))
+                                   : nullptr;
     if (getVersion) getVersion(&version);
     return version;
 }

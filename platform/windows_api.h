@@ -33,6 +33,7 @@
 #include "platform/portable/heap.h"
 #include "platform/portable/libraries.h"
 #include "platform/portable/multimedia_devices.h"
+#include "platform/portable/registry.h"
 #include "platform/portable/threads.h"
 #include "platform/portable/types.h"
 #include "platform/portable/uuid.h"

@@ -75,3 +75,19 @@ void CoUninitialize();
 // Memory that one side allocates and the other releases; null when it cannot be had.
 void* CoTaskMemAlloc(SIZE_T size);
 void CoTaskMemFree(void* memory);
+
+// The class object of a registered class, or an object of it, in this process: `context` is not
+// looked at. REGDB_E_CLASSNOTREG for an unknown class, HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND) when
+// its module is not there; what the class says else. See class_table.h.
+HRESULT CoGetClassObject(REFCLSID classId, DWORD context, void* server, REFIID iid, void** object);
+HRESULT CoCreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID iid,
+                         void** object);
+
+// Writes "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" with its terminator and returns the units
+// written; 0, and nothing is written, when `count` is below 39.
+int StringFromGUID2(REFGUID guid, WCHAR* text, int count);
+
+// The language of the calling thread, for texts of the system; neutral (0) at first.
+DWORD GetThreadLocale();
+BOOL SetThreadLocale(DWORD locale);
+inline constexpr DWORD LOCALE_SYSTEM_DEFAULT = 0x800;

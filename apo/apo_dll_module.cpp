@@ -1,0 +1,120 @@
+#include "apo/apo_dll_module.h"
+
+#include <new>
+
+#include "apo/apo_classes.h"
+#include "apo/apo_registration.h"
+#include "apo/class_factory.h"
+#include "apo/class_ids.h"
+#include "apo/registration_records.h"
+#include "apo/registry_script.h"
+#include "apo/registry_script_texts.h"
+#include "platform/module_file.h"
+#include "platform/type_library.h"
+#include "platform/wide_text.h"
+
+namespace quorvel {
+namespace {
+
+struct ModuleClass {
+    const CLSID* id;
+    CreateObject create;
+    const char* script;
+};
+
+// In the order of the registration records.
+const ModuleClass kClasses[] = {
+    {&class_id::kLfxOut, CreateComObject<APOLFXOUT>, script_text::kLfxOut},
+    {&class_id::kGfxOut, CreateComObject<APOGFXOUT>, script_text::kGfxOut},
+    {&class_id::kLfxIn, CreateComObject<APOLFXIN>, script_text::kLfxIn},
+    {&class_id::kGfxIn, CreateComObject<APOGFXIN>, script_text::kGfxIn},
+};
+
+constexpr platform::WideLiteral kTypeLibraryName("APODlllib");
+
+platform::TypeLibrary ModuleTypeLibrary() {
+    return {.id = {0x4924510F, 0xC676, 0x4717, {0x92, 0xFB, 0xFD, 0xAE, 0xA9, 0x2E, 0xB0, 0x0B}},
+            .majorVersion = 1,
+            .minorVersion = 0,
+            .name = kTypeLibraryName.text};
+}
+
+// The system's language instead of the thread's for its lifetime.
+class SystemLocale {
+  public:
+    SystemLocale() : before(GetThreadLocale()) { SetThreadLocale(LOCALE_SYSTEM_DEFAULT); }
+    ~SystemLocale() { SetThreadLocale(before); }
+    SystemLocale(const SystemLocale&) = delete;
+    SystemLocale& operator=(const SystemLocale&) = delete;
+
+  private:
+    const DWORD before;
+};
+
+DWORD RunScripts(const std::basic_string<WCHAR>& file, ScriptAction action) {
+    const ScriptReplacement replacements[] = {{"MODULE", file}, {"APPID", {}}};
+    for (const ModuleClass& entry : kClasses)
+        if (const DWORD error = RunRegistryScript(entry.script, replacements, action)) return error;
+    return ERROR_SUCCESS;
+}
+
+HRESULT RegisterComServer() {
+    const SystemLocale locale;
+    const auto file = platform::ModuleFile();
+    if (const DWORD error = RunScripts(file, ScriptAction::kRegister))
+        return HRESULT_FROM_WIN32(error);
+    return platform::RegisterTypeLibrary(ModuleTypeLibrary(), file);
+}
+
+HRESULT UnregisterComServer() {
+    if (const DWORD error = RunScripts(platform::ModuleFile(), ScriptAction::kUnregister))
+        return HRESULT_FROM_WIN32(error);
+    return platform::UnregisterTypeLibrary(ModuleTypeLibrary());
+}
+
+// The first `count` records.
+void TakeBack(std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        UnregisterAPO(RegistrationRecords()[i]->clsid);
+}
+
+}  // namespace
+
+HRESULT APODllModule::GetClassObject(REFCLSID classId, REFIID iid, void** object) {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    for (const ModuleClass& entry : kClasses)
+        if (*entry.id == classId) return CreateClassFactory(entry.create, iid, object);
+    return CLASS_E_CLASSNOTAVAILABLE;
+}
+
+HRESULT APODllModule::CanUnloadNow() {
+    return ModuleLock::Count() > 0 ? S_FALSE : S_OK;
+}
+
+HRESULT APODllModule::RegisterServer() try {
+    std::size_t registered = 0;
+    HRESULT result = S_OK;
+    for (const APO_REG_PROPERTIES* const record : RegistrationRecords()) {
+        result = RegisterAPO(record);
+        if (FAILED(result)) break;
+        ++registered;
+    }
+    if (SUCCEEDED(result)) result = RegisterComServer();
+    if (FAILED(result)) TakeBack(registered);
+    return result;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+HRESULT APODllModule::UnregisterServer() try {
+    HRESULT result = UnregisterComServer();
+    if (FAILED(result)) return result;
+    for (const APO_REG_PROPERTIES* const record : RegistrationRecords())
+        result = UnregisterAPO(record->clsid);
+    return result;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+}  // namespace quorvel

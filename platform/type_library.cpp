@@ -1,0 +1,69 @@
+#include "platform/type_library.h"
+
+#ifdef _WIN32
+#include <oleauto.h>
+#endif
+
+namespace quorvel::platform {
+
+#ifdef _WIN32
+
+HRESULT RegisterTypeLibrary(const TypeLibrary&, const std::basic_string<WCHAR>& path) {
+    ITypeLib* library = nullptr;
+    HRESULT result = LoadTypeLibEx(path.c_str(), REGKIND_NONE, &library);
+    if (result == TYPE_E_CANTLOADLIBRARY) return S_OK;
+    if (FAILED(result)) return result;
+    std::basic_string<WCHAR> file = path;
+    result = RegisterTypeLib(library, file.data(), nullptr);
+    library->Release();
+    return result;
+}
+
+HRESULT UnregisterTypeLibrary(const TypeLibrary& library) {
+    const SYSKIND system = sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32;
+    const HRESULT result =
+        UnRegisterTypeLib(library.id, library.majorVersion, library.minorVersion, 0, system);
+    return result == TYPE_E_REGISTRYACCESS ? S_OK : result;
+}
+
+#else
+
+namespace {
+
+std::u16string KeyOf(const TypeLibrary& library) {
+    WCHAR id[39];
+    StringFromGUID2(library.id, id, 39);
+    return std::u16string(u"TypeLib\\").append(id);
+}
+
+LSTATUS SetText(const std::u16string& path, const std::u16string& text) {
+    HKEY key = nullptr;
+    LSTATUS error = RegCreateKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, nullptr,
+                                    REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, &key, nullptr);
+    if (error != ERROR_SUCCESS) return error;
+    const auto size = static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR));
+    error =
+        RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()), size);
+    RegCloseKey(key);
+    return error;
+}
+
+}  // namespace
+
+HRESULT RegisterTypeLibrary(const TypeLibrary& library, const std::basic_string<WCHAR>& path) {
+    const std::u16string version = KeyOf(library) + u"\\" +
+                                   char16_t(u'0' + library.majorVersion % 10) + u"." +
+                                   char16_t(u'0' + library.minorVersion % 10);
+    LSTATUS error = SetText(version, library.name);
+    if (error == ERROR_SUCCESS) error = SetText(version + u"\\0\\win32", path);
+    return HRESULT_FROM_WIN32(static_cast<DWORD>(error));
+}
+
+HRESULT UnregisterTypeLibrary(const TypeLibrary& library) {
+    const LSTATUS error = RegDeleteTreeW(HKEY_CLASSES_ROOT, KeyOf(library).c_str());
+    return error == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(static_cast<DWORD>(error));
+}
+
+#endif
+
+}  // namespace quorvel::platform
