@@ -2,6 +2,7 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <optional>
 
 #include "apo/base_apo.h"
 #include "apo/driver_event_payload.h"

@@ -5,12 +5,16 @@
 
 #include "apo/class_ids.h"
 #include "platform/code_sections.h"
-#include "platform/wide_literal.h"
+#include "platform/wide_text.h"
 
 namespace quorvel {
 namespace {
 
-constexpr std::basic_string_view<WCHAR> kCopyright = QUORVEL_WIDE("Copyright (c) Quorvel");
+constexpr platform::WideLiteral kCopyright("Copyright (c) Quorvel");
+constexpr platform::WideLiteral kLfxOutName("Quorvel Audio Processing Output Stream Object 2.2.20");
+constexpr platform::WideLiteral kGfxOutName("Quorvel Audio Processing Output Endpoint Object 2.2.20");
+constexpr platform::WideLiteral kLfxInName("Quorvel Audio Processing Input Stream Object 2.2.20");
+constexpr platform::WideLiteral kGfxInName("Quorvel Audio Processing Input Endpoint Object 2.2.20");
 
 // Input and output may differ in width, so samples per frame need not match.
 constexpr auto kFlags = static_cast<APO_FLAG>(
@@ -40,7 +44,7 @@ constexpr APO_REG_PROPERTIES Record(const CLSID& classId, const IID& interfaceId
         .iidAPOInterfaceList = {interfaceId},
     };
     CopyText(name, record.szFriendlyName);
-    CopyText(kCopyright, record.szCopyrightInfo);
+    CopyText(kCopyright.text, record.szCopyrightInfo);
     return record;
 }
 
@@ -48,16 +52,16 @@ constexpr APO_REG_PROPERTIES Record(const CLSID& classId, const IID& interfaceId
 
 QUORVEL_RT_DATA APO_REG_PROPERTIES lfxOutRegistration =
     Record(class_id::kLfxOut, interface_id::kLfxOut,
-           QUORVEL_WIDE("Quorvel Audio Processing Output Stream Object 2.2.20"));
+           kLfxOutName.text);
 QUORVEL_RT_DATA APO_REG_PROPERTIES gfxOutRegistration =
     Record(class_id::kGfxOut, interface_id::kGfxOut,
-           QUORVEL_WIDE("Quorvel Audio Processing Output Endpoint Object 2.2.20"));
+           kGfxOutName.text);
 QUORVEL_RT_DATA APO_REG_PROPERTIES lfxInRegistration =
     Record(class_id::kLfxIn, interface_id::kLfxIn,
-           QUORVEL_WIDE("Quorvel Audio Processing Input Stream Object 2.2.20"));
+           kLfxInName.text);
 QUORVEL_RT_DATA APO_REG_PROPERTIES gfxInRegistration =
     Record(class_id::kGfxIn, interface_id::kGfxIn,
-           QUORVEL_WIDE("Quorvel Audio Processing Input Endpoint Object 2.2.20"));
+           kGfxInName.text);
 
 std::array<const APO_REG_PROPERTIES*, 4> RegistrationRecords() {
     return {&lfxOutRegistration, &gfxOutRegistration, &lfxInRegistration, &gfxInRegistration};

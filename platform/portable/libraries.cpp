@@ -8,10 +8,6 @@ HMODULE LoadLibraryW(const WCHAR*) {
     return FailWith(ERROR_MOD_NOT_FOUND, HMODULE{});
 }
 
-FARPROC GetProcAddress(HMODULE, const char*) {
-    return FailWith(ERROR_MOD_NOT_FOUND, FARPROC{});
-}
-
 BOOL FreeLibrary(HMODULE) {
     return FailWith(ERROR_MOD_NOT_FOUND, FALSE);
 }
