@@ -5,6 +5,8 @@
 // Sizes are those of the process: the comments give those of a 32-bit one.
 #pragma once
 
+#include <cstddef>
+
 #include "platform/windows_api.h"
 
 // --- Error codes ---
