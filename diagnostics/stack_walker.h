@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "platform/windows_api.h"
 
@@ -37,8 +38,12 @@ class StackWalker {
     // and the next walk tries again. Always false.
     bool Walk();
 
+    // Where debug help looks for symbol files: what it made of SymbolSearchPath. Empty without a
+    // session. Throws std::bad_alloc.
+    std::basic_string<WCHAR> SearchPath() const;
+
   private:
-    bool SetUp();
+    bool SetUp() noexcept;
     bool LoadModules();
     bool ReportFrame(int frameIndex, const STACKFRAME64& frame, const CONTEXT& context, WCHAR* name,
                      SYMBOL_INFOW& symbol);

@@ -88,8 +88,7 @@ class Machine {
     // returns true.
     bool Fails(MachineStep step) const;
 
-    // Makes `next` the present machine; null for the bare one again. std::logic_error when another
-    // than the bare one is present.
+    // Makes `next` the present machine in place of the bare one; std::logic_error when another is.
     static void Install(std::shared_ptr<MachineState> next);
 
     // Puts the bare one back in `old`'s place.
