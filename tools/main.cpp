@@ -25,6 +25,7 @@ int Run(int argc, char** argv) {
         "Exit status: 0 done; 1 the profile, graph or audio is invalid; 2 wrong usage;\n"
         "3 a file cannot be read or written.");
     quorvel::tool::AddProcessCommand(app);
+    quorvel::tool::AddHostCommand(app);
     quorvel::tool::AddEncodeCommand(app);
     quorvel::tool::AddDecodeCommand(app);
     try {

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "engine/audio_format.h"
 #include "engine/channel_masks.h"
 #include "engine/graph_from_chain.h"
 #include "platform/random.h"
@@ -18,6 +19,13 @@ namespace {
 
 constexpr std::int32_t kMostBlockFrames = 65536;
 constexpr std::uint32_t kLongestHoldMs = 3600000;
+
+// As the processing objects have it: how a mono chain is spread over the output, and the state of
+// the generator on a real-time thread, which nobody has seeded.
+constexpr std::uint32_t kMicrophoneChain = 2;
+constexpr std::uint32_t kMicrophoneUpmix = 1;
+constexpr std::uint32_t kHeadsetUpmix = 2;
+constexpr std::uint32_t kFreshThreadSeed = 1;
 
 struct Options {
     std::string profile{};
@@ -55,14 +63,18 @@ const QuorvelAudioBlocksChain& FindChain(const Options& options, NamedProfile& n
 
 void SetUpGraph(AudioGraph& graph, const Options& options, const AudioReader& reader,
                 const QuorvelAudioBlocksChain& chain) {
+    const AudioFormat in = MakeFloatFormat(static_cast<std::uint16_t>(reader.Channels()),
+                                           reader.Mask(), reader.SampleRate());
+    const AudioFormat out =
+        MakeFloatFormat(static_cast<std::uint16_t>(options.channels),
+                        DefaultChannelMask(options.channels), reader.SampleRate());
     graph.SetNoiseEnabled(options.noise);
+    graph.SetUpmixMode(options.chain == kMicrophoneChain ? kMicrophoneUpmix : kHeadsetUpmix);
     platform::SeedRand(options.seed);
     BuildGraphFromChain(graph, &chain);  // forgets a hold time set before
     graph.SetChannelDetectionHold(options.holdMs);
-    graph.SetInputFormat(static_cast<std::uint16_t>(reader.Channels()), reader.Mask(),
-                         reader.SampleRate());
-    graph.SetOutputFormat(static_cast<std::uint16_t>(options.channels),
-                          DefaultChannelMask(options.channels), reader.SampleRate());
+    graph.SetFormats(&in.Format, &out.Format);
+    platform::SeedRand(kFreshThreadSeed);
     if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
 }
 

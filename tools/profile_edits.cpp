@@ -208,26 +208,36 @@ class EditReader {
     std::map<std::string, GUID> idOfName;
 };
 
-}  // namespace
-
-std::vector<ProfileEdit> LoadEdits(const std::string& path, const NamedProfile& start,
-                                   std::uint32_t chainNumber) {
-    const Json document = ParseJson(ReadFileBytes(path));
+// The places of the edits, the earliest first.
+std::vector<std::size_t> OrderInTime(const Json& document) {
     const JsonPlace place;
     RequireArray(document, place);
     std::vector<std::size_t> order;
     for (std::size_t i = 0; i < document.size(); ++i) {
-        RequireObject(document[i], place.At(i));
-        RequireTime(document[i], place.At(i));
+        const JsonPlace own = place.At(i);
+        RequireObject(document[i], own);
+        RequireTime(document[i], own);
         order.push_back(i);
     }
     std::ranges::stable_sort(order, {},
                              [&](std::size_t i) { return document[i].at("at").get<double>(); });
+    return order;
+}
+
+}  // namespace
+
+std::vector<ProfileEdit> LoadEdits(const std::string& path, const NamedProfile& start,
+                                   std::uint32_t chainNumber) try {
+    const Json document = ParseJson(ReadFileBytes(path));
     EditReader reader(start, chainNumber, std::filesystem::path(path).parent_path());
     std::vector<ProfileEdit> edits;
-    for (const std::size_t i : order)
+    const JsonPlace place;
+    for (const std::size_t i : OrderInTime(document))
         edits.push_back(reader.Read(document[i], place.At(i)));
     return edits;
+} catch (const ToolError& error) {
+    if (error.Status() != ExitStatus::kInvalid) throw;
+    throw InvalidInput(path + ": " + error.what());
 }
 
 }  // namespace quorvel::tool

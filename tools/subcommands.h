@@ -8,6 +8,7 @@ namespace quorvel::tool {
 // Each adds its subcommand to `app`; parsing a command line that names it runs it. A run throws
 // ToolError.
 void AddProcessCommand(CLI::App& app);
+void AddHostCommand(CLI::App& app);
 void AddEncodeCommand(CLI::App& app);
 void AddDecodeCommand(CLI::App& app);
 

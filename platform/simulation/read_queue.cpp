@@ -10,6 +10,7 @@ void ReadQueue::Add(Read read) {
         const std::lock_guard lock(mutex);
         std::erase_if(reads, [](const Read& queued) { return queued->IsCancelled(); });
         reads.push_back(std::move(read));
+        wasRead = true;
     }
     Serve();
 }
@@ -29,6 +30,11 @@ void ReadQueue::Serve() noexcept {
         }
     }
     isServing = false;
+}
+
+bool ReadQueue::IsIdle() {
+    const std::lock_guard lock(mutex);
+    return !wasRead || (!isServing && Front());
 }
 
 ReadQueue::Read ReadQueue::Front() {

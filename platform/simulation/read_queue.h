@@ -30,6 +30,10 @@ class ReadQueue {
     // harmless otherwise. Does not throw; a read that memory is lacking for fails.
     void Serve() noexcept;
 
+    // Whether everything delivered has been dealt with: a read is waiting for more, or there never
+    // was one.
+    bool IsIdle();
+
   private:
     using Read = std::shared_ptr<platform::ReadRequest>;
 
@@ -47,6 +51,7 @@ class ReadQueue {
 
     std::mutex mutex;  // guards all below
     std::deque<Read> reads;
+    bool wasRead = false;
     bool isServing = false;
     bool hasNews = false;  // something came since the serving thread last looked
 };

@@ -69,6 +69,10 @@ class SimulatedDriver::Device final : public platform::Device,
         }
     }
 
+    bool IsHeard() {
+        return std::ranges::all_of(Queues(), [](const auto& queue) { return queue->IsIdle(); });
+    }
+
     const UniqueHandle removalEvent;
     DriverCore core;
 
@@ -84,16 +88,21 @@ class SimulatedDriver::Device final : public platform::Device,
     }
 
     void EndWaits() {
-        std::vector<std::shared_ptr<ReadQueue>> all;
         {
             const std::lock_guard lock(mutex);
             ++endings;
             ended.notify_all();
-            for (const auto& entry : queues)
-                all.push_back(entry.second);
         }
-        for (const auto& queue : all)
+        for (const auto& queue : Queues())
             queue->Serve();
+    }
+
+    std::vector<std::shared_ptr<ReadQueue>> Queues() {
+        const std::lock_guard lock(mutex);
+        std::vector<std::shared_ptr<ReadQueue>> all;
+        for (const auto& entry : queues)
+            all.push_back(entry.second);
+        return all;
     }
 
     std::mutex mutex;  // guards all below
@@ -167,6 +176,10 @@ SimulatedDriver::SimulatedDriver(std::u16string devicePath, DeviceAnswers answer
 SimulatedDriver::~SimulatedDriver() {
     platform::UnregisterDevice(path);
     Remove();
+}
+
+bool SimulatedDriver::IsHeard() {
+    return device->IsHeard();
 }
 
 void SimulatedDriver::AnnounceRemoval() {

@@ -34,6 +34,10 @@ class SimulatedDriver {
     // What the driver stores, how it is told to misbehave, and what came to it.
     DriverCore& Core();
 
+    // Whether every client that reads events waits for more: all that happened so far has been
+    // heard and dealt with.
+    bool IsHeard();
+
     // Signals the removal event and leaves the device as it is: who listens asks itself whether to
     // let the device go.
     void AnnounceRemoval();

@@ -1,0 +1,110 @@
+// `quorvel host`: the objects give what the chain gives, and follow a configuration application.
+#include "tests/tools/tool_run.h"
+
+namespace quorvel::tool {
+namespace {
+
+class Host : public ToolRun {
+  protected:
+    Host() { WriteSound("in.wav", Noise(24000, 2, 0.25f)); }
+
+    Result Run(const std::string& words) {
+        const Result result = Tool("host " + words);
+        EXPECT_EQ(result.status, 0) << result.error;
+        return result;
+    }
+};
+
+TEST_F(Host, GivesTheSamplesOfProcessWithNoise) {
+    const struct {
+        const char* profile;
+        const char* host;
+        const char* process;
+    } rows[] = {
+        {"games.json", "", ""},
+        {"games.json", "--stage endpoint --seed 9 --frames 128", "--seed 9"},
+        {"voice_chain.json", "--direction input --channels 1", "--chain 2 --channels 1"},
+        {"branching.json", "--channels 8", "--channels 8"},
+    };
+    for (const auto& row : rows) {
+        const std::string profile = std::string("\"$PROFILES\"/") + row.profile;
+        Run(profile + " in.wav host.wav " + row.host);
+        Tool("process " + profile + " in.wav process.wav --noise " + row.process);
+        const std::string expected = Read("process.wav");
+        EXPECT_FALSE(expected.empty());
+        EXPECT_TRUE(Read("host.wav") == expected) << row.profile << ' ' << row.host;
+    }
+}
+
+TEST_F(Host, FollowsEditsAtTheirTimes) {
+    WriteChain("plain.json", R"({"name": "gain", "type": "GainBlock"})");
+    WriteChain("loud.json",
+               R"({"name": "gain", "type": "GainBlock", "parameters": {"gainDb": 6}})");
+    Write("edits.json", R"([
+        {"at": 0.3, "remove": "trim"},
+        {"at": 0.1, "set": "gain", "parameters": {"gainDb": -6}},
+        {"at": 0.2, "add": {"name": "trim", "type": "GainBlock", "parameters": {"gainDb": -6}},
+         "links": [["gain", "trim"]]},
+        {"at": 0.4, "profile": "loud.json"}])");
+    Sound steady{1, std::vector<float>(24000, 0.25f)};
+    WriteSound("steady.wav", steady);
+    const Result result = Run("plain.json steady.wav out.wav --edits edits.json --channels 1");
+    EXPECT_NE(result.out.find("0.200 s  edit: add trim"), std::string::npos) << result.out;
+    const Sound out = ReadSound("out.wav");
+    const float gains[] = {1.0f, 0.501187f, 0.251189f, 0.501187f, 1.99526f};
+    for (std::size_t part = 0; part < 5; ++part) {
+        for (const std::size_t i : {part * 4800, part * 4800 + 4799})
+            EXPECT_NEAR(out.samples[i], 0.25f * gains[part], 5e-4f) << "sample " << i;
+    }
+    const std::string first = Read("out.wav");
+    Run("plain.json steady.wav out.wav --edits edits.json --channels 1");
+    EXPECT_TRUE(Read("out.wav") == first) << "a run can be repeated bit for bit";
+}
+
+// The graph does not see silent buffers: the same channels after a pause are no news to it.
+TEST_F(Host, TellsWhatTheDriverWasTold) {
+    Sound sound{2, std::vector<float>(2 * 14400)};
+    std::fill_n(sound.samples.begin(), 2 * 4800, 0.25f);
+    std::fill_n(sound.samples.begin() + 2 * 9600, 2 * 4800, 0.25f);
+    WriteSound("pause.wav", sound);
+    const Result result = Run("\"$PROFILES\"/games.json pause.wav out.wav --stage both");
+    std::size_t from = 0;
+    for (const char* words :
+         {"Output Stream Object", "Output Endpoint Object", "2 channels (FL FR)",
+          "0.000 s  active channels: FL FR", "0.100 s  active channels: none", "stream stopped"}) {
+        from = result.out.find(words, from);
+        ASSERT_NE(from, std::string::npos) << words << '\n' << result.out;
+    }
+    const Sound out = ReadSound("out.wav");
+    EXPECT_EQ(out.samples[2 * 7200], 0.0f);
+    EXPECT_NE(out.samples[2 * 12000], 0.0f);
+}
+
+TEST_F(Host, RefusesEditsThatCannotBe) {
+    WriteChain("plain.json", R"({"name": "gain", "type": "GainBlock"})");
+    const struct {
+        const char* edits;
+        const char* message;
+    } rows[] = {
+        {R"({})", "edits.json: $: must be an array"},
+        {R"([{"at": 1}])", "$[0]: must set, add, remove"},
+        {R"([{"at": -1, "remove": "gain"}])", "$[0].at: must be a number"},
+        {R"([{"at": 1, "remove": "x"}])", "$[0].remove: no block of the chain is called \"x\""},
+        {R"([{"at": 2, "remove": "gain"}, {"at": 3, "set": "gain", "parameters": {}}])",
+         "$[1].set: no block"},
+        {R"([{"at": 1, "set": "gain", "parameters": {"x": 1}}])", "$[0].parameters.x: unknown"},
+        {R"([{"at": 1, "link": ["gain"]}])", "$[0].link: must be a pair"},
+        {R"([{"at": 1, "add": {"name": "gain", "type": "GainBlock"}}])", "$[0].add: another"},
+        {R"([{"at": 1, "add": {"name": "n", "type": "None"}}])", "unknown block type \"None\""},
+    };
+    for (const auto& row : rows) {
+        Write("edits.json", row.edits);
+        const Result result = Tool("host plain.json in.wav out.wav --edits edits.json");
+        EXPECT_EQ(result.status, 1) << row.edits;
+        EXPECT_NE(result.error.find(row.message), std::string::npos) << result.error;
+    }
+    EXPECT_FALSE(Names().contains("out.wav"));
+}
+
+}  // namespace
+}  // namespace quorvel::tool

@@ -1,0 +1,138 @@
+#include <cstdio>
+#include <memory>
+
+#include "engine/channel_masks.h"
+#include "tools/chain_check.h"
+#include "tools/exit_status.h"
+#include "tools/file_bytes.h"
+#include "tools/host_session.h"
+#include "tools/profile_file.h"
+#include "tools/speakers.h"
+#include "tools/subcommands.h"
+
+namespace quorvel::tool {
+namespace {
+
+constexpr std::int32_t kMostBlockFrames = 32767;
+constexpr std::uint32_t kOutputChain = 1;
+constexpr std::uint32_t kInputChain = 2;
+
+struct Options {
+    std::string profile{};
+    std::string endpointProfile{};
+    std::string in{};
+    std::string out{};
+    std::string edits{};
+    std::string direction = "output";
+    std::string stage = "stream";
+    HostOptions host{.seed = 1};
+};
+
+void PrintLine(const std::string& line) {
+    WriteStandardOutput(line + "\n");
+}
+
+void TellTime(double second, const std::string& words) {
+    char time[32];
+    std::snprintf(time, sizeof(time), "%9.3f s  ", second);
+    PrintLine(time + words);
+}
+
+// The objects run what the driver has; a chain that makes no graph is better known beforehand.
+void CheckChain(const std::string& path, const NamedProfile& named, std::uint32_t number) {
+    for (unsigned i = 0; i < named.profile.chains.Count(); ++i) {
+        const QuorvelAudioBlocksChain& chain = named.profile.chains.Item(i);
+        if (chain.id != number) continue;
+        const std::string fault = FindChainFault(chain, named.names[i]);
+        if (fault.empty()) return;
+        throw InvalidInput(path + ": chain " + std::to_string(number) + ", " + fault);
+    }
+    throw InvalidInput(path + ": has no chain " + std::to_string(number) +
+                       (number == kOutputChain ? ", the headset's" : ", the microphone's"));
+}
+
+void Report(const HostOutcome& outcome, std::uint32_t sampleRate) {
+    if (outcome.input.NonFinite() != 0)
+        std::fprintf(
+            stderr,
+            "quorvel: %llu samples of the input are not finite; they were replaced by silence\n",
+            static_cast<unsigned long long>(outcome.input.NonFinite()));
+    char line[160];
+    std::snprintf(line, sizeof(line), "frames   %lld (%.3f s)",
+                  static_cast<long long>(outcome.frames),
+                  static_cast<double>(outcome.frames) / sampleRate);
+    PrintLine(line);
+    PrintLine("peak     in " + outcome.input.PeakText() + ", out " + outcome.output.PeakText());
+}
+
+void Run(Options options) {
+    options.host.isOutput = options.direction == "output";
+    options.host.hasStream = options.stage != "endpoint";
+    options.host.hasEndpoint = options.stage != "stream";
+    const std::uint32_t chain = options.host.isOutput ? kOutputChain : kInputChain;
+
+    NamedProfile named;
+    LoadProfile(options.profile, named);
+    CheckChain(options.profile, named, chain);
+    AudioReader reader(options.in);
+    HostSession session(options.host, named);
+    if (!options.endpointProfile.empty()) {
+        NamedProfile endpoint;
+        LoadProfile(options.endpointProfile, endpoint);
+        CheckChain(options.endpointProfile, endpoint, chain);
+        session.StoreEndpointProfile(endpoint.profile);
+    }
+    std::vector<ProfileEdit> edits;
+    if (!options.edits.empty()) edits = LoadEdits(options.edits, session.Stored(), chain);
+    AudioWriter writer(options.out, options.host.channels,
+                       DefaultChannelMask(options.host.channels), reader.SampleRate(),
+                       reader.Frames());
+    const HostOutcome outcome = session.Run(reader, writer, std::move(edits), TellTime);
+    if (const std::string alive = session.TakeDown(); !alive.empty())
+        throw InvalidInput("left alive: " + alive);
+    writer.Finish();
+    Report(outcome, reader.SampleRate());
+}
+
+}  // namespace
+
+void AddHostCommand(CLI::App& app) {
+    CLI::App* command = app.add_subcommand(
+        "host",
+        "Run an audio file through the processing objects, as the audio engine does.\n"
+        "A simulated headset and its driver hold the profile; what the driver is told\n"
+        "is printed as a time line");
+    command->footer("Example: quorvel host profiles/games.json in.wav out.wav --edits edits.json");
+    const auto options = std::make_shared<Options>();
+    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
+    command->add_option("IN", options->in, "Audio file of 1 to 8 channels")->required();
+    command->add_option("OUT", options->out, "32-bit float WAV file to write")->required();
+    command
+        ->add_option("--direction", options->direction,
+                     "Sound for the headset or of its microphone")
+        ->check(CLI::IsMember({"output", "input"}))
+        ->capture_default_str();
+    command
+        ->add_option("--stage", options->stage,
+                     "Object of the client's stream, of the endpoint behind the mix, or both in\n"
+                     "a row; PROFILE is the stream's, without a stream the endpoint's")
+        ->check(CLI::IsMember({"stream", "endpoint", "both"}))
+        ->capture_default_str();
+    command->add_option("--endpoint-profile", options->endpointProfile,
+                        "Profile of the endpoint when both run");
+    command->add_option("--client", options->host.client,
+                        "Path of the program that plays; the profile's first path when left out");
+    command->add_option("--edits", options->edits,
+                        "What a configuration application does meanwhile (JSON)");
+    command->add_option("--channels", options->host.channels, "Output channels: 2 for headphones")
+        ->check(CLI::Range(1, 8))
+        ->capture_default_str();
+    command->add_option("--frames", options->host.frames, "Frames in a buffer")
+        ->check(CLI::Range(1, kMostBlockFrames))
+        ->capture_default_str();
+    command->add_option("--seed", options->host.seed, "The machine's clock, which seeds the noise")
+        ->capture_default_str();
+    command->callback([options] { Run(*options); });
+}
+
+}  // namespace quorvel::tool

@@ -1,0 +1,75 @@
+// The audio engine, the headset and a configuration application around a file of sound.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "client/quorvel_audio_device.h"
+#include "platform/simulation/simulated_headset.h"
+#include "tools/audio_reader.h"
+#include "tools/audio_writer.h"
+#include "tools/hosted_object.h"
+#include "tools/profile_edits.h"
+#include "tools/sample_meter.h"
+
+namespace quorvel::tool {
+
+struct HostOptions {
+    bool isOutput = true;
+    bool hasStream = true;
+    bool hasEndpoint = false;
+    std::string client{};  // path of the program; empty: the profile's first, or a player's
+    std::uint32_t channels = 2;
+    std::int32_t frames = 480;  // in a buffer
+    std::uint32_t seed = 0;     // the machine's clock, seconds since 1970
+};
+
+// Something for the time line, at a second of the sound.
+using TellEvent = std::function<void(double second, const std::string& words)>;
+
+struct HostOutcome {
+    std::int64_t frames = 0;
+    SampleMeter input{};
+    SampleMeter output{};
+};
+
+// Registers the module, stores the profile, creates the objects, and takes everything down again.
+// The objects' stage runs on a thread of its own, buffer after buffer; an edit that is due waits
+// for its buffer's end and is heard by the objects before the next. So a run can be repeated bit
+// for bit. Throws ToolError.
+class HostSession {
+  public:
+    // `named` is stored as the client's profile, or as the endpoint's when there is no stream;
+    // `edits` are made of it.
+    HostSession(const HostOptions& hostOptions, NamedProfile& named);
+    ~HostSession();
+    HostSession(const HostSession&) = delete;
+    HostSession& operator=(const HostSession&) = delete;
+
+    // Stores another profile for the endpoint's objects.
+    void StoreEndpointProfile(QuorvelAudioProfile& profile);
+
+    // The stored profile, for reading edits.
+    const NamedProfile& Stored() const { return stored; }
+
+    HostOutcome Run(AudioReader& reader, AudioWriter& writer, std::vector<ProfileEdit> edits,
+                    const TellEvent& tell);
+
+    // Unregisters and says what is still alive; empty when nothing is.
+    std::string TakeDown();
+
+  private:
+    class Player;
+
+    void Store(QuorvelAudioProfile& profile);
+
+    const HostOptions options;
+    const std::size_t handlesBefore;
+    std::unique_ptr<simulation::SimulatedHeadset> headset;
+    QuorvelAudioDevice application;
+    NamedProfile stored;
+};
+
+}  // namespace quorvel::tool
