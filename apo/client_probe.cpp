@@ -13,14 +13,16 @@
 #include "diagnostics/stack_walker.h"
 #include "platform/critical_section.h"
 #include "platform/unique_handle.h"
-#include "platform/wide_literal.h"
+#include "platform/wide_text.h"
 
 namespace quorvel {
 namespace {
 
 using TextView = std::basic_string_view<WCHAR>;
 
-constexpr TextView kEngineName = QUORVEL_WIDE("audiodg");
+constexpr platform::WideLiteral kEngineText("audiodg");
+constexpr TextView kEngineName = kEngineText.text;
+constexpr platform::WideLiteral kSeparators("\\/");
 
 // How far beneath the engine's outermost frame the frame with the record may be; the nearer one
 // only since Windows 10.
@@ -53,7 +55,7 @@ bool IsEngineFrame(const WCHAR* moduleName, const WCHAR* imagePath) {
     if (moduleName) return BeginsWithEngineName(moduleName);
     if (!imagePath) return false;
     const TextView path = imagePath;
-    const std::size_t separator = path.find_last_of(QUORVEL_WIDE("\\/"));
+    const std::size_t separator = path.find_last_of(kSeparators.text);
     return BeginsWithEngineName(separator == TextView::npos ? path : path.substr(separator));
 }
 

@@ -12,7 +12,8 @@ namespace {
 
 constexpr platform::WideLiteral kCopyright("Copyright (c) Quorvel");
 constexpr platform::WideLiteral kLfxOutName("Quorvel Audio Processing Output Stream Object 2.2.20");
-constexpr platform::WideLiteral kGfxOutName("Quorvel Audio Processing Output Endpoint Object 2.2.20");
+constexpr platform::WideLiteral kGfxOutName(
+    "Quorvel Audio Processing Output Endpoint Object 2.2.20");
 constexpr platform::WideLiteral kLfxInName("Quorvel Audio Processing Input Stream Object 2.2.20");
 constexpr platform::WideLiteral kGfxInName("Quorvel Audio Processing Input Endpoint Object 2.2.20");
 
@@ -51,17 +52,13 @@ constexpr APO_REG_PROPERTIES Record(const CLSID& classId, const IID& interfaceId
 }  // namespace
 
 QUORVEL_RT_DATA APO_REG_PROPERTIES lfxOutRegistration =
-    Record(class_id::kLfxOut, interface_id::kLfxOut,
-           kLfxOutName.text);
+    Record(class_id::kLfxOut, interface_id::kLfxOut, kLfxOutName.text);
 QUORVEL_RT_DATA APO_REG_PROPERTIES gfxOutRegistration =
-    Record(class_id::kGfxOut, interface_id::kGfxOut,
-           kGfxOutName.text);
+    Record(class_id::kGfxOut, interface_id::kGfxOut, kGfxOutName.text);
 QUORVEL_RT_DATA APO_REG_PROPERTIES lfxInRegistration =
-    Record(class_id::kLfxIn, interface_id::kLfxIn,
-           kLfxInName.text);
+    Record(class_id::kLfxIn, interface_id::kLfxIn, kLfxInName.text);
 QUORVEL_RT_DATA APO_REG_PROPERTIES gfxInRegistration =
-    Record(class_id::kGfxIn, interface_id::kGfxIn,
-           kGfxInName.text);
+    Record(class_id::kGfxIn, interface_id::kGfxIn, kGfxInName.text);
 
 std::array<const APO_REG_PROPERTIES*, 4> RegistrationRecords() {
     return {&lfxOutRegistration, &gfxOutRegistration, &lfxInRegistration, &gfxInRegistration};

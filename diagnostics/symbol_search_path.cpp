@@ -3,12 +3,21 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/wide_literal.h"
+#include "platform/wide_text.h"
 
 namespace quorvel {
 namespace {
 
 using Text = std::basic_string<WCHAR>;
+
+constexpr platform::WideLiteral kSeparators("\\/:");
+constexpr platform::WideLiteral kOwnDirectory(".;");
+constexpr platform::WideLiteral kListSeparator(";");
+constexpr platform::WideLiteral kSymbolPath("_NT_SYMBOL_PATH");
+constexpr platform::WideLiteral kAlternateSymbolPath("_NT_ALTERNATE_SYMBOL_PATH");
+constexpr platform::WideLiteral kSystemRoot("SYSTEMROOT");
+constexpr platform::WideLiteral kWow64Libraries("\\SysWOW64");
+constexpr platform::WideLiteral kNativeLibraries("\\System32");
 
 constexpr DWORD kValueUnits = 1024;  // with the terminating zero
 
@@ -16,7 +25,7 @@ constexpr DWORD kValueUnits = 1024;  // with the terminating zero
 Text ExecutableDirectory() {
     Text path(kValueUnits, WCHAR{});
     path.resize(std::min(GetModuleFileNameW(nullptr, path.data(), kValueUnits), kValueUnits - 1));
-    const std::size_t cut = path.find_last_of(QUORVEL_WIDE("\\/:"));
+    const std::size_t cut = path.find_last_of(kSeparators.text);
     if (cut != Text::npos) path.resize(cut);
     return path;
 }
@@ -39,21 +48,21 @@ Text EnvironmentValue(const WCHAR* name) {
 const WCHAR* SystemLibraries(HANDLE process) {
     BOOL isWow64 = FALSE;
     if (!IsWow64Process(process, &isWow64)) isWow64 = FALSE;
-    return isWow64 ? QUORVEL_WIDE("\\SysWOW64") : QUORVEL_WIDE("\\System32");
+    return isWow64 ? kWow64Libraries.text : kNativeLibraries.text;
 }
 
 void Append(Text& path, const Text& directory) {
-    if (!directory.empty()) path += directory + QUORVEL_WIDE(";");
+    if (!directory.empty()) path += directory + kListSeparator.text;
 }
 
 }  // namespace
 
 Text SymbolSearchPath(HANDLE process) {
-    Text path = QUORVEL_WIDE(".;");
+    Text path = kOwnDirectory.text;
     Append(path, ExecutableDirectory());
-    Append(path, EnvironmentValue(QUORVEL_WIDE("_NT_SYMBOL_PATH")));
-    Append(path, EnvironmentValue(QUORVEL_WIDE("_NT_ALTERNATE_SYMBOL_PATH")));
-    const Text systemRoot = EnvironmentValue(QUORVEL_WIDE("SYSTEMROOT"));
+    Append(path, EnvironmentValue(kSymbolPath.text));
+    Append(path, EnvironmentValue(kAlternateSymbolPath.text));
+    const Text systemRoot = EnvironmentValue(kSystemRoot.text);
     if (!systemRoot.empty()) {
         Append(path, systemRoot);
         Append(path, systemRoot + SystemLibraries(process));
