@@ -14,6 +14,7 @@ namespace quorvel::tool {
 namespace {
 
 constexpr std::int32_t kMostBlockFrames = 32767;
+constexpr std::uint32_t kBuffersPerSecond = 100;
 constexpr std::uint32_t kOutputChain = 1;
 constexpr std::uint32_t kInputChain = 2;
 
@@ -75,6 +76,8 @@ void Run(Options options) {
     LoadProfile(options.profile, named);
     CheckChain(options.profile, named, chain);
     AudioReader reader(options.in);
+    if (options.host.frames == 0)
+        options.host.frames = static_cast<std::int32_t>(reader.SampleRate() / kBuffersPerSecond);
     HostSession session(options.host, named);
     if (!options.endpointProfile.empty()) {
         NamedProfile endpoint;
@@ -127,9 +130,8 @@ void AddHostCommand(CLI::App& app) {
     command->add_option("--channels", options->host.channels, "Output channels: 2 for headphones")
         ->check(CLI::Range(1, 8))
         ->capture_default_str();
-    command->add_option("--frames", options->host.frames, "Frames in a buffer")
-        ->check(CLI::Range(1, kMostBlockFrames))
-        ->capture_default_str();
+    command->add_option("--frames", options->host.frames, "Frames in a buffer; 10 ms when left out")
+        ->check(CLI::Range(1, kMostBlockFrames));
     command->add_option("--seed", options->host.seed, "The machine's clock, which seeds the noise")
         ->capture_default_str();
     command->callback([options] { Run(*options); });

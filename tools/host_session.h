@@ -22,8 +22,8 @@ struct HostOptions {
     bool hasEndpoint = false;
     std::string client{};  // path of the program; empty: the profile's first, or a player's
     std::uint32_t channels = 2;
-    std::int32_t frames = 480;  // in a buffer
-    std::uint32_t seed = 0;     // the machine's clock, seconds since 1970
+    std::int32_t frames = 0;  // in a buffer; 0: 10 ms
+    std::uint32_t seed = 0;   // the machine's clock, seconds since 1970
 };
 
 // Something for the time line, at a second of the sound.

@@ -5,6 +5,8 @@
 #include <random>
 #include <thread>
 
+#include "engine/audio_graph.h"
+#include "engine/graph_from_chain.h"
 #include "tests/apo/apo_test.h"
 
 namespace quorvel::test {
@@ -41,7 +43,12 @@ TEST_F(DriverEvents, ChangeTheRunningObject) {
         QuorvelAudioBlock foreign = AddGain(model, 3 - row.chain, NumberedGuid(12), -20.0f);
         _QuorvelAudioBlockLink link{profile.id, row.chain, NumberedGuid(10), NumberedGuid(11)};
         EXPECT_EQ(application.SetAudioBlock(&foreign), 0u);  // of the other chain
-        EXPECT_EQ(application.SetAudioBlock(&first), 0u);    // changed
+        QuorvelAudioProfile other;
+        other.id = NumberedGuid(5);
+        AddGain(other, row.chain, NumberedGuid(10), -30.0f);
+        EXPECT_EQ(application.SetProfileData(&other), 0u);  // of another profile
+        EXPECT_EQ(application.SetAudioBlock(&other.GetChain(row.chain, true)->blocks.Item(0)), 0u);
+        EXPECT_EQ(application.SetAudioBlock(&first), 0u);  // changed
         ExpectGain(stream, -9.0);
         Core().Misbehave({.code = 0x226F60, .refuse = 31});
         EXPECT_EQ(application.SetAudioBlock(&second), 0u);  // added, but cannot be fetched
@@ -103,8 +110,23 @@ TEST_F(DriverEvents, AssignTheClientAnotherProfile) {
     stream.Unlock();
 }
 
-// Edits, buffers, queries, locks and removal at once; in the end the object is what the stored
-// profile says.
+// The gain of a graph that is built afresh from what the driver has stored.
+double StoredGain(QuorvelAudioDevice& application, const GUID& id, DWORD chain) {
+    QuorvelAudioProfile stored;
+    stored.id = id;
+    EXPECT_EQ(application.GetProfileData(&stored), 0u);
+    AudioGraph graph;
+    graph.SetNoiseEnabled(false);
+    BuildGraphFromChain(graph, stored.GetChain(chain, false));
+    graph.SetInputFormat(2, 3, 48000);
+    graph.SetOutputFormat(2, 3, 48000);
+    std::vector<float> in(960, 0.5f), out(960);
+    graph.Process(in.data(), out.data(), 480);
+    return 20.0 * std::log10(out[0] / 0.5);
+}
+
+// Edits, buffers, queries, locks and removal at once. In the end the graph that was edited as it
+// ran, and the profile beside it, are what a fresh build of the stored profile gives.
 TEST_F(DriverEvents, StormEndsInTheStoredProfile) {
     const ClassRow& row = kClassRows[0];
     QuorvelAudioProfile profile = GainProfile(row, -6.0f);
@@ -112,15 +134,16 @@ TEST_F(DriverEvents, StormEndsInTheStoredProfile) {
     const auto object = Make(*row.id);
     ASSERT_EQ(Initialize(*object.Get(), row), S_OK);
     EngineStream stream(*object.Get(), 2, 2);
-    std::thread editor([&] {
-        std::mt19937 random(7);
-        for (int i = 0; i < 400; ++i) {
-            const GUID id = NumberedGuid(10 + static_cast<std::uint32_t>(random() % 3));
+    const auto edit = [&](std::uint32_t seed) {
+        std::mt19937 random(seed);
+        const auto any = [&] {
+            return NumberedGuid(10 + static_cast<std::uint32_t>(random() % 3));
+        };
+        for (int i = 0; i < 200; ++i) {
             QuorvelAudioProfile model = GainProfile(row, 0.0f);
-            QuorvelAudioBlock block = AddGain(model, row.chain, id, -static_cast<float>(i % 12));
-            _QuorvelAudioBlockLink link{
-                profile.id, row.chain, id,
-                NumberedGuid(10 + static_cast<std::uint32_t>(random() % 3))};
+            QuorvelAudioBlock block =
+                AddGain(model, row.chain, any(), -static_cast<float>(random() % 12));
+            _QuorvelAudioBlockLink link{profile.id, row.chain, any(), any()};
             switch (random() % 6) {
                 case 0:
                     application.RemoveAudioBlock(&block);
@@ -138,11 +161,10 @@ TEST_F(DriverEvents, StormEndsInTheStoredProfile) {
                     application.SetAudioBlock(&block);
             }
         }
-        profile = GainProfile(row, -4.0f);
-        EXPECT_EQ(application.SetProfileData(&profile), 0u);
-    });
-    for (int round = 0; round < 40; ++round) {
+    };
+    for (std::uint32_t round = 0; round < 20; ++round) {
         EXPECT_EQ(stream.Lock(), S_OK);
+        std::thread editor(edit, round);
         std::thread realTime([&] {
             for (int i = 0; i < 25; ++i) {
                 std::ranges::fill(stream.in, 0.5f);
@@ -150,15 +172,25 @@ TEST_F(DriverEvents, StormEndsInTheStoredProfile) {
             }
         });
         realTime.join();
+        if (round % 2 == 0) {
+            EXPECT_EQ(stream.Unlock(), S_OK);
+            MediaType supported;
+            EXPECT_EQ(object.Get()->IsInputFormatSupported(stream.output.Get(), stream.input.Get(),
+                                                           supported.Receive()),
+                      S_OK);
+            EXPECT_EQ(stream.Lock(), S_OK);
+        }
+        editor.join();
+        while (!headset->driver.IsHeard())
+            std::this_thread::yield();
+        const double stored = StoredGain(application, profile.id, row.chain);
+        EXPECT_NEAR(20.0 * std::log10(stream.Gain()), stored, 0.05) << "round " << round;
         EXPECT_EQ(stream.Unlock(), S_OK);
-        MediaType supported;
-        EXPECT_EQ(object.Get()->IsInputFormatSupported(stream.output.Get(), stream.input.Get(),
-                                                       supported.Receive()),
-                  S_OK);
+        EXPECT_EQ(stream.Lock(), S_OK);
+        EXPECT_NEAR(20.0 * std::log10(stream.Gain()), stored, 0.05) << "round " << round;
+        EXPECT_EQ(stream.Unlock(), S_OK);
     }
-    editor.join();
     ASSERT_EQ(stream.Lock(), S_OK);
-    ExpectGain(stream, -4.0);
     headset->driver.AnnounceRemoval();
     headset->driver.Remove();
     stream.Process();
