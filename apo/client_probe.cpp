@@ -4,12 +4,14 @@
 #include <array>
 #include <cstddef>
 #include <iterator>
+#include <mutex>
 #include <span>
 #include <string_view>
 #include <utility>
 
 #include "client/quorvel_audio_device.h"
 #include "diagnostics/stack_walker.h"
+#include "platform/critical_section.h"
 #include "platform/unique_handle.h"
 #include "platform/wide_literal.h"
 
@@ -137,6 +139,9 @@ std::optional<ClientProcess> FindClientProcess(const CLSID& classId, DWORD osMaj
         return static_cast<ClientProbe*>(user)->TakeFrame(frame, context, word, moduleName,
                                                           imagePath);
     };
+    // The debug-help library beneath has no lock of its own.
+    static platform::CriticalSection walking;
+    const std::lock_guard lock(walking);
     StackWalker(takeFrame, &probe).Walk();
     return probe.Client();
 }

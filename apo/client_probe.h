@@ -62,7 +62,7 @@ class ClientProbe {
 
 // Walks the calling thread's stack for the client of an object of class `classId`, with the driver
 // behind `device` to tell the image paths. Empty when it is not found. Slow; control threads only,
-// one at a time. Throws std::bad_alloc.
+// several at once take turns. Throws std::bad_alloc.
 std::optional<ClientProcess> FindClientProcess(const CLSID& classId, DWORD osMajorVersion,
                                                QuorvelAudioDevice& device);
 
