@@ -123,8 +123,9 @@ DWORD ClientProbe::ReadCandidate(HANDLE process, DWORD64 address) const {
         GetLastError() != ERROR_PARTIAL_COPY)
         return 0;
     const auto ownId = std::as_bytes(std::span(&classId, 1));
-    const auto found = std::ranges::search(std::span(behind).first(count), ownId);
-    return count > ownId.size() && !found.empty() ? candidate : 0;
+    const auto end = behind.begin() + count;
+    const bool isFound = std::search(behind.begin(), end, ownId.begin(), ownId.end()) != end;
+    return count > ownId.size() && isFound ? candidate : 0;
 }
 
 std::optional<ClientProcess> FindClientProcess(const CLSID& classId, DWORD osMajorVersion,

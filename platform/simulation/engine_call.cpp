@@ -3,23 +3,24 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "platform/module_file.h"
+
 namespace quorvel::simulation {
 namespace {
 
 struct ModulePlace {
-    const char16_t* directory;
     const char16_t* fileName;
     DWORD base;
 };
 
-// The process's own image first, as the system lists them.
+// Of the system's directory. The process's own image first, as the system lists them.
 constexpr ModulePlace kModules[] = {
-    {u"C:\\Windows\\System32\\", u"AUDIODG.EXE", 0x0040'0000},
-    {u"C:\\Windows\\System32\\", u"ntdll.dll", 0x7700'0000},
-    {u"C:\\Windows\\System32\\", u"kernel32.dll", 0x7600'0000},
-    {u"C:\\Windows\\System32\\", u"audioeng.dll", 0x6000'0000},
-    {u"C:\\Windows\\System32\\", u"APO.dll", 0x1000'0000},
+    {u"AUDIODG.EXE", 0x0040'0000},
+    {u"ntdll.dll", 0x7700'0000},
+    {u"kernel32.dll", 0x7600'0000},
+    {u"audioeng.dll", 0x6000'0000},
 };
+constexpr DWORD kLibraryBase = 0x1000'0000;
 constexpr DWORD kModuleSize = 0x10'0000;
 
 // Where each frame executes, innermost first; three are the engine's.
@@ -38,9 +39,14 @@ constexpr DWORD kRecordSize = 0x200;
 void AddModules(SimulatedMachine& machine) {
     for (const ModulePlace& place : kModules)
         machine.AddModule({.fileName = place.fileName,
-                           .imagePath = std::u16string(place.directory) + place.fileName,
+                           .imagePath = std::u16string(u"C:\\Windows\\System32\\") + place.fileName,
                            .base = place.base,
                            .size = kModuleSize});
+    const std::u16string library = platform::ModuleFile();
+    machine.AddModule({.fileName = library.substr(library.rfind(u'\\') + 1),
+                       .imagePath = library,
+                       .base = kLibraryBase,
+                       .size = kModuleSize});
 }
 
 void WriteRecord(SimulatedMachine& machine, const EngineCall& call) {

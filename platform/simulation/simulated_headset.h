@@ -2,17 +2,15 @@
 // around them.
 #pragma once
 
-#include <memory>
 #include <string>
 
-#include "platform/portable/class_table.h"
 #include "platform/simulation/simulated_driver.h"
 #include "platform/simulation/simulated_machine.h"
 
 namespace quorvel::simulation {
 
-// The machine, the driver behind its device interface, an endpoint for each direction, and COM's
-// class of the device enumerator. The driver's clock is the machine's. One at a time.
+// The machine, the driver behind its device interface and an endpoint for each direction. The
+// driver's clock is the machine's. One at a time.
 class SimulatedHeadset {
   public:
     // Throws std::bad_alloc, and what SimulatedMachine and SimulatedDriver throw.
@@ -36,15 +34,8 @@ class SimulatedHeadset {
     SimulatedDriver driver;
 
   private:
-    class EnumeratorFactory;
-    struct DeleteFactory {
-        void operator()(EnumeratorFactory* factory) const;
-    };
-
     EndpointNumber output;
     EndpointNumber input;
-    std::unique_ptr<EnumeratorFactory, DeleteFactory> enumeratorFactory;
-    platform::SystemClass enumeratorClass;
 };
 
 }  // namespace quorvel::simulation

@@ -1,11 +1,10 @@
 #include "platform/simulation/simulated_machine.h"
 
 #include <algorithm>
-#include <cstring>
-#include <new>
 #include <stdexcept>
 
 #include "platform/simulation/endpoint_objects.h"
+#include "platform/simulation/enumerator_class.h"
 
 namespace quorvel::simulation {
 namespace {
@@ -36,6 +35,12 @@ SimulatedMachine::SimulatedMachine()
       endpoints(std::make_shared<EndpointTable>(state)) {
     state->clock = kStartOfClock;
     Machine::Install(state);
+    try {
+        enumeratorClass = std::make_unique<EnumeratorClass>(endpoints);
+    } catch (...) {
+        Machine::Remove(state);
+        throw;
+    }
 }
 
 SimulatedMachine::~SimulatedMachine() {
@@ -78,20 +83,6 @@ IMMDeviceCollection* SimulatedMachine::NewCollection(
             selected.push_back(endpoints->endpoints.at(member));
     }
     return MakeCollection(endpoints, std::move(selected));
-}
-
-HRESULT SimulatedMachine::NewEnumerator(REFIID iid, void** object) const {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (const HRESULT error = endpoints->Fault(MachineStep::kCreateEnumerator)) return error;
-    try {
-        IMMDeviceEnumerator* const made = MakeEnumerator(endpoints);
-        const HRESULT result = made->QueryInterface(iid, object);
-        made->Release();
-        return result;
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
 }
 
 std::size_t SimulatedMachine::NotificationClients() const {

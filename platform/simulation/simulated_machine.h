@@ -15,6 +15,7 @@
 namespace quorvel::simulation {
 
 class EndpointTable;
+class EnumeratorClass;
 
 // A device of the engine's collections, with the properties that its store holds: texts by key.
 struct EndpointDescription {
@@ -32,9 +33,9 @@ struct CallFrame {
 };
 
 // The present machine of this process for its lifetime; there is one at a time (std::logic_error).
-// It starts with a device enumerator, a clock that stands at kStartOfClock and Windows 10, and with
-// nothing else. All methods may throw std::bad_alloc. Any thread may call any method; the object
-// itself is made and ended by one thread.
+// It starts with the class of the device enumerator, a clock that stands at kStartOfClock and
+// Windows 10, and with nothing else. All methods may throw std::bad_alloc. Any thread may call any
+// method; the object itself is made and ended by one thread.
 //
 // COM objects that were handed out may outlive it; they then go on answering from what it was.
 class SimulatedMachine {
@@ -63,10 +64,6 @@ class SimulatedMachine {
 
     // A collection, with a reference for the caller. std::out_of_range for an unknown number.
     IMMDeviceCollection* NewCollection(const std::vector<EndpointNumber>& members) const;
-
-    // What CoCreateInstance gives for the device enumerator's class; E_NOINTERFACE, E_POINTER,
-    // E_OUTOFMEMORY.
-    HRESULT NewEnumerator(REFIID iid, void** object) const;
 
     // How many notification clients are registered, and how many endpoint objects are alive.
     std::size_t NotificationClients() const;
@@ -109,6 +106,7 @@ class SimulatedMachine {
   private:
     const std::shared_ptr<platform::MachineState> state;
     const std::shared_ptr<EndpointTable> endpoints;
+    std::unique_ptr<EnumeratorClass> enumeratorClass;
 };
 
 }  // namespace quorvel::simulation

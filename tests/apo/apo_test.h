@@ -14,6 +14,7 @@
 #include "engine/audio_format.h"
 #include "engine/block_type_ids.h"
 #include "platform/module_file.h"
+#include "platform/portable/class_table.h"
 #include "platform/portable/registry_tree.h"
 #include "platform/simulation/simulated_headset.h"
 #include "profile/quorvel_audio_block.h"

@@ -173,7 +173,7 @@ TEST_F(ClientProbeTest, WalksTheEnginesStackAndAsksTheDriver) {
         {.classId = kClass, .clientProcess = kClient, .framesBeyond = 0, .processPlace = 16});
     EXPECT_FALSE(FindClientProcess(kClass, 6, device));
     EXPECT_TRUE(FindClientProcess(kClass, 10, device));
-    EXPECT_FALSE(FindClientProcess(GUID{1, 0, 0, {}}, 10, device));
+    EXPECT_FALSE(FindClientProcess({1, 2, 3, {4}}, 10, device));
     device.Close();
     EXPECT_FALSE(FindClientProcess(kClass, 10, device)) << "nobody knows the process";
 }

@@ -30,6 +30,10 @@ TEST_F(SimulatedMachineTest, LeavesNothingBehind) {
         EXPECT_EQ(found, node);
         collection = machine.NewCollection({machine.AddEndpoint(u"E", eRender, u"node")});
     }
+    void* enumerator = nullptr;
+    EXPECT_EQ(CoCreateInstance(class_id::kDeviceEnumerator, nullptr, CLSCTX_ALL,
+                               interface_id::kDeviceEnumerator, &enumerator),
+              REGDB_E_CLASSNOTREG);
     // The object goes on answering; a new machine knows nothing of the old one.
     SimulatedMachine machine;
     EXPECT_EQ(machine.LiveObjects(), 0u);
@@ -57,8 +61,13 @@ TEST_F(SimulatedMachineTest, CountsNotificationClients) {
 
     SimulatedMachine machine;
     void* object = nullptr;
-    EXPECT_EQ(machine.NewEnumerator(interface_id::kClassFactory, &object), E_NOINTERFACE);
-    ASSERT_EQ(machine.NewEnumerator(interface_id::kDeviceEnumerator, &object), S_OK);
+    const auto create = [&](const IID& iid) {
+        return CoCreateInstance(class_id::kDeviceEnumerator, nullptr, CLSCTX_ALL, iid, &object);
+    };
+    machine.Fail(platform::MachineStep::kCreateEnumerator, 0x80040154, 0, 1);
+    EXPECT_EQ(create(interface_id::kDeviceEnumerator), REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(create(interface_id::kClassFactory), E_NOINTERFACE);
+    ASSERT_EQ(create(interface_id::kDeviceEnumerator), S_OK);
     auto& enumerator = *static_cast<IMMDeviceEnumerator*>(object);
     machine.Fail(platform::MachineStep::kRegisterNotifications, 0x80004005, 0, 1);
     EXPECT_EQ(enumerator.RegisterEndpointNotificationCallback(&client), E_FAIL);
