@@ -117,10 +117,13 @@ void BaseAPO::ChangeBlock(const BlockEvent& event) {
         block->SetParameterData(fetched->data, fetched->dataSize);
 }
 
+// A block that was gone before it could be fetched was never held, but links to it may be: with a
+// later block of the same id they would come to life.
 void BaseAPO::RemoveBlock(const BlockEvent& event) {
     const std::lock_guard profileGuard(profileLock);
     QuorvelAudioBlocksChain* const chain = FindEditedChain(event);
-    if (!chain || !chain->FindBlock(event.blockId)) return;
+    if (!chain) return;
+    if (!chain->FindBlock(event.blockId)) return chain->RemoveBlockLinks(event.blockId);
     chain->RemoveBlock(event.blockId);
     const std::lock_guard processGuard(processLock);
     graph.RemoveBlockById(event.blockId);

@@ -10,6 +10,7 @@
 #include "apo/dll_exports.h"
 #include "engine/channel_masks.h"
 #include "platform/module_file.h"
+#include "platform/portable/class_table.h"
 #include "platform/portable/open_handle_count.h"
 #include "platform/portable/registry_tree.h"
 #include "tools/exit_status.h"

@@ -11,6 +11,7 @@ void ReadQueue::Add(Read read) {
         std::erase_if(reads, [](const Read& queued) { return queued->IsCancelled(); });
         reads.push_back(std::move(read));
         wasRead = true;
+        hasNews = true;  // not idle until this read has met what waits for it
     }
     Serve();
 }
@@ -34,7 +35,7 @@ void ReadQueue::Serve() noexcept {
 
 bool ReadQueue::IsIdle() {
     const std::lock_guard lock(mutex);
-    return !wasRead || (!isServing && Front());
+    return !wasRead || (!isServing && !hasNews && Front());
 }
 
 ReadQueue::Read ReadQueue::Front() {
