@@ -1,9 +1,8 @@
 #include "blocks/surround/head_renderer.h"
 
 #include <algorithm>
-#include <cmath>
 
-#include "blocks/surround/faded.h"
+#include "blocks/surround/clean_sample.h"
 #include "blocks/surround/head_model.h"
 
 namespace quorvel {
@@ -11,15 +10,11 @@ namespace {
 
 using RenderPairFunction = void (*)(SourcePair& pair, EarStretch& stretch) QUORVEL_REAL_TIME;
 
-constexpr float kLoudest = 16.0f;           // input above is no audio
 constexpr float kOutputGain = 0.50118723f;  // 10^(-6/20)
 
-// One comparison each keeps out NaNs, infinities and what would make the filters slow.
 void Clean(const float* in, float* clean, int32_t samples) {
-    for (int32_t i = 0; i < samples; ++i) {
-        const float magnitude = std::fabs(in[i]);
-        clean[i] = magnitude >= kFaded && magnitude <= kLoudest ? in[i] : 0.0f;
-    }
+    for (int32_t i = 0; i < samples; ++i)
+        clean[i] = CleanSample(in[i]);
 }
 
 void AddDirect(const HeadRenderer& renderer, float gain, EarStretch& stretch) {
