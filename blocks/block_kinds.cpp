@@ -5,9 +5,11 @@
 #include "blocks/external_surround_block.h"
 #include "blocks/filter_blocks.h"
 #include "blocks/limiter_block.h"
+#include "blocks/matrix_decoder_block.h"
 #include "blocks/noise_gate_block.h"
 #include "blocks/stereo_expander_block.h"
 #include "blocks/stream_expander_block.h"
+#include "blocks/surround_block.h"
 #include "engine/block_factory.h"
 #include "engine/block_type_ids.h"
 #include "engine/bypass_block.h"
@@ -43,6 +45,8 @@ constexpr std::array kBlockKinds = {
               CreateZeroed<LowPassFilterBlock>},
     BlockKind{kLowShelfFilterBlockTypeId, "LowShelfFilterBlock", kSmallestFilterRecord,
               CreateZeroed<LowShelfFilterBlock>},
+    BlockKind{kMatrixDecoderBlockTypeId, "MatrixDecoderBlock", sizeof(MatrixDecoderParameters),
+              CreateZeroed<MatrixDecoderBlock>},
     BlockKind{kMixerBlockTypeId, "MixerBlock", 0, CreateZeroed<MixerBlock>},
     BlockKind{kNoiseGateBlockTypeId, "NoiseGateBlock", sizeof(NoiseGateParameters),
               CreateZeroed<NoiseGateBlock>},
@@ -54,6 +58,8 @@ constexpr std::array kBlockKinds = {
               CreateZeroed<StereoExpanderBlock>},
     BlockKind{kStreamExpanderBlockTypeId, "StreamExpanderBlock", sizeof(StreamExpanderParameters),
               CreateZeroed<StreamExpanderBlock>},
+    BlockKind{kSurroundBlockTypeId, "SurroundBlock", sizeof(SurroundParameters),
+              CreateZeroed<SurroundBlock>},
 };
 
 }  // namespace

@@ -6,9 +6,11 @@
 #include "blocks/external_surround_block.h"
 #include "blocks/filter_band.h"
 #include "blocks/limiter_block.h"
+#include "blocks/matrix_decoder_block.h"
 #include "blocks/noise_gate_block.h"
 #include "blocks/stereo_expander_block.h"
 #include "blocks/stream_expander_block.h"
+#include "blocks/surround_block.h"
 #include "engine/block_type_ids.h"
 #include "engine/bypass_block.h"
 #include "engine/channel_extractor_block.h"
@@ -106,6 +108,9 @@ constexpr Field kExternalSurroundFields[] = {
 constexpr Field kGainFields[] = {
     {"gainDb", kFloat32, offsetof(GainParameters, gainDb), "dB", kQuietestDb, kLoudestDb, 0.0}};
 
+constexpr Field Nested(const char* name, std::uint32_t offset, const RecordLayout& record) {
+    return {name, kRecord, offset, "", 0.0, 0.0, {}, {}, &record};
+}
 constexpr Field ExpanderGain(const char* name, std::uint32_t offset) {
     return {name, kFloat32, offset, "dB", kQuietestDb, kLoudestDb, 0.0};
 }
@@ -115,24 +120,43 @@ constexpr Field kStereoExpanderFields[] = {
     ExpanderGain("highSumGainDb", offsetof(StereoExpanderParameters, highSumGainDb)),
     ExpanderGain("lowGainDb", offsetof(StereoExpanderParameters, lowGainDb)),
     ExpanderGain("highGainDb", offsetof(StereoExpanderParameters, highGainDb)),
-    {"lowPassBand",
-     kRecord,
-     offsetof(StereoExpanderParameters, lowPassBand),
-     "",
-     0.0,
-     0.0,
-     {},
-     {},
-     &kBand},
-    {"highPassBand",
-     kRecord,
-     offsetof(StereoExpanderParameters, highPassBand),
-     "",
-     0.0,
-     0.0,
-     {},
-     {},
-     &kBand}};
+    Nested("lowPassBand", offsetof(StereoExpanderParameters, lowPassBand), kBand),
+    Nested("highPassBand", offsetof(StereoExpanderParameters, highPassBand), kBand)};
+
+// A headphone listener is not helped by surrounds that lag by more than this.
+constexpr double kLongestDelayMs = 1000.0;
+constexpr Field kDelayField[] = {{nullptr, kUnsigned32, 0, "ms", 0.0, kLongestDelayMs}};
+constexpr RecordLayout kDelay = {kDelayField, sizeof(std::uint32_t)};
+constexpr double kNoDelays[] = {0, 0, 0, 0, 0, 0, 0, 0};
+constexpr double kRearDelays[] = {0, 0, 0, 0, 10, 10, 10, 10};
+constexpr std::uint32_t kDelaysSize = sizeof(MatrixDecoderParameters::outputDelaysMs);
+constexpr Field kDelaysFields[] = {
+    PerChannel("mode0", 0, kDelay, kNoDelays),
+    PerChannel("mode1", kDelaysSize / 3, kDelay, kRearDelays),
+    PerChannel("mode2", 2 * kDelaysSize / 3, kDelay, kNoDelays),
+};
+constexpr RecordLayout kDelays = {kDelaysFields, kDelaysSize};
+
+constexpr Field Option(const char* name, std::uint32_t offset, double maximum,
+                       double defaultValue) {
+    return {name, kUnsigned32, offset, "", 0.0, maximum, defaultValue};
+}
+constexpr Field kMatrixDecoderFields[] = {
+    Switch("decodeEnabled", offsetof(MatrixDecoderParameters, decodeEnabled), 1.0),
+    Option("decodeMode", offsetof(MatrixDecoderParameters, decodeMode), 2.0, 0.0),
+    Option("option2", offsetof(MatrixDecoderParameters, option2), 15.0, 0.0),
+    Option("option3", offsetof(MatrixDecoderParameters, option3), 15.0, 7.0),
+    Switch("option4", offsetof(MatrixDecoderParameters, option4), 0.0),
+    Switch("option5", offsetof(MatrixDecoderParameters, option5), 1.0),
+    Switch("option6", offsetof(MatrixDecoderParameters, option6), 0.0),
+    Switch("option7", offsetof(MatrixDecoderParameters, option7), 0.0),
+    Switch("delaysEnabled", offsetof(MatrixDecoderParameters, delaysEnabled), 1.0),
+    Nested("outputDelaysMs", offsetof(MatrixDecoderParameters, outputDelaysMs), kDelays)};
+constexpr RecordLayout kMatrixDecoder = {kMatrixDecoderFields, sizeof(MatrixDecoderParameters)};
+
+constexpr Field kSurroundFields[] = {
+    {"surroundOn", kSigned32, offsetof(SurroundParameters, surroundOn), "", 0.0, 1.0, 1.0},
+    Nested("decoderParameters", offsetof(SurroundParameters, decoderParameters), kMatrixDecoder)};
 
 constexpr Field kExpanderFields[] = {
     {"targetChannels", kUnsigned32, offsetof(StreamExpanderParameters, targetChannels), "channels",
@@ -183,6 +207,7 @@ constexpr BlockFields kBlocks[] = {
     {&kLimiterBlockTypeId, "limiter", {kLimiterFields, sizeof(LimiterParameters)}},
     {&kLowPassFilterBlockTypeId, "low-pass", kFilter},
     {&kLowShelfFilterBlockTypeId, "low-shelf", kGainFilter},
+    {&kMatrixDecoderBlockTypeId, "decoder", kMatrixDecoder},
     {&kMixerBlockTypeId, "mixer", {}},
     {&kNoiseGateBlockTypeId, "gate", {kGateFields, sizeof(NoiseGateParameters)}},
     {&kNotchFilterBlockTypeId, "notch", kFilter},
@@ -191,6 +216,7 @@ constexpr BlockFields kBlocks[] = {
      "stereo-expander",
      {kStereoExpanderFields, sizeof(StereoExpanderParameters)}},
     {&kStreamExpanderBlockTypeId, "expander", {kExpanderFields, sizeof(StreamExpanderParameters)}},
+    {&kSurroundBlockTypeId, "surround", {kSurroundFields, sizeof(SurroundParameters)}},
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 // parameters work from this table, and the schema for editors is tested against it.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -42,7 +43,10 @@ struct Field {
     std::span<const double> itemDefaults{};  // of an array: none, or one for each item
 };
 
+// A nested record may be left out when all its fields may.
 inline bool IsRequired(const Field& field) {
+    if (field.kind == FieldKind::kRecord)
+        return std::ranges::any_of(field.item->fields, IsRequired);
     return !field.defaultValue && field.itemDefaults.empty();
 }
 

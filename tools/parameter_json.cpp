@@ -125,7 +125,8 @@ void ReadField(const Json* value, const Field& field, std::size_t offset, const 
     if (field.kind == FieldKind::kArray) return ReadArray(value, field, offset, place, bytes);
     if (field.kind == FieldKind::kList) return ReadList(*value, field, offset, place, bytes);
     if (field.kind == FieldKind::kRecord) {
-        return ReadRecord(*value, *field.item, place, bytes, offset);
+        const Json defaults = Json::object();
+        return ReadRecord(value ? *value : defaults, *field.item, place, bytes, offset);
     }
     const double number = value ? ReadNumber(*value, field, place) : *field.defaultValue;
     PutNumber(bytes, offset, field.kind, number);
