@@ -1,0 +1,335 @@
+// The block against its stages, put together again by hand.
+#include "blocks/matrix_decoder_block.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <deque>
+#include <map>
+#include <string>
+
+#include "tests/support/allocation_faults.h"
+#include "tests/support/samples.h"
+
+namespace quorvel {
+namespace {
+
+using Samples = std::vector<float>;
+
+constexpr GUID kNoId{};
+constexpr float kSixDb = 1.9952623f;
+constexpr float kUntouched = test::kUntouched;
+
+std::unique_ptr<MatrixDecoderBlock> MakeBlock(const MatrixDecoderParameters& parameters,
+                                              int32_t channels, uint32_t mask,
+                                              int32_t rate = 48000) {
+    auto block = std::make_unique<MatrixDecoderBlock>(kNoId);
+    EXPECT_TRUE(block->SetParameterData(&parameters, sizeof(parameters)));
+    block->SetFormat(channels, mask, rate);
+    return block;
+}
+
+Samples Hear(AudioBlock& block, const Samples& in, std::size_t blockFrames = 480) {
+    const auto channels = static_cast<std::size_t>(block.GetInputChannels());
+    const std::size_t frames = in.size() / channels;
+    Samples input = in, out(2 * frames, kUntouched);
+    for (std::size_t f = 0; f < frames; f += blockFrames) {
+        const std::size_t count = std::min(blockFrames, frames - f);
+        block.Process(input.data() + f * channels, out.data() + 2 * f, static_cast<int32_t>(count));
+    }
+    return out;
+}
+
+Samples Render(const Samples& in, int32_t channels, int32_t rate) {
+    std::vector<std::byte> memory(kStereoRendererMemory);
+    StereoRendererState state{channels, StereoRendererRateCode(rate), memory.data()};
+    const auto frames = static_cast<int32_t>(in.size()) / channels;
+    Samples out(2 * static_cast<std::size_t>(frames));
+    RenderStereo(state, in.data(), out.data(), frames);
+    for (float& sample : out)
+        sample *= kSixDb;
+    return out;
+}
+
+// The renderer's frames as text: an input channel or a sum of two each, "-" for silence.
+struct Conversion {
+    uint32_t mask;
+    int32_t channels;
+    int32_t rendered;
+    const char* frame;
+};
+constexpr Conversion kConversions[] = {
+    {0x4, 1, 1, "0"},
+    {0x3, 2, 2, "0 1"},
+    {0xB, 3, 2, "0+2 1+2"},
+    {0x33, 4, 5, "0 - 1 2 3"},
+    {0x107, 4, 4, "0 2 1 3"},
+    {0x3F, 6, 5, "0+3 2 1+3 4 5"},
+    {0x60F, 6, 5, "0+3 2 1+3 4 5"},
+    {0xFF, 8, 7, "0+3 2 1+3 6 7 4 5"},
+    {0x63F, 8, 7, "0+3 2 1+3 6 7 4 5"},
+};
+
+Samples Convert(const Conversion& conversion, const Samples& in) {
+    const std::string row = std::string(conversion.frame) + " ";
+    Samples out;
+    for (std::size_t f = 0; f < in.size(); f += static_cast<std::size_t>(conversion.channels)) {
+        for (std::size_t start = 0; start < row.size(); start = row.find(' ', start) + 1) {
+            const auto channel = [&](std::size_t place) {
+                return in[f + static_cast<std::size_t>(row[place] - '0')];
+            };
+            out.push_back(row[start] == '-'       ? 0.0f
+                          : row[start + 1] == '+' ? channel(start) + channel(start + 2)
+                                                  : channel(start));
+        }
+    }
+    return out;
+}
+
+// A delay that knows nothing but a queue.
+class Delay {
+  public:
+    explicit Delay(std::size_t frames) : past(frames, 0.0f) {}
+
+    float Pass(float sample) {
+        past.push_back(sample);
+        sample = past.front();
+        past.pop_front();
+        return sample;
+    }
+
+  private:
+    std::deque<float> past;
+};
+
+// What the decoder must give for the pair that starts at channel `pair` of `in`: eight slots.
+Samples Decode(const Samples& in, std::size_t channels, std::size_t pair, uint16_t modeWord,
+               uint16_t flagsWord, const std::array<std::size_t, 8>& delays) {
+    std::vector<std::byte> memory(kMatrixDecoderMemory);
+    const std::size_t frames = in.size() / channels;
+    Samples slots(8 * frames);
+    for (std::size_t f = 0; f < frames; ++f) {
+        slots[8 * f] = in[channels * f + pair];
+        slots[8 * f + 1] = in[channels * f + pair + 1];
+    }
+    MatrixDecoderConfiguration configuration{.modeWord = modeWord, .flagsWord = flagsWord};
+    configuration.state = memory.data();
+    configuration.frames = static_cast<int16_t>(frames);
+    constexpr std::size_t kOrder[] = {0, 2, 1, 6, 7, 3, 4, 5};
+    for (std::size_t c = 0; c < 8; ++c)
+        configuration.channels[c] = slots.data() + kOrder[c];
+    EXPECT_TRUE(RunMatrixDecoder(kDecoderProcess, &configuration));
+    for (std::size_t slot = 0; slot < 8; ++slot) {
+        Delay delay(delays[slot]);
+        for (std::size_t f = 0; f < frames; ++f)
+            slots[8 * f + slot] = delay.Pass(slots[8 * f + slot]);
+    }
+    return slots;
+}
+
+// Puts the kept channels beside the decoder's: sides to `sidesTo`, fronts to the sides.
+void Join(Samples& slots, const Samples& in, std::size_t channels, std::size_t kept,
+          std::size_t sidesTo, std::size_t delayFrames) {
+    std::vector<Delay> delays(kept, Delay(delayFrames));
+    for (std::size_t f = 0; f < slots.size() / 8; ++f) {
+        float* const frame = &slots[8 * f];
+        frame[sidesTo] = frame[6];
+        frame[sidesTo + 1] = frame[7];
+        frame[6] = frame[0];
+        frame[7] = frame[1];
+        for (std::size_t c = 0; c < kept; ++c)
+            frame[c] = delays[c].Pass(in[channels * f + c]);
+    }
+}
+
+// The sound of a decoded frame.
+Samples RenderDecoded(const Samples& slots, int32_t rate) {
+    return Render(Convert(kConversions[8], slots), 7, rate);
+}
+
+TEST(MatrixDecoderBlock, RendersEveryLayoutThatTheRendererKnows) {
+    for (const Conversion& conversion : kConversions) {
+        SCOPED_TRACE(conversion.mask);
+        const Samples in =
+            test::Noise(960 * static_cast<std::size_t>(conversion.channels), conversion.mask);
+        const auto block =
+            MakeBlock({.decodeEnabled = 0}, conversion.channels, conversion.mask, 44100);
+        EXPECT_EQ(block->GetInputChannels(), conversion.channels);
+        EXPECT_EQ(block->GetOutputChannels(), 2);
+        EXPECT_EQ(block->GetChannelMask(), 3u);
+        test::ExpectSameBits(Hear(*block, in),
+                             Render(Convert(conversion, in), conversion.rendered, 44100));
+    }
+    // Layouts that it does not know, and masks with more speakers than channels.
+    const struct {
+        int32_t channels;
+        uint32_t mask;
+    } kOthers[] = {{3, 0x7}, {5, 0x37}, {1, 0x3}, {4, 0x3F}, {6, 0x63F}, {2, 0}};
+    for (const auto& [channels, mask] : kOthers) {
+        const auto block = MakeBlock({.decodeEnabled = 0}, channels, mask);
+        EXPECT_EQ(Hear(*block, Samples(10 * static_cast<std::size_t>(channels), 1.0f)),
+                  Samples(20, kUntouched));
+    }
+}
+
+TEST(MatrixDecoderBlock, DecodesPairs) {
+    const MatrixDecoderParameters classic, surround{.decodeMode = 1},
+        adjustable{.decodeMode = 2,
+                   .option2 = 0x10009,
+                   .option3 = 3,
+                   .option4 = 5,
+                   .option5 = 0,
+                   .option6 = 1,
+                   .option7 = 0},
+        backOnly{.decodeMode = 1, .option2 = 9, .option3 = 2, .option4 = 1, .option7 = 4},
+        undelayed{.decodeMode = 1, .delaysEnabled = 0};
+    const std::array<std::size_t, 8> none{}, ten{0, 0, 0, 0, 441, 441, 441, 441};
+    const struct {
+        const MatrixDecoderParameters& parameters;
+        uint16_t modeWord, flagsWord;  // at 44.1 kHz
+        std::array<std::size_t, 8> delays;
+    } kCases[] = {
+        {classic, 0x1000 + 2 * 32 + 25, 0x704, none},
+        {surround, 0x1000 + 3 * 32 + 25, 0x700, ten},
+        {adjustable, 0x1000 + 7 * 32 + 25, 0x1000 | 0x300 | 0x90 | 8 | 1, none},
+        {backOnly, 0x1000 + 3 * 32 + 25, 0x200 | 8 | 2, ten},
+        {undelayed, 0x1000 + 3 * 32 + 25, 0x700, none},
+    };
+    const struct {
+        std::size_t channels;
+        uint32_t mask;
+        std::size_t pair, kept, sidesTo;
+    } kLayouts[] = {{2, 0x3, 0, 0, 0},  {2, 0, 0, 0, 0},    {3, 0x3, 0, 0, 0},
+                    {4, 0x33, 2, 2, 2}, {6, 0x3F, 4, 4, 4}, {6, 0x60F, 4, 4, 4}};
+    for (const auto& [parameters, modeWord, flagsWord, delays] : kCases) {
+        for (const auto& layout : kLayouts) {
+            SCOPED_TRACE(testing::Message() << modeWord << ", mask " << layout.mask);
+            const Samples in = test::Noise(2000 * layout.channels, 5);
+            Samples slots = Decode(in, layout.channels, layout.pair, modeWord, flagsWord, delays);
+            if (layout.kept > 0) Join(slots, in, layout.channels, layout.kept, layout.sidesTo, 220);
+            const auto channels = static_cast<int32_t>(layout.channels);
+            const auto block = MakeBlock(parameters, channels, layout.mask, 44100);
+            test::ExpectSameBits(Hear(*block, in, 333), RenderDecoded(slots, 44100));
+        }
+    }
+}
+
+// What is not decoded is rendered as it is: other layouts, and what the decoder cannot work at. One
+// that has become unusable stays so until the next format.
+TEST(MatrixDecoderBlock, RendersWhatIsNotDecoded) {
+    const Samples surround = test::Noise(8 * 500, 1);
+    const auto whole = MakeBlock({}, 8, 0x63F);
+    test::ExpectSameBits(Hear(*whole, surround),
+                         Render(Convert(kConversions[8], surround), 7, 48000));
+
+    const Samples in = test::Noise(2 * 500, 2);
+    test::ExpectSameBits(Hear(*MakeBlock({}, 2, 3, 22050), in), Render(in, 2, 22050));
+    test::ExpectSameBits(Hear(*MakeBlock({.decodeMode = 3}, 2, 3), in), Render(in, 2, 48000));
+
+    const auto block = MakeBlock({}, 2, 3);
+    const Samples decoded = Hear(*block, in);
+    const MatrixDecoderParameters good, bad{.decodeMode = 7};
+    EXPECT_TRUE(block->SetParameters(&bad));
+    Hear(*block, in);
+    EXPECT_TRUE(block->SetParameters(&good));
+    Samples silence(2 * 48000);
+    Hear(*block, silence);
+    test::ExpectSameBits(Hear(*block, in), Render(in, 2, 48000));
+    block->SetFormat(2, 3, 48000);
+    test::ExpectSameBits(Hear(*block, in), decoded);
+}
+
+// The decoder goes on through other delays and starts anew for other options; switching the delays
+// off and on makes no new ones, other delays and options do.
+TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
+    constexpr std::size_t kFrames = 4000;
+    constexpr uint16_t kModeWord = 0x2000 + 3 * 32 + 25;
+    MatrixDecoderParameters parameters{.decodeMode = 1};
+    const auto block = MakeBlock(parameters, 2, 3);
+    const Samples in = test::Noise(2 * kFrames * 5, 3);
+    const auto part = [&](std::size_t first, std::size_t count) {
+        const auto* from = in.data() + 2 * kFrames * first;
+        return Samples(from, from + 2 * kFrames * count);
+    };
+    Samples heard;
+    const auto hear = [&](std::size_t i) {
+        EXPECT_TRUE(block->SetParameters(&parameters));
+        const Samples more = Hear(*block, part(i, 1));
+        heard.insert(heard.end(), more.begin(), more.end());
+    };
+    hear(0);
+    hear(1);
+    parameters.delaysEnabled = 0;
+    hear(2);
+    parameters.delaysEnabled = 1;
+    parameters.outputDelaysMs[1][4] = 20;
+    hear(3);
+    parameters.option7 = 1;
+    hear(4);
+
+    Samples slots = Decode(part(0, 4), 2, 0, kModeWord, 0x700, {});
+    const Samples last = Decode(part(4, 1), 2, 0, kModeWord, 0x702, {});
+    slots.insert(slots.end(), last.begin(), last.end());
+    for (const std::size_t slot : {4, 5, 6, 7}) {
+        const std::size_t later = slot == 4 ? 960 : 480;
+        Delay delays[] = {Delay(480), Delay(0), Delay(later), Delay(later)};
+        for (std::size_t f = 0; f < 5 * kFrames; ++f) {
+            const std::size_t i = f / kFrames;
+            slots[8 * f + slot] = delays[i == 0 ? 0 : i - 1].Pass(slots[8 * f + slot]);
+        }
+    }
+    test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
+
+    EXPECT_FALSE(block->SetParameters(nullptr));
+    EXPECT_FALSE(block->SetParameterData(nullptr, 132));
+    EXPECT_FALSE(block->SetParameterData(&parameters, 131));
+}
+
+// The decoder counts the frames of a call in 16 bits.
+TEST(MatrixDecoderBlock, LeavesLongCallsUndecoded) {
+    const Samples in = test::Noise(2 * 70000, 4);
+    for (const std::size_t frames : {std::size_t{32768}, std::size_t{70000}}) {
+        const Samples part(in.begin(), in.begin() + static_cast<std::ptrdiff_t>(2 * frames));
+        const Samples slots = Decode(part, 2, 0, 0x2000 + 2 * 32 + 25, 0x704, {});
+        test::ExpectSameBits(Hear(*MakeBlock({}, 2, 3), part, frames), RenderDecoded(slots, 48000));
+    }
+}
+
+// Each allocation fails in its turn: the frame, the delays, the renderer's input.
+TEST(MatrixDecoderBlock, DoesWithoutMemory) {
+    const MatrixDecoderParameters parameters{.decodeMode = 1};
+    const Samples in = test::Noise(2 * 480, 5);
+    const Samples decoded = Hear(*MakeBlock(parameters, 2, 3), in);
+    const Samples undelayed = Hear(*MakeBlock({.decodeMode = 1, .delaysEnabled = 0}, 2, 3), in);
+    const Samples results[] = {Render(in, 2, 48000), undelayed, Samples(960, kUntouched), decoded};
+    for (std::size_t i = 0; i < std::size(results); ++i) {
+        const auto block = MakeBlock(parameters, 2, 3);
+        Samples input = in, out(960, kUntouched);
+        {
+            const test::AllocationFaults faults(i);
+            block->Process(input.data(), out.data(), 480);
+            EXPECT_EQ(faults.HasFailed(), i < 3);
+        }
+        test::ExpectSameBits(out, results[i]);
+        const test::AllocationFaults none;
+        block->Process(input.data(), out.data(), 480);
+        block->Process(input.data(), out.data(), 480);
+        EXPECT_LE(none.Asked(), i < 3 ? 2u : 0u);
+    }
+}
+
+// Silence stays, and what is no audio passes.
+TEST(MatrixDecoderBlock, SurvivesAnyInput) {
+    for (const Conversion& conversion : kConversions) {
+        const auto block = MakeBlock({.decodeMode = 1}, conversion.channels, conversion.mask);
+        const auto channels = static_cast<std::size_t>(conversion.channels);
+        EXPECT_EQ(Hear(*block, Samples(480 * channels)), Samples(960));
+        for (const float sample : Hear(*block, test::RandomSamples(4800 * channels, 6)))
+            ASSERT_TRUE(std::isfinite(sample));
+        Hear(*block, Samples(48000 * channels));
+        EXPECT_EQ(Hear(*block, Samples(480 * channels)), Samples(960));
+    }
+}
+
+}  // namespace
+}  // namespace quorvel
