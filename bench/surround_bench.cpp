@@ -6,13 +6,14 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <vector>
 
 #include "blocks/surround/matrix_decoder_stage.h"
 #include "blocks/surround/stereo_renderer_stage.h"
+#include "blocks/surround_block.h"
+#include "engine/channel_masks.h"
 
 namespace quorvel {
 namespace {
@@ -81,6 +82,44 @@ BENCHMARK_CAPTURE(Decoder, surround_ambience, 1, 0.0f);
 BENCHMARK_CAPTURE(Decoder, surround_centre, 1, 0.9f);
 BENCHMARK_CAPTURE(Decoder, surround_rear, 1, -0.7f);
 BENCHMARK_CAPTURE(Decoder, adjustable_rear, 2, -0.7f);
+
+// Stereo and 5.1 are decoded, 7.1 is rendered as it is.
+void MatrixDecoder(benchmark::State& bench) {
+    const auto block = std::make_unique<MatrixDecoderBlock>(GUID{});
+    const MatrixDecoderParameters parameters{.decodeMode = 1};
+    block->SetParameters(&parameters);
+    const auto channels = static_cast<int32_t>(bench.range(0));
+    block->SetFormat(channels, DefaultChannelMask(static_cast<uint32_t>(channels)), 48000);
+    std::vector<float> in = Noise(channels), out(2 * kFrames);
+    for (auto _ : bench) {
+        block->Process(in.data(), out.data(), kFrames);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    Report(bench);
+}
+BENCHMARK(MatrixDecoder)->Arg(2)->Arg(6)->Arg(8);
+
+// Off, on, and in a fade that is started anew before every buffer.
+void Surround(benchmark::State& bench, int32_t first, int32_t step) {
+    const auto block = std::make_unique<SurroundBlock>(GUID{});
+    SurroundParameters parameters{.surroundOn = first, .decoderParameters = {.decodeMode = 1}};
+    block->SetParameters(&parameters);
+    const auto channels = static_cast<int32_t>(bench.range(0));
+    block->SetFormat(channels, DefaultChannelMask(static_cast<uint32_t>(channels)), 48000);
+    std::vector<float> in = Noise(channels), out(2 * kFrames);
+    for (auto _ : bench) {
+        parameters.surroundOn += step;
+        if (step != 0) block->SetParameters(&parameters);
+        block->Process(in.data(), out.data(), kFrames);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    Report(bench);
+}
+BENCHMARK_CAPTURE(Surround, off, 0, 0)->Arg(2)->Arg(6)->Arg(8);
+BENCHMARK_CAPTURE(Surround, on, 1, 0)->Arg(2)->Arg(6)->Arg(8);
+BENCHMARK_CAPTURE(Surround, fading, 1, 1)->Arg(2)->Arg(6)->Arg(8);
 
 }  // namespace
 }  // namespace quorvel

@@ -28,6 +28,7 @@ int Run(int argc, char** argv) {
     quorvel::tool::AddHostCommand(app);
     quorvel::tool::AddEncodeCommand(app);
     quorvel::tool::AddDecodeCommand(app);
+    quorvel::tool::AddEarsCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

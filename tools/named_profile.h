@@ -1,4 +1,4 @@
-// A profile together with what its blocks are called.
+// A profile together with what it is for and what its blocks are called.
 #pragma once
 
 #include <string>
@@ -9,9 +9,10 @@
 
 namespace quorvel::tool {
 
-// The packed form has no names: they are the JSON file's own, or made by NameBlocks.
+// The packed form has neither: they are the JSON file's own. Names are also made by NameBlocks.
 struct NamedProfile {
     QuorvelAudioProfile profile{};
+    std::string purpose{};                          // one line; empty when nothing is told
     std::vector<std::vector<std::string>> names{};  // by chain and block, in the profile's order
 };
 

@@ -188,8 +188,11 @@ void ReadChain(const Json& value, const JsonPlace& place, NamedProfile& named) {
 void ReadProfile(const Json& document, NamedProfile& named) {
     const JsonPlace place;
     RequireObject(document, place);
-    RefuseUnknownKeys(document, {"$schema", "id", "paths", "chains"}, place);
+    RefuseUnknownKeys(document, {"$schema", "id", "purpose", "paths", "chains"}, place);
     named.profile.id = GuidOrFresh(document, place);
+    if (const Json* purpose = FindMember(document, "purpose")) {
+        named.purpose = RequireText(*purpose, place.Key("purpose"));
+    }
     if (const Json* paths = FindMember(document, "paths")) {
         ReadPaths(*paths, place.Key("paths"), named.profile);
     }

@@ -82,9 +82,11 @@ OrderedJson WriteProfile(const NamedProfile& named) {
     OrderedJson chains = OrderedJson::array();
     for (unsigned i = 0; i < named.profile.chains.Count(); ++i)
         chains.push_back(WriteChain(named.profile.chains.Item(i), named.names[i]));
-    return {{"id", GuidText(named.profile.id)},
-            {"paths", WritePaths(named.profile)},
-            {"chains", std::move(chains)}};
+    OrderedJson profile = {{"id", GuidText(named.profile.id)}};
+    if (!named.purpose.empty()) profile["purpose"] = named.purpose;
+    profile["paths"] = WritePaths(named.profile);
+    profile["chains"] = std::move(chains);
+    return profile;
 }
 
 }  // namespace quorvel::tool

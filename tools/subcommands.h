@@ -11,5 +11,6 @@ void AddProcessCommand(CLI::App& app);
 void AddHostCommand(CLI::App& app);
 void AddEncodeCommand(CLI::App& app);
 void AddDecodeCommand(CLI::App& app);
+void AddEarsCommand(CLI::App& app);
 
 }  // namespace quorvel::tool
