@@ -215,14 +215,15 @@ TEST(MatrixDecoderStage, FollowsJumps) {
     }
 }
 
-// Steering a pure tone adds nothing to it.
+// A pure tone stays pure when it is steered, and as loud as it was wherever the bands meet.
 TEST(MatrixDecoderStage, KeepsTonesPure) {
     constexpr std::size_t kSecond = 48000;
-    Analytic tone(kSecond);
-    for (std::size_t i = 0; i < kSecond; ++i)
-        tone[i] = std::polar(0.5, 2.0 * M_PI * static_cast<double>(i * 1000 % kSecond) / kSecond);
-    const Frames frames = Stage(ModeWord(1)).Decode(Encode(kHalfLeft, tone, 3 * kSecond));
-    for (const Slot slot : {kFrontLeft, kCentre}) {
+    const auto measure = [](const Source& source, Slot slot, std::size_t frequency) {
+        Analytic tone(kSecond);
+        for (std::size_t i = 0; i < kSecond; ++i)
+            tone[i] = std::polar(
+                0.5, 2.0 * M_PI * static_cast<double>(i * frequency % kSecond) / kSecond);
+        const Frames frames = Stage(ModeWord(1)).Decode(Encode(source, tone, 3 * kSecond));
         Complex found = 0.0;
         double power = 0.0;
         for (std::size_t i = 0; i < kSecond; ++i) {
@@ -231,7 +232,41 @@ TEST(MatrixDecoderStage, KeepsTonesPure) {
             power += sample * sample;
         }
         const double ofTone = 2.0 * std::norm(found) / (0.25 * kSecond);
-        EXPECT_LT(Decibels(std::fabs(power - ofTone) / power), -90.0);
+        return std::pair{ofTone / (0.125 * kSecond), std::fabs(power - ofTone) / power};
+    };
+    for (const Slot slot : {kFrontLeft, kCentre})
+        EXPECT_LT(Decibels(measure(kHalfLeft, slot, 1000).second), -90.0);
+    for (const std::size_t frequency : {100u, 300u, 450u, 700u, 1200u, 2000u, 3000u, 4000u, 8000u})
+        EXPECT_NEAR(Decibels(measure(kMiddle, kCentre, frequency).first), 0.0, 0.02) << frequency;
+}
+
+// Surrounds that a film encoder has turned come out in phase with the front, on both sides, and a
+// source that passes behind the right front keeps its polarity.
+TEST(MatrixDecoderStage, KeepsPolarity) {
+    const Analytic noise = test::PinkNoise(48000, 14);
+    const auto decode = [&](Complex left, Complex right, Slot slot) {
+        Pairs pairs(noise.size());
+        Add(pairs, noise, left, right);
+        std::vector<float> heard;
+        for (const Frame& frame : Stage(ModeWord(1)).Decode(pairs))
+            heard.push_back(frame[slot]);
+        return heard;
+    };
+    const double past = 85.0 * M_PI / 180.0;
+    const std::vector<float> front = decode(kHalf, kHalf, kCentre),
+                             right = decode(0.0, 1.0, kFrontRight);
+    const std::pair<std::vector<float>, const std::vector<float>&> kPairs[] = {
+        {decode(-kTurn * 0.8718, kTurn * 0.4899, kSideLeft), front},
+        {decode(-kTurn * 0.4899, kTurn * 0.8718, kSideRight), front},
+        {decode(-std::cos(past), std::sin(past), kFrontRight), right}};
+    for (const auto& [heard, expected] : kPairs) {
+        double a = 0.0, b = 0.0, both = 0.0;
+        for (std::size_t i = 24000; i < heard.size(); ++i) {
+            a += double{heard[i]} * heard[i];
+            b += double{expected[i]} * expected[i];
+            both += double{heard[i]} * expected[i];
+        }
+        EXPECT_GT(both / std::sqrt(a * b), 0.98);
     }
 }
 
