@@ -72,10 +72,20 @@ HRESULT UnregisterComServer() {
     return platform::UnregisterTypeLibrary(ModuleTypeLibrary());
 }
 
-// The first `count` records.
+// The result of a step that may find no memory.
+template <typename Step>
+HRESULT Attempt(Step step) noexcept {
+    try {
+        return step();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+// The first `count` records, each as far as memory goes.
 void TakeBack(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
-        UnregisterAPO(RegistrationRecords()[i]->clsid);
+        Attempt([&] { return UnregisterAPO(RegistrationRecords()[i]->clsid); });
 }
 
 }  // namespace
@@ -92,29 +102,27 @@ HRESULT APODllModule::CanUnloadNow() {
     return ModuleLock::Count() > 0 ? S_FALSE : S_OK;
 }
 
-HRESULT APODllModule::RegisterServer() try {
+HRESULT APODllModule::RegisterServer() {
     std::size_t registered = 0;
     HRESULT result = S_OK;
     for (const APO_REG_PROPERTIES* const record : RegistrationRecords()) {
-        result = RegisterAPO(record);
+        result = Attempt([&] { return RegisterAPO(record); });
         if (FAILED(result)) break;
         ++registered;
     }
-    if (SUCCEEDED(result)) result = RegisterComServer();
+    if (SUCCEEDED(result)) result = Attempt(RegisterComServer);
     if (FAILED(result)) TakeBack(registered);
     return result;
-} catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
 }
 
-HRESULT APODllModule::UnregisterServer() try {
-    HRESULT result = UnregisterComServer();
-    if (FAILED(result)) return result;
-    for (const APO_REG_PROPERTIES* const record : RegistrationRecords())
-        result = UnregisterAPO(record->clsid);
-    return result;
-} catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
+HRESULT APODllModule::UnregisterServer() {
+    return Attempt([] {
+        HRESULT result = UnregisterComServer();
+        if (FAILED(result)) return result;
+        for (const APO_REG_PROPERTIES* const record : RegistrationRecords())
+            result = UnregisterAPO(record->clsid);
+        return result;
+    });
 }
 
 }  // namespace quorvel

@@ -1,6 +1,7 @@
 #include "apo/apo_gfx.h"
 
 #include <mutex>
+#include <utility>
 
 namespace quorvel {
 
@@ -10,12 +11,22 @@ const GUID kEndpointProfileId = {
 HRESULT APOGFX::Initialize(UINT32 cbDataSize, BYTE* pbyData) {
     const HRESULT result = BaseAPO::Initialize(cbDataSize, pbyData);
     if (FAILED(result)) return result;
+    for (int fetches = 1; !FetchEndpointProfile(fetches == kMostFetches);)
+        ++fetches;
+    return result;
+}
+
+// False when it has to be done again: events came that may be newer than what was fetched, and
+// which passed by as long as the object had no profile.
+bool APOGFX::FetchEndpointProfile(bool isLast) {
+    const std::uint32_t before = DriverEventCount();
     QuorvelAudioProfile fetched;
     fetched.id = kEndpointProfileId;
-    if (device->GetProfileData(&fetched) != ERROR_SUCCESS) return result;
+    if (device->GetProfileData(&fetched) != ERROR_SUCCESS) return true;
     const std::lock_guard lock(profileLock);
-    profile = fetched;
-    return result;
+    if (driverEventCount != before && !isLast) return false;
+    profile = std::move(fetched);
+    return true;
 }
 
 }  // namespace quorvel

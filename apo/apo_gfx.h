@@ -14,6 +14,9 @@ class APOGFX : public BaseAPO {
 
     // What the base says; then fetches the endpoint profile. Without one the profile stays empty.
     HRESULT STDMETHODCALLTYPE Initialize(UINT32 cbDataSize, BYTE* pbyData) override;
+
+  private:
+    bool FetchEndpointProfile(bool isLast);
 };
 
 }  // namespace quorvel

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <utility>
 
 #include "apo/client_probe.h"
 #include "apo/driver_event_payload.h"
@@ -93,6 +94,7 @@ void APOLFX::ProbeClientProcess() {
     try {
         if (const auto client =
                 FindClientProcess(GetClassId(), osVersion.dwMajorVersion, *device)) {
+            const std::lock_guard lock(profileLock);
             clientProcessId = client->processId;
             clientImagePath = client->imagePath;
         }
@@ -101,15 +103,25 @@ void APOLFX::ProbeClientProcess() {
     ReloadProfileForClient();
 }
 
+// Asks again when the client became known, or events came, while the driver was asked.
 bool APOLFX::ReloadProfileForClient() {
-    QuorvelAudioProfile fetched;
-    if (!device || device->GetProfileForPID(clientProcessId, &fetched) != ERROR_SUCCESS)
-        return false;
+    for (int fetches = 1;; ++fetches) {
+        const auto [client, before] = AskedFor();
+        QuorvelAudioProfile fetched;
+        if (device->GetProfileForPID(client, &fetched) != ERROR_SUCCESS) return false;
+        const std::lock_guard lock(profileLock);
+        const bool isOld = client != clientProcessId || before != driverEventCount;
+        if (isOld && fetches < kMostFetches) continue;
+        if (fetched.id == profile.id && fetched.cookie == profile.cookie) return false;
+        profile = std::move(fetched);
+        isProfilePending = true;
+        return true;
+    }
+}
+
+std::pair<DWORD, std::uint32_t> APOLFX::AskedFor() {
     const std::lock_guard lock(profileLock);
-    if (fetched.id == profile.id && fetched.cookie == profile.cookie) return false;
-    profile = fetched;
-    isProfilePending = true;
-    return true;
+    return {clientProcessId, driverEventCount};
 }
 
 }  // namespace quorvel

@@ -17,6 +17,7 @@
 
 #include "apo/base_audio_processing_object.h"
 #include "apo/com_reference.h"
+#include "apo/process_lock.h"
 #include "client/quorvel_audio_device.h"
 #include "engine/audio_graph.h"
 #include "platform/windows_api.h"
@@ -33,7 +34,7 @@ class BaseAPO : public CBaseAudioProcessingObject,
     explicit BaseAPO(const APO_REG_PROPERTIES& properties);
     ~BaseAPO() override;
 
-    // Closes the driver while the object is whole: its events may be arriving.
+    // Closes the driver and ends the notifications while the object is whole: they may be arriving.
     void FinalRelease();
 
     // --- IAudioProcessingObject ---
@@ -117,8 +118,14 @@ class BaseAPO : public CBaseAudioProcessingObject,
     // The profile's id, under its lock.
     GUID ProfileId();
 
+    // How many of the driver's events have begun to be handled.
+    std::uint32_t DriverEventCount();
+
+    // How often a profile is asked for again because events arrived before it could be stored.
+    static constexpr int kMostFetches = 8;
+
     AudioGraph graph;
-    platform::CriticalSection processLock;
+    ProcessLock processLock;
     platform::CriticalSection profileLock;
 
     bool isProfilePending = false;  // a loaded profile is not in the graph yet
@@ -131,14 +138,18 @@ class BaseAPO : public CBaseAudioProcessingObject,
     bool isDriverEnabled = false;
     std::unique_ptr<QuorvelAudioDevice> device;  // null when no driver is open
     QuorvelAudioProfile profile;
+    std::uint32_t driverEventCount = 0;  // events that have begun to be handled, under profileLock
     ComReference<IMMDeviceEnumerator> deviceEnumerator;
     UINT32 lastActiveChannels = 0;  // channel mask
 
   private:
     struct BlockEvent;
 
+    bool hearsNotifications = false;  // the enumerator knows this object
+
     // base_apo_initialize.cpp
     HRESULT OpenDriver(const WCHAR* path);
+    void CloseDriver();
     void StopNotifications();
     void PrepareGraph();
 

@@ -3,6 +3,7 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <utility>
 
 #include "apo/base_apo.h"
 #include "apo/driver_event_payload.h"
@@ -28,6 +29,10 @@ struct BaseAPO::BlockEvent {
 };
 
 void BaseAPO::OnQuorvelAudioDeviceEvent(SYSTEMTIME, QuorvelDriverEvents event, void* data) try {
+    {
+        const std::lock_guard lock(profileLock);
+        ++driverEventCount;
+    }
     switch (event) {
         case Event::ProfileDataChanged:
             return FetchProfile(ReadPayload<GUID>(data, payload::kProfileId));
@@ -58,6 +63,11 @@ GUID BaseAPO::ProfileId() {
     return profile.id;
 }
 
+std::uint32_t BaseAPO::DriverEventCount() {
+    const std::lock_guard lock(profileLock);
+    return driverEventCount;
+}
+
 void BaseAPO::FetchProfile(const GUID& profileId) {
     if (profileId != ProfileId()) return;
     QuorvelAudioProfile fetched;
@@ -66,7 +76,7 @@ void BaseAPO::FetchProfile(const GUID& profileId) {
 
     const std::lock_guard profileGuard(profileLock);
     if (profileId != profile.id) return;
-    profile = fetched;
+    profile = std::move(fetched);
     const std::lock_guard processGuard(processLock);
     BuildGraphFromProfile();
 }

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <utility>
 
 #include "apo/base_apo.h"
 #include "apo/driver_binding.h"
@@ -41,12 +42,13 @@ BaseAPO::BaseAPO(const APO_REG_PROPERTIES& properties) : CBaseAudioProcessingObj
 }
 
 BaseAPO::~BaseAPO() {
-    device.reset();
+    CloseDriver();
     StopNotifications();
 }
 
 void BaseAPO::FinalRelease() {
-    device.reset();
+    CloseDriver();
+    StopNotifications();
 }
 
 HRESULT BaseAPO::Initialize(UINT32 cbDataSize, BYTE* pbyData) try {
@@ -68,6 +70,7 @@ HRESULT BaseAPO::Initialize(UINT32 cbDataSize, BYTE* pbyData) try {
 
     result = deviceEnumerator->RegisterEndpointNotificationCallback(this);
     if (FAILED(result)) return result;
+    hearsNotifications = true;
     PrepareGraph();
     isInitialized = true;
     platform::SeedRand(static_cast<std::uint32_t>(platform::SecondsSinceEpoch()));
@@ -77,12 +80,19 @@ HRESULT BaseAPO::Initialize(UINT32 cbDataSize, BYTE* pbyData) try {
 }
 
 void BaseAPO::StopNotifications() {
-    if (isInitialized && deviceEnumerator)
-        deviceEnumerator->UnregisterEndpointNotificationCallback(this);
+    if (!std::exchange(hearsNotifications, false)) return;
+    deviceEnumerator->UnregisterEndpointNotificationCallback(this);
+}
+
+// The events thread reads `device` until it has ended, and closing waits for that.
+void BaseAPO::CloseDriver() {
+    if (device) device->Close();
+    device.reset();
 }
 
 // The device is in place before it is open: its events may ask it at once.
 HRESULT BaseAPO::OpenDriver(const WCHAR* path) {
+    CloseDriver();
     device = std::make_unique<QuorvelAudioDevice>();
     if (const DWORD error = device->Open(path, this)) {
         device.reset();

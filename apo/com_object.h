@@ -65,6 +65,8 @@ class ComObject final : public Class {
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = references.Release();
         if (left == 0) {
+            const ModuleLock keepUntilDestroyed;
+            references.Close();
             quorvel::FinalRelease<Class>(*this);
             delete this;
         }
@@ -109,6 +111,7 @@ class AggregatedObject final : public IUnknown {
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = references.Release();
         if (left == 0) {
+            references.Close();
             quorvel::FinalRelease<Class>(contained);
             delete this;
         }

@@ -20,6 +20,11 @@ constexpr PROPERTYKEY kInstanceIdKey = {  // PKEY_Device_InstanceId
 
 constexpr UINT kInstanceIdUnits = 4096;
 
+// What drivers of a 32-bit system are asked with.
+static_assert(sizeof(void*) != 4 || sizeof(SP_DEVINFO_DATA) == 28);
+static_assert(sizeof(void*) != 4 || sizeof(SP_DEVICE_INTERFACE_DATA) == 28);
+static_assert(sizeof(void*) != 4 || sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
+
 using Text = std::basic_string<WCHAR>;
 
 class PropertyValue {

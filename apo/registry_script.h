@@ -4,8 +4,8 @@
 //   key     [NoRemove | ForceRemove] name [= s 'text' | = d 'number'] [{ key… value… }]
 //   value   val name = s 'text' | val name = d 'number'
 //
-// A name is a word or a quoted text; a quotation mark inside quotes is doubled. %NAME% in names and
-// texts is replaced. Registering makes keys and values in the order of the script; a key with
+// A name is a word or a quoted text, which holds no quotation mark. %NAME% in names and texts is
+// replaced. Registering makes keys and values in the order of the script; a key with
 // ForceRemove is first deleted with everything below. Unregistering deletes a key with ForceRemove
 // and everything below it, a NoRemove key never, any other when its own part of the script has left
 // nothing below it.

@@ -108,11 +108,12 @@ void QuorvelAudioDevice::ReleaseDevice() {
     CloseAndClear(driverEvent);
 }
 
-// Requests on other threads stop before the handle closes, but for those that have loaded it.
+// Requests that have loaded the handle end before it closes: its number may be given away then.
 void QuorvelAudioDevice::CloseDevice() {
     const HANDLE closed = device.Exchange(INVALID_HANDLE_VALUE);
     if (closed == INVALID_HANDLE_VALUE) return;
     CancelIo(closed);
+    requests.WaitForNone();
     if (ownsHandle) CloseHandle(closed);
 }
 
@@ -128,6 +129,7 @@ DWORD QuorvelAudioDevice::Send(DWORD code, const void* in, DWORD inSize, void* o
                                DWORD& returned) {
     returned = 0;
     DWORD result = ERROR_INVALID_DATA;
+    const quorvel::RequestCount::Request request(requests);
     const HANDLE opened = device.Load();
     if (opened != INVALID_HANDLE_VALUE) {
         const BOOL done = DeviceIoControl(opened, code, const_cast<void*>(in), inSize, out, outSize,

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "client/quorvel_audio_device_events_listener.h"
+#include "client/request_count.h"
 #include "client/shared_value.h"
 #include "client/stream_records.h"
 #include "platform/windows_api.h"
@@ -35,8 +36,7 @@ struct TwoStepRead;
 // same time as anything else here, nor inside a callback. Fields that both requests and the events
 // thread write are SharedValues; the others have one writer at a time, before the events thread
 // starts, on it, or after it has ended. A request that meets the events thread while it releases
-// the device fails with 13, or with what the system makes of a handle that is closed and perhaps
-// given away: a listener that accepts a removal keeps the requests of other threads away first.
+// the device fails with 13, or with what the driver says; the handle closes when it has ended.
 class QuorvelAudioDevice {
   public:
     QuorvelAudioDevice() = default;
@@ -223,6 +223,7 @@ class QuorvelAudioDevice {
                                      unsigned size);
 
     quorvel::SharedValue<HANDLE> device = INVALID_HANDLE_VALUE;  // that when closed
+    quorvel::RequestCount requests;                              // that use it
     bool ownsHandle = false;                                     // opened here, to be closed here
     HANDLE eventsThread = nullptr;  // null when none was started since the last Close
     HANDLE stopEvent = nullptr;     // manual-reset, as are the next two; made once, kept to the end

@@ -5,6 +5,7 @@
 #include <random>
 #include <thread>
 
+#include "client/control_codes.h"
 #include "engine/audio_graph.h"
 #include "engine/graph_from_chain.h"
 #include "tests/apo/apo_test.h"
@@ -110,6 +111,51 @@ TEST_F(DriverEvents, AssignTheClientAnotherProfile) {
     stream.Unlock();
 }
 
+// Notices about other profiles, and those for objects of another kind, ask the driver nothing; a
+// profile that is the same as before builds nothing anew.
+TEST_F(DriverEvents, ThatDoNotConcernTheObjectPass) {
+    for (const ClassRow& row : {kClassRows[0], kClassRows[1]}) {
+        SCOPED_TRACE(row.isStream);
+        QuorvelAudioProfile profile = GainProfile(row, -6.0f);
+        ASSERT_EQ(application.SetProfileData(&profile), 0u);
+        const auto object = Make(*row.id);
+        ASSERT_EQ(Initialize(*object.Get(), row), S_OK);
+        EngineStream stream(*object.Get(), 2, 2);
+        ASSERT_EQ(stream.Lock(), S_OK);
+        const auto isAsked = [&](const std::function<void()>& happen) {
+            Core().Misbehave({.code = control::kGetProfileForPID, .refuse = 31});
+            happen();
+            while (!headset->driver.IsHeard())
+                std::this_thread::yield();
+            QuorvelAudioProfile any;
+            const bool isLeft = application.GetProfileForPID(kProgram, &any) == 31;
+            Core().Behave();
+            return !isLeft;
+        };
+        QuorvelAudioProfile other;
+        other.id = NumberedGuid(50);
+        other.AddPath(u"C:\\other.exe");
+        EXPECT_FALSE(isAsked([&] { application.SetProfileData(&other); }));      // 25
+        EXPECT_FALSE(isAsked([&] { application.SetProfilePaths(&other); }));     // 28
+        EXPECT_FALSE(isAsked([&] { headset->StartProgram(9, u"C:\\x.exe"); }));  // 24
+        EXPECT_FALSE(isAsked([&] { application.RemoveProfile(&other); }));       // 26
+        EXPECT_EQ(isAsked([&] { application.SetProfilePaths(&profile); }), row.isStream);
+
+        QuorvelAudioBlock foreign = AddGain(profile, 3 - row.chain, NumberedGuid(12), -20.0f);
+        _QuorvelAudioBlockLink link{profile.id, 3 - row.chain, NumberedGuid(10), NumberedGuid(12)};
+        EXPECT_EQ(application.SetAudioBlock(&foreign), 0u);
+        EXPECT_EQ(application.SetAudioBlock(&foreign), 0u);
+        EXPECT_EQ(application.SetProfileLink(&link), 0u);
+        EXPECT_EQ(application.RemoveProfileLink(&link), 0u);
+        EXPECT_EQ(application.RemoveAudioBlock(&foreign), 0u);
+        while (!headset->driver.IsHeard())
+            std::this_thread::yield();
+        EXPECT_NEAR(20.0 * std::log10(stream.Gain()), -6.0, 0.05);
+        stream.Unlock();
+        EXPECT_EQ(application.ClearProfiles(), 0u);
+    }
+}
+
 // The gain of a graph that is built afresh from what the driver has stored.
 double StoredGain(QuorvelAudioDevice& application, const GUID& id, DWORD chain) {
     QuorvelAudioProfile stored;
@@ -190,11 +236,53 @@ TEST_F(DriverEvents, StormEndsInTheStoredProfile) {
         EXPECT_NEAR(20.0 * std::log10(stream.Gain()), stored, 0.05) << "round " << round;
         EXPECT_EQ(stream.Unlock(), S_OK);
     }
-    ASSERT_EQ(stream.Lock(), S_OK);
+    std::thread engine([&] {
+        for (int i = 0; i < 200; ++i) {
+            EXPECT_EQ(stream.Lock(), S_OK);
+            stream.Process(i % 3 == 2 ? BUFFER_SILENT : BUFFER_VALID);
+            EXPECT_EQ(stream.Unlock(), S_OK);
+        }
+    });
     headset->driver.AnnounceRemoval();
     headset->driver.Remove();
-    stream.Process();
-    stream.Unlock();
+    engine.join();
+}
+
+// Objects come and go while the application edits; one that begins in the midst of it ends up with
+// what is stored.
+TEST_F(DriverEvents, ComeWhileObjectsBeginAndEnd) {
+    for (const ClassRow& row : {kClassRows[0], kClassRows[1]}) {
+        for (std::uint32_t round = 0; round < 15; ++round) {
+            QuorvelAudioProfile profile = GainProfile(row, -6.0f);
+            ASSERT_EQ(application.SetProfileData(&profile), 0u);
+            std::thread editor([&, round] {
+                std::mt19937 random(round);
+                for (int i = 0; i < 60; ++i) {
+                    QuorvelAudioProfile model =
+                        GainProfile(row, -static_cast<float>(random() % 12));
+                    if (random() % 4 == 0) application.ClearProfiles();
+                    application.SetProfileData(&model);
+                    application.SetAudioBlock(&model.GetChain(row.chain, true)->blocks.Item(0));
+                }
+            });
+            for (int i = 0; i < 5; ++i) {
+                const auto passing = Make(*row.id);
+                EXPECT_EQ(Initialize(*passing.Get(), row), S_OK);
+                EXPECT_EQ(Initialize(*passing.Get(), row), S_OK);
+            }
+            const auto object = Make(*row.id);
+            EXPECT_EQ(Initialize(*object.Get(), row), S_OK);
+            editor.join();
+            while (!headset->driver.IsHeard())
+                std::this_thread::yield();
+            EngineStream stream(*object.Get(), 2, 2);
+            ASSERT_EQ(stream.Lock(), S_OK);
+            EXPECT_NEAR(20.0 * std::log10(stream.Gain()),
+                        StoredGain(application, profile.id, row.chain), 0.05)
+                << round;
+            stream.Unlock();
+        }
+    }
 }
 
 }  // namespace

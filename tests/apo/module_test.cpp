@@ -4,6 +4,7 @@
 #include "apo/registry_script.h"
 #include "apo/registry_script_texts.h"
 #include "tests/apo/apo_test.h"
+#include "tests/support/lacking_memory.h"
 
 namespace quorvel::test {
 namespace {
@@ -64,6 +65,16 @@ TEST_F(Module, TakesTheEnginesKeysBackWhereverRegistrationFails) {
         EXPECT_EQ(result, HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
         // The class whose own registration failed keeps what was written.
         EXPECT_LE(platform::RegistryKeys(kObjects).size(), 1u) << "change " << failures;
+    }
+    EXPECT_GT(failures, 4 * 13u);
+
+    for (failures = 0;; ++failures) {
+        platform::ClearRegistry();
+        LackingMemory lack(failures);
+        const HRESULT result = DllRegisterServer();
+        if (!lack.HasFailed()) break;
+        EXPECT_TRUE(FAILED(result));
+        EXPECT_LE(platform::RegistryKeys(kObjects).size(), 1u) << "allocation " << failures;
     }
     EXPECT_GT(failures, 4 * 13u);
 }

@@ -1,4 +1,5 @@
 // Initialize, the format queries and LockForProcess: every result.
+#include "apo/registration_records.h"
 #include "tests/apo/apo_test.h"
 
 namespace quorvel::test {
@@ -136,6 +137,56 @@ TEST_F(Negotiation, LockTakesOnlyWhatFits) {
         EXPECT_EQ(stream.locker->LockForProcess(row.inputs, inputs, 1, outputs), row.result);
     }
     EXPECT_EQ(stream.Unlock(), S_OK);
+}
+
+// The base class with a registration of its own, on the stack.
+class PlainObject final : public CBaseAudioProcessingObject {
+  public:
+    using CBaseAudioProcessingObject::CBaseAudioProcessingObject;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    void STDMETHODCALLTYPE APOProcess(UINT32, APO_CONNECTION_PROPERTY**, UINT32,
+                                      APO_CONNECTION_PROPERTY**) QUORVEL_REAL_TIME override {}
+};
+
+// What no class of the module registers for: equal widths, and buffers apart.
+TEST(BaseObject, HoldsConnectionsToItsRegistration) {
+    APO_REG_PROPERTIES registration = *RegistrationRecords()[0];
+    registration.Flags = static_cast<APO_FLAG>(APO_FLAG_SAMPLESPERFRAME_MUST_MATCH |
+                                               APO_FLAG_FRAMESPERSECOND_MUST_MATCH);
+    registration.u32MaxInputConnections = 2;
+    registration.u32MinOutputConnections = 0;
+    PlainObject object(registration);
+    EXPECT_EQ(object.Initialize(0, nullptr), S_OK);
+    EXPECT_EQ(object.Initialize(0, nullptr), APOERR_ALREADY_INITIALIZED);
+
+    const MediaType stereo = MakeType(Float(2)), surround = MakeType(Float(6, 48000.0f, 0x3F));
+    MediaType told;
+    EXPECT_EQ(object.IsOutputFormatSupported(surround.Get(), stereo.Get(), told.Receive()),
+              S_FALSE);
+    UNCOMPRESSEDAUDIOFORMAT format{};
+    ASSERT_EQ(told->GetUncompressedAudioFormat(&format), S_OK);
+    EXPECT_EQ(format.dwSamplesPerFrame, 6u);
+    EXPECT_EQ(format.dwChannelMask, 0x3Fu);
+
+    std::vector<float> one(960), other(960);
+    const auto lock = [&](std::vector<float>& outBuffer, const MediaType& second, UINT32 outputs) {
+        APO_CONNECTION_DESCRIPTOR in{APO_CONNECTION_BUFFER_TYPE_EXTERNAL,
+                                     reinterpret_cast<UINT_PTR>(one.data()), 480, stereo.Get(),
+                                     APO_CONNECTION_DESCRIPTOR_SIGNATURE};
+        APO_CONNECTION_DESCRIPTOR in2 = in, out = in;
+        in2.pFormat = second.Get();
+        out.pBuffer = reinterpret_cast<UINT_PTR>(outBuffer.data());
+        APO_CONNECTION_DESCRIPTOR *ins[] = {&in, &in2}, *outs[] = {&out};
+        return object.LockForProcess(outputs == 0 ? 2 : 1, ins, outputs, outs);
+    };
+    EXPECT_EQ(lock(one, stereo, 1), APOERR_BUFFERS_OVERLAP);
+    EXPECT_EQ(lock(other, surround, 0), APOERR_INVALID_CONNECTION_FORMAT);
+    EXPECT_EQ(lock(other, stereo, 1), S_OK);
+    UINT32 width = 0;
+    EXPECT_EQ(object.GetInputChannelCount(&width), S_OK);
+    EXPECT_EQ(width, 2u);
 }
 
 }  // namespace

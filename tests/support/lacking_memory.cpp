@@ -1,0 +1,47 @@
+#include "tests/support/lacking_memory.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+constexpr std::size_t kNever = static_cast<std::size_t>(-1);
+
+thread_local std::size_t left = kNever;  // allocations until the one that fails
+thread_local bool hasFailed = false;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    if (left != kNever && left-- == 0) {
+        hasFailed = true;
+        throw std::bad_alloc();
+    }
+    if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace quorvel::test {
+
+LackingMemory::LackingMemory(std::size_t failAt) {
+    hasFailed = false;
+    left = failAt;
+}
+
+LackingMemory::~LackingMemory() {
+    left = kNever;
+}
+
+bool LackingMemory::HasFailed() const {
+    return hasFailed;
+}
+
+}  // namespace quorvel::test
