@@ -25,17 +25,29 @@ void Require(HRESULT result, const char* step) {
     throw InvalidInput(text);
 }
 
-const CLSID& ClassOf(HostedStage stage, bool isOutput) {
-    if (stage == HostedStage::kStream) return isOutput ? class_id::kLfxOut : class_id::kLfxIn;
-    return isOutput ? class_id::kGfxOut : class_id::kGfxIn;
+const IID& InterfaceOf(HostedStage stage, bool isOutput) {
+    if (stage == HostedStage::kStream)
+        return isOutput ? interface_id::kLfxOut : interface_id::kLfxIn;
+    return isOutput ? interface_id::kGfxOut : interface_id::kGfxIn;
 }
 
-// The name under which the engine's list of objects has the class.
-std::string RegisteredName(const CLSID& classId) {
-    const WideText key = u"AudioEngine\\AudioProcessingObjects\\" + ToUtf16(GuidText(classId));
-    const auto registered = platform::ReadRegistryValue(key, u"FriendlyName");
-    if (!registered) throw InvalidInput("the audio engine's list does not have the object");
-    return ToUtf8(*registered).value_or("");
+struct RegisteredClass {
+    CLSID id;
+    std::string name;
+};
+
+// The class with the interface, in the engine's list of objects.
+RegisteredClass FindRegistered(const IID& interfaceId) {
+    const WideText list = u"AudioEngine\\AudioProcessingObjects";
+    const WideText wanted = ToUtf16(GuidText(interfaceId));
+    for (const WideText& key : platform::RegistryKeys(list)) {
+        const WideText place = list + u"\\" + key;
+        const auto id = ParseGuid(ToUtf8(key).value_or(""));
+        if (!id || platform::ReadRegistryValue(place, u"APOInterface0") != wanted) continue;
+        const auto name = platform::ReadRegistryValue(place, u"FriendlyName");
+        return {*id, ToUtf8(name.value_or(WideText())).value_or("")};
+    }
+    throw InvalidInput("the audio engine's list does not have the object");
 }
 
 UNCOMPRESSEDAUDIOFORMAT Uncompressed(const HostedFormat& format) {
@@ -65,8 +77,9 @@ APO_CONNECTION_PROPERTY BufferOf(std::vector<float>& samples, std::int32_t frame
 
 HostedObject::HostedObject(simulation::SimulatedHeadset& headset, HostedStage stage, bool isOutput,
                            std::uint32_t process) {
-    const CLSID& classId = ClassOf(stage, isOutput);
-    name = RegisteredName(classId);
+    const RegisteredClass registered = FindRegistered(InterfaceOf(stage, isOutput));
+    const CLSID& classId = registered.id;
+    name = registered.name;
     headset.EnterEngine(classId, process);
     Require(CoCreateInstance(classId, nullptr, CLSCTX_ALL, interface_id::kAudioProcessingObject,
                              object.ReceiveAny()),
