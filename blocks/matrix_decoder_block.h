@@ -81,7 +81,7 @@ class MatrixDecoderBlock final : public AudioBlock {
     void JoinDiscreteChannels(const Layout& layout, const float* in, int32_t frames);
     void Render(const float* in, uint32_t width, uint32_t mask, float* out, int32_t frames);
 
-    MatrixDecoderParameters settings{};
+    alignas(uint32_t) MatrixDecoderParameters settings{};
     bool decoderChanged = false;  // must be set up again
     bool delaysChanged = false;   // must be built again
     bool decoderReady = false;

@@ -1,6 +1,7 @@
 // Whether a graph can be made of a chain, and why not.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,14 +9,28 @@
 
 namespace quorvel::tool {
 
-// The first fault that would leave something of the chain out of the graph or make the graph
-// invalid, with the block and the reason; empty when there is none:
+struct ChainFault {
+    std::string what{};    // the reason, with the other blocks concerned
+    std::string advice{};  // what to do; empty where that is not clear
+    std::optional<std::size_t>
+        block{};                        // the block or the link at fault, by position; neither: the
+    std::optional<std::size_t> link{};  // chain as a whole
+
+    // "block "name": what", "link 1: what" or "what".
+    std::string Text(const std::vector<std::string>& names) const;
+};
+
+// Every fault that would leave something of the chain out of the graph or make the graph invalid:
 //   a block of unknown kind, without id, with an id met before, or that refuses its record;
 //   a link whose end is not in the chain;
-//   a cycle;
-//   several blocks that end the chain without one common beginning (a block left unconnected is
-//   such an end).
+//   cycles, each with its blocks in order;
+//   a block that is not linked to any other of the chain;
+//   several blocks that end the chain without one common beginning.
 // `names` are the blocks' names, one each.
+std::vector<ChainFault> FindChainFaults(const QuorvelAudioBlocksChain& chain,
+                                        const std::vector<std::string>& names);
+
+// The text of the first one; empty when there is none.
 std::string FindChainFault(const QuorvelAudioBlocksChain& chain,
                            const std::vector<std::string>& names);
 

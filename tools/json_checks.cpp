@@ -34,7 +34,7 @@ void RefuseUnknownKeys(const Json& object, std::initializer_list<std::string_vie
                        const JsonPlace& place) {
     for (const auto& [key, value] : object.items()) {
         const bool isKnown = std::find(known.begin(), known.end(), key) != known.end();
-        if (!isKnown) throw Refusal(place.Key(key), "unknown key");
+        if (!isKnown) place.Attempt([&] { throw Refusal(place.Key(key), "unknown key"); });
     }
 }
 

@@ -4,8 +4,14 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "tools/exit_status.h"
 
 namespace quorvel::tool {
+
+// Faults that were met, where reading goes on behind them.
+using FaultList = std::vector<std::string>;
 
 // A step from a value to one inside it. Places are made on the way down a document and point at
 // the place above, which lives on the caller's stack and must outlive them; a text is only made
@@ -15,19 +21,35 @@ class JsonPlace {
     // The whole document, "$".
     JsonPlace() = default;
 
+    // The same, and faults in it are collected there instead of ending the reading at the first.
+    explicit JsonPlace(FaultList* collected) : faults(collected) {}
+
     // The member `name`, which must outlive the place, or the element `position`.
     JsonPlace Key(std::string_view name) const { return JsonPlace(this, name, 0); }
     JsonPlace At(std::size_t position) const { return JsonPlace(this, {}, position); }
 
     std::string Text() const;
 
+    // Reads a part that others do not depend on: its fault (a ToolError), when faults are
+    // collected, leaves the others to be read.
+    template <typename Step>
+    void Attempt(Step&& step) const {
+        if (!faults) return step();
+        try {
+            step();
+        } catch (const ToolError& error) {
+            faults->push_back(error.what());
+        }
+    }
+
   private:
     JsonPlace(const JsonPlace* above, std::string_view name, std::size_t position)
-        : parent(above), key(name), index(position) {}
+        : parent(above), key(name), index(position), faults(above->faults) {}
 
     const JsonPlace* parent = nullptr;
     std::string_view key{};  // its data is null for an element
     std::size_t index = 0;
+    FaultList* faults = nullptr;  // null: the first fault ends the reading
 };
 
 // One step as text: ".name" where the name is plain, ["any name"] otherwise.

@@ -29,6 +29,8 @@ int Run(int argc, char** argv) {
     quorvel::tool::AddEncodeCommand(app);
     quorvel::tool::AddDecodeCommand(app);
     quorvel::tool::AddEarsCommand(app);
+    quorvel::tool::AddInspectCommand(app);
+    quorvel::tool::AddValidateCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

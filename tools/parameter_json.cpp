@@ -99,7 +99,7 @@ void ReadList(const Json& value, const Field& field, std::size_t offset, const J
     Put(bytes, offset, static_cast<std::uint32_t>(value.size()));
     bytes.reserve(bytes.size() + value.size() * field.item->size);
     for (std::size_t i = 0; i < value.size(); ++i)
-        ReadRecord(value[i], *field.item, place.At(i), bytes, bytes.size());
+        place.Attempt([&] { ReadRecord(value[i], *field.item, place.At(i), bytes, bytes.size()); });
 }
 
 // A null `value` stands for the default.
@@ -143,7 +143,8 @@ bool HasField(const RecordLayout& record, const std::string& name) {
 
 void RefuseUnknownFields(const Json& object, const RecordLayout& record, const JsonPlace& place) {
     for (const auto& [key, value] : object.items()) {
-        if (!HasField(record, key)) throw Refusal(place.Key(key), "unknown key");
+        if (HasField(record, key)) continue;
+        place.Attempt([&] { throw Refusal(place.Key(key), "unknown key"); });
     }
 }
 
@@ -155,8 +156,10 @@ void ReadRecord(const Json& value, const RecordLayout& record, const JsonPlace& 
     RequireObject(value, place);
     RefuseUnknownFields(value, record, place);
     for (const Field& field : record.fields) {
-        ReadField(FindMember(value, field.name), field, start + field.offset, place.Key(field.name),
-                  bytes);
+        place.Attempt([&] {
+            ReadField(FindMember(value, field.name), field, start + field.offset,
+                      place.Key(field.name), bytes);
+        });
     }
 }
 

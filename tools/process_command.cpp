@@ -2,11 +2,9 @@
 #include <cstdio>
 #include <memory>
 
-#include "engine/audio_format.h"
 #include "engine/channel_masks.h"
-#include "engine/graph_from_chain.h"
 #include "platform/random.h"
-#include "tools/chain_check.h"
+#include "tools/chain_graph.h"
 #include "tools/chain_renderer.h"
 #include "tools/exit_status.h"
 #include "tools/file_bytes.h"
@@ -20,11 +18,7 @@ namespace {
 constexpr std::int32_t kMostBlockFrames = 65536;
 constexpr std::uint32_t kLongestHoldMs = 3600000;
 
-// As the processing objects have it: how a mono chain is spread over the output, and the state of
-// the generator on a real-time thread, which nobody has seeded.
-constexpr std::uint32_t kMicrophoneChain = 2;
-constexpr std::uint32_t kMicrophoneUpmix = 1;
-constexpr std::uint32_t kHeadsetUpmix = 2;
+// The state of the generator on a real-time thread, which nobody has seeded.
 constexpr std::uint32_t kFreshThreadSeed = 1;
 
 struct Options {
@@ -46,34 +40,16 @@ void Print(const char* format, Values... values) {
     WriteStandardOutput(line);
 }
 
-// The chain to run and the names of its blocks, checked.
-const QuorvelAudioBlocksChain& FindChain(const Options& options, NamedProfile& named) {
-    std::string numbers;
-    for (unsigned i = 0; i < named.profile.chains.Count(); ++i) {
-        const QuorvelAudioBlocksChain& chain = named.profile.chains.Item(i);
-        numbers += (i ? ", " : "") + std::to_string(chain.id);
-        if (chain.id != options.chain) continue;
-        const std::string fault = FindChainFault(chain, named.names[i]);
-        if (fault.empty()) return chain;
-        throw InvalidInput(options.profile + ": chain " + std::to_string(chain.id) + ", " + fault);
-    }
-    throw InvalidInput(options.profile + ": has no chain " + std::to_string(options.chain) + ": " +
-                       (numbers.empty() ? "it is empty" : "it has " + numbers));
-}
-
 void SetUpGraph(AudioGraph& graph, const Options& options, const AudioReader& reader,
                 const QuorvelAudioBlocksChain& chain) {
-    const AudioFormat in = MakeFloatFormat(static_cast<std::uint16_t>(reader.Channels()),
-                                           reader.Mask(), reader.SampleRate());
-    const AudioFormat out =
-        MakeFloatFormat(static_cast<std::uint16_t>(options.channels),
-                        DefaultChannelMask(options.channels), reader.SampleRate());
-    graph.SetNoiseEnabled(options.noise);
-    graph.SetUpmixMode(options.chain == kMicrophoneChain ? kMicrophoneUpmix : kHeadsetUpmix);
+    const ChainFormat format{.channels = reader.Channels(),
+                             .mask = reader.Mask(),
+                             .outChannels = options.channels,
+                             .sampleRate = reader.SampleRate()};
     platform::SeedRand(options.seed);
-    BuildGraphFromChain(graph, &chain);  // forgets a hold time set before
+    SetUpChainGraph(graph, chain, format);
+    graph.SetNoiseEnabled(options.noise);
     graph.SetChannelDetectionHold(options.holdMs);
-    graph.SetFormats(&in.Format, &out.Format);
     platform::SeedRand(kFreshThreadSeed);
     if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
 }
@@ -97,7 +73,7 @@ void Report(const RenderOutcome& outcome, double rate) {
 void Run(const Options& options) {
     NamedProfile named;
     LoadProfile(options.profile, named);
-    const QuorvelAudioBlocksChain& chain = FindChain(options, named);
+    const QuorvelAudioBlocksChain& chain = ChooseChain(named, options.profile, options.chain).chain;
     AudioReader reader(options.in);
     AudioGraph graph;
     SetUpGraph(graph, options, reader, chain);

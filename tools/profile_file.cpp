@@ -31,20 +31,24 @@ void ReadTextForm(std::string text, NamedProfile& named) {
     }
 }
 
-void ReadProfileBytes(std::string_view bytes, NamedProfile& named) {
+ProfileForm ReadProfileBytes(std::string_view bytes, NamedProfile& named, FaultList* faults) {
     if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
     const std::size_t first = bytes.find_first_not_of(kBlanks);
     if (first == std::string_view::npos) throw InvalidInput("not a profile: the file is empty");
-    if (bytes[first] == '{' || bytes[first] == '[') return ReadProfile(ParseJson(bytes), named);
+    if (bytes[first] == '{' || bytes[first] == '[') {
+        ReadProfile(ParseJson(bytes), named, faults);
+        return ProfileForm::kJson;
+    }
     ReadTextForm(std::string(bytes.substr(first)), named);
+    return ProfileForm::kText;
 }
 
 }  // namespace
 
-void LoadProfile(const std::string& path, NamedProfile& named) {
+ProfileForm LoadProfile(const std::string& path, NamedProfile& named, FaultList* faults) {
     const std::string bytes = ReadFileBytes(path);
     try {
-        ReadProfileBytes(bytes, named);
+        return ReadProfileBytes(bytes, named, faults);
     } catch (const ToolError& error) {
         throw ToolError(error.Status(), path + ": " + error.what());
     }

@@ -4,15 +4,19 @@
 #include <string>
 #include <string_view>
 
+#include "tools/json_place.h"
 #include "tools/named_profile.h"
 
 namespace quorvel::tool {
 
+// How a profile stood in its file.
+enum class ProfileForm { kJson, kText };
+
 // Reads a profile file into `named`, which must be empty. A file whose first character, blanks and
 // a byte order mark apart, opens a JSON object or array is JSON; any other is the text form.
 // Throws ToolError with the path: file when it cannot be read, invalid when it holds no valid
-// profile.
-void LoadProfile(const std::string& path, NamedProfile& named);
+// profile. With a list, faults of a JSON profile go there, as ReadProfile has it.
+ProfileForm LoadProfile(const std::string& path, NamedProfile& named, FaultList* faults = nullptr);
 
 // The text form, one line.
 std::string ProfileText(NamedProfile& named);

@@ -14,6 +14,7 @@
 
 #include <string>
 
+#include "tools/json_place.h"
 #include "tools/json_text.h"
 #include "tools/named_profile.h"
 #include "tools/parameter_json.h"
@@ -21,8 +22,9 @@
 namespace quorvel::tool {
 
 // Reads `document` into `named`, which must be empty. Throws ToolError (invalid) with the place of
-// the first fault.
-void ReadProfile(const Json& document, NamedProfile& named);
+// the first fault. With a list, every fault that does not hide others goes there instead, and
+// `named` has what could be read: the blocks and names of chains with faults may then not match.
+void ReadProfile(const Json& document, NamedProfile& named, FaultList* faults = nullptr);
 
 OrderedJson WriteProfile(const NamedProfile& named);
 

@@ -47,17 +47,17 @@ WideText ReadPath(const Json& value, const JsonPlace& place) {
     return path;
 }
 
+// The packed form ends the list at an empty path and a path at its first zero.
+void AddPath(const WideText& path, const JsonPlace& place, QuorvelAudioProfile& profile) {
+    if (path.empty()) throw Refusal(place, "must not be empty");
+    if (path.find(WCHAR{}) != WideText::npos) throw Refusal(place, "must not contain U+0000");
+    if (!profile.AddPath(path.c_str())) throw Refusal(place, "out of memory");
+}
+
 void ReadPaths(const Json& paths, const JsonPlace& place, QuorvelAudioProfile& profile) {
     RequireArray(paths, place);
-    for (std::size_t i = 0; i < paths.size(); ++i) {
-        const WideText path = ReadPath(paths[i], place.At(i));
-        // The packed form ends the list at an empty path and a path at its first zero.
-        if (path.empty()) throw Refusal(place.At(i), "must not be empty");
-        if (path.find(WCHAR{}) != WideText::npos) {
-            throw Refusal(place.At(i), "must not contain U+0000");
-        }
-        if (!profile.AddPath(path.c_str())) throw Refusal(place.At(i), "out of memory");
-    }
+    for (std::size_t i = 0; i < paths.size(); ++i)
+        place.Attempt([&] { AddPath(ReadPath(paths[i], place.At(i)), place.At(i), profile); });
 }
 
 GUID ReadType(const Json& value, const JsonPlace& place) {
@@ -99,13 +99,13 @@ class ChainReader {
         RequireArray(blocks, place.Key("blocks"));
         const JsonPlace blocksPlace = place.Key("blocks");
         for (std::size_t i = 0; i < blocks.size(); ++i)
-            ReadBlock(blocks[i], blocksPlace.At(i));
+            blocksPlace.Attempt([&] { ReadBlock(blocks[i], blocksPlace.At(i)); });
         const Json* links = FindMember(value, "links");
         if (!links) return;
         const JsonPlace linksPlace = place.Key("links");
         RequireArray(*links, linksPlace);
         for (std::size_t i = 0; i < links->size(); ++i)
-            ReadLink((*links)[i], linksPlace.At(i));
+            linksPlace.Attempt([&] { ReadLink((*links)[i], linksPlace.At(i)); });
     }
 
   private:
@@ -113,13 +113,25 @@ class ChainReader {
         RequireObject(value, place);
         RefuseUnknownKeys(
             value, {"name", "id", "type", "parameters", "data", "profileId", "chainId"}, place);
-        const JsonPlace typePlace = place.Key("type");
-        const GUID typeId = ReadType(RequiredMember(value, "type", place), typePlace);
-        QuorvelAudioBlock block(&profile, &chain, typeId, GuidOrFresh(value, place));
-        ReadName(value, place, block.id);
-        if (!ids.insert(block.id).second) {
-            throw Refusal(place.Key("id"), "another block of the chain has this id");
-        }
+        std::optional<GUID> typeId;
+        place.Attempt([&] {
+            const JsonPlace typePlace = place.Key("type");
+            typeId = ReadType(RequiredMember(value, "type", place), typePlace);
+        });
+        GUID id{};
+        place.Attempt([&] { id = ReadId(value, place); });
+        place.Attempt([&] { ReadName(value, place, id); });
+        if (typeId) AddBlock(value, *typeId, id, place);
+    }
+
+    GUID ReadId(const Json& block, const JsonPlace& place) {
+        const GUID id = GuidOrFresh(block, place);
+        if (ids.insert(id).second) return id;
+        throw Refusal(place.Key("id"), "another block of the chain has this id");
+    }
+
+    void AddBlock(const Json& value, const GUID& typeId, const GUID& id, const JsonPlace& place) {
+        QuorvelAudioBlock block(&profile, &chain, typeId, id);
         if (const Json* other = FindMember(value, "profileId")) {
             block.profileId = RequireGuid(*other, place.Key("profileId"));
         }
@@ -185,22 +197,22 @@ void ReadChain(const Json& value, const JsonPlace& place, NamedProfile& named) {
 
 }  // namespace
 
-void ReadProfile(const Json& document, NamedProfile& named) {
-    const JsonPlace place;
+void ReadProfile(const Json& document, NamedProfile& named, FaultList* faults) {
+    const JsonPlace place(faults);
     RequireObject(document, place);
     RefuseUnknownKeys(document, {"$schema", "id", "purpose", "paths", "chains"}, place);
-    named.profile.id = GuidOrFresh(document, place);
+    place.Attempt([&] { named.profile.id = GuidOrFresh(document, place); });
     if (const Json* purpose = FindMember(document, "purpose")) {
-        named.purpose = RequireText(*purpose, place.Key("purpose"));
+        place.Attempt([&] { named.purpose = RequireText(*purpose, place.Key("purpose")); });
     }
     if (const Json* paths = FindMember(document, "paths")) {
-        ReadPaths(*paths, place.Key("paths"), named.profile);
+        place.Attempt([&] { ReadPaths(*paths, place.Key("paths"), named.profile); });
     }
     const Json& chains = RequiredMember(document, "chains", place);
     const JsonPlace chainsPlace = place.Key("chains");
     RequireArray(chains, chainsPlace);
     for (std::size_t i = 0; i < chains.size(); ++i)
-        ReadChain(chains[i], chainsPlace.At(i), named);
+        chainsPlace.Attempt([&] { ReadChain(chains[i], chainsPlace.At(i), named); });
 }
 
 }  // namespace quorvel::tool

@@ -12,5 +12,7 @@ void AddHostCommand(CLI::App& app);
 void AddEncodeCommand(CLI::App& app);
 void AddDecodeCommand(CLI::App& app);
 void AddEarsCommand(CLI::App& app);
+void AddInspectCommand(CLI::App& app);
+void AddValidateCommand(CLI::App& app);
 
 }  // namespace quorvel::tool

@@ -1,0 +1,46 @@
+// `quorvel inspect`: a profile in words.
+#include "tests/tools/tool_run.h"
+
+namespace quorvel::tool {
+namespace {
+
+using Inspect = ToolRun;
+
+TEST_F(Inspect, TellsTheChainInTheOrderInWhichItRuns) {
+    const Result told = Tool("inspect \"$PROFILES\"/branching.json --channels 2");
+    ASSERT_EQ(told.status, 0) << told.error;
+    const char* const kInOrder[] = {
+        "An example of branches",
+        "JSON, packed 1370 bytes",
+        "chain 1, the headset's: 10 blocks, 11 links",
+        "in   2 channels (FL FR), 48000 Hz",
+        "2. left, ChannelExtractorBlock\n         channelIndex 0\n       -> 1 channel (FC)",
+        "bands 1: frequency 180.0 Hz, width 1.0, widthMode ShelfSlope, gainDb 4.0 dB",
+        "6. rejoin, ChannelsCombinerBlock, from warm left, bright right",
+        "thresholdDb -0.5 dB",
+        "out  2 channels (FL FR)",
+        "latency 0 frames (0.000 ms)"};
+    std::size_t at = 0;
+    for (const char* text : kInOrder) {
+        at = told.out.find(text, at);
+        ASSERT_NE(at, std::string::npos) << text << "\n" << told.out;
+    }
+}
+
+TEST_F(Inspect, TellsWidthsOfTheInputAndWhatTheGraphMakes) {
+    WriteChain("p.json", R"({"name": "mono", "type": "BypassBlock",
+                             "parameters": {"outputChannelCount": 1}},
+                            {"name": "raw", "type": "{00112233-4455-6677-8899-AABBCCDDEEFF}"})");
+    const Result six = Tool("inspect p.json --channels 6");
+    EXPECT_NE(six.out.find("fault: block \"raw\": unknown kind"), std::string::npos) << six.out;
+    WriteChain("q.json", R"({"name": "mono", "type": "BypassBlock",
+                             "parameters": {"outputChannelCount": 1}})");
+    const Result told = Tool("inspect q.json --channels 6");
+    EXPECT_NE(told.out.find("in   6 channels (FL FR FC LFE SL SR)"), std::string::npos);
+    EXPECT_NE(told.out.find("2. StreamExpanderBlock, made by the graph\n       -> 2 channels"),
+              std::string::npos)
+        << told.out;
+}
+
+}  // namespace
+}  // namespace quorvel::tool

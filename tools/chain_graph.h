@@ -1,0 +1,37 @@
+// One chain of a profile, made into a graph as the processing objects make it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "engine/audio_graph.h"
+#include "tools/named_profile.h"
+
+namespace quorvel::tool {
+
+// The chains that the objects of the headset and of the microphone run.
+inline constexpr std::uint32_t kHeadsetChain = 1;
+inline constexpr std::uint32_t kMicrophoneChain = 2;
+
+struct ChosenChain {
+    const QuorvelAudioBlocksChain& chain;
+    const std::vector<std::string>& names;  // of its blocks, in their order
+};
+
+// The chain with the number, checked. Throws ToolError (invalid), which begins with `path`, when
+// there is none or a graph cannot be made of it.
+ChosenChain ChooseChain(NamedProfile& named, const std::string& path, std::uint32_t number);
+
+struct ChainFormat {
+    std::uint32_t channels = 2;  // of the input
+    std::uint32_t mask = 0;      // its speakers; 0: the default ones
+    std::uint32_t outChannels = 2;
+    std::uint32_t sampleRate = 48000;  // Hz
+};
+
+// Builds the chain in a graph that is empty. Without noise, and every input channel is processed.
+void SetUpChainGraph(AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
+                     const ChainFormat& format);
+
+}  // namespace quorvel::tool

@@ -1,0 +1,162 @@
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+#include "engine/block_factory.h"
+#include "profile/packed_profile.h"
+#include "profile/quorvel_audio_block.h"
+#include "tools/chain_check.h"
+#include "tools/chain_graph.h"
+#include "tools/exit_status.h"
+#include "tools/file_bytes.h"
+#include "tools/guid_text.h"
+#include "tools/impulse_response.h"
+#include "tools/parameter_text.h"
+#include "tools/profile_file.h"
+#include "tools/speakers.h"
+#include "tools/subcommands.h"
+#include "tools/utf16_text.h"
+
+namespace quorvel::tool {
+namespace {
+
+struct Options {
+    std::string profile{};
+    std::uint32_t channels = 2;
+    std::uint32_t sampleRate = 48000;
+};
+
+void Print(const std::string& line) {
+    WriteStandardOutput(line + "\n");
+}
+
+std::string Counted(std::size_t count, const char* what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+std::string Sound(std::uint32_t channels, std::uint32_t mask) {
+    return Counted(channels, "channel") + " (" + SpeakerNames(mask) + ")";
+}
+
+// One chain in the order in which it runs.
+class ChainReport {
+  public:
+    ChainReport(const QuorvelAudioBlocksChain& chainToTell,
+                const std::vector<std::string>& blockNames, const Options& given)
+        : chain(chainToTell),
+          names(blockNames),
+          format{.channels = given.channels, .sampleRate = given.sampleRate} {
+        SetUpChainGraph(graph, chain, format);
+    }
+
+    void Tell() {
+        const char* const whose = chain.id == kHeadsetChain      ? ", the headset's"
+                                  : chain.id == kMicrophoneChain ? ", the microphone's"
+                                                                 : "";
+        Print("\nchain " + std::to_string(chain.id) + whose + ": " +
+              Counted(chain.blocks.Count(), "block") + ", " + Counted(chain.links.Count(), "link"));
+        for (const ChainFault& fault : FindChainFaults(chain, names))
+            Print("  fault: " + fault.Text(names));
+        if (!graph.IsValid()) return Print("  no graph can be made of it: sound passes unchanged");
+        const auto& in = graph.ProcessingFormat();
+        Print("  in   " + Sound(in.Format.nChannels, in.dwChannelMask) + ", " +
+              std::to_string(in.Format.nSamplesPerSec) + " Hz");
+        for (const GraphNode& node : graph.Nodes())
+            TellNode(node);
+        const auto& out = graph.OutputFormat();
+        Print("  out  " + Sound(out.Format.nChannels, out.dwChannelMask));
+        TellLatency();
+    }
+
+  private:
+    void TellNode(const GraphNode& node) {
+        const AudioBlock& block = *node.block;
+        const BlockKind* const kind = FindBlockKind(block.GetTypeId());
+        const std::string title = kind ? kind->name : "sum";
+        const std::string place = "  " + std::to_string(++number) + ". ";
+        if (block.isInternal) {
+            Print(place + title + ", made by the graph" + From(node));
+        } else {
+            const unsigned i = PositionOf(block.GetId());
+            Print(place + names[i] + ", " + title + From(node));
+            for (const std::string& line : ParameterLines(chain.blocks.Item(i)))
+                Print("         " + line);
+        }
+        Print("       -> " +
+              Sound(static_cast<std::uint32_t>(block.GetOutputChannels()), block.GetChannelMask()));
+    }
+
+    // Said only where it is not the block before.
+    std::string From(const GraphNode& node) const {
+        std::string from;
+        for (const BlockInput& input : node.inputs)
+            from += (from.empty() ? "" : ", ") + NameOf(*input.source);
+        const bool isNext = node.inputs.size() == 1 && number > 1 &&
+                            node.inputs[0].source == graph.Nodes()[number - 2].block;
+        return isNext || from.empty() ? "" : ", from " + from;
+    }
+
+    std::string NameOf(const AudioBlock& block) const {
+        return block.isInternal ? "the graph's own" : names[PositionOf(block.GetId())];
+    }
+
+    unsigned PositionOf(const GUID& id) const {
+        unsigned i = 0;
+        while (i + 1 < chain.blocks.Count() && chain.blocks.Item(i).id != id)
+            ++i;
+        return i;
+    }
+
+    void TellLatency() {
+        const std::int64_t frames = MeasureChain(chain, format).Onset();
+        if (frames < 0) return Print("  nothing comes out");
+        char line[96];
+        std::snprintf(line, sizeof(line), "  latency %lld frames (%.3f ms)",
+                      static_cast<long long>(frames),
+                      static_cast<double>(frames) * 1000.0 / format.sampleRate);
+        Print(line);
+    }
+
+    const QuorvelAudioBlocksChain& chain;
+    const std::vector<std::string>& names;
+    ChainFormat format;
+    AudioGraph graph{};
+    std::size_t number = 0;
+};
+
+std::size_t PackedSize(const QuorvelAudioProfile& profile) {
+    PackedProfile packed;
+    if (PackProfile(profile, 0, 0, packed) != ERROR_SUCCESS) throw InvalidInput("out of memory");
+    return packed.size;
+}
+
+void Run(const Options& options) {
+    NamedProfile named;
+    const ProfileForm form = LoadProfile(options.profile, named);
+    Print("profile " + GuidText(named.profile.id));
+    if (!named.purpose.empty()) Print("  " + named.purpose);
+    Print(std::string("  ") + (form == ProfileForm::kJson ? "JSON" : "text form") + ", packed " +
+          std::to_string(PackedSize(named.profile)) + " bytes");
+    for (unsigned i = 0; i < named.profile.PathsCount(); ++i)
+        Print("  for " + ToUtf8(named.profile.Path(i)).value_or("(a path that is no text)"));
+    for (unsigned i = 0; i < named.profile.chains.Count(); ++i)
+        ChainReport(named.profile.chains.Item(i), named.names[i], options).Tell();
+}
+
+}  // namespace
+
+void AddInspectCommand(CLI::App& app) {
+    CLI::App* command = app.add_subcommand("inspect", "Tell a profile in words");
+    const auto options = std::make_shared<Options>();
+    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
+    command->add_option("--channels", options->channels, "Input channels")
+        ->check(CLI::Range(1, 8))
+        ->capture_default_str();
+    command->add_option("--rate", options->sampleRate, "Sample rate in Hz")
+        ->check(CLI::Range(8000u, 192000u))
+        ->capture_default_str();
+    command->footer("Example: quorvel inspect profiles/games_7_1.json --channels 8");
+    command->callback([options] { Run(*options); });
+}
+
+}  // namespace quorvel::tool
