@@ -1,8 +1,10 @@
 #include "tools/chain_graph.h"
 
 #include "engine/audio_format.h"
+#include "engine/block_factory.h"
 #include "engine/channel_masks.h"
 #include "engine/graph_from_chain.h"
+#include "profile/quorvel_audio_block.h"
 #include "tools/chain_check.h"
 #include "tools/exit_status.h"
 
@@ -16,6 +18,27 @@ constexpr std::uint32_t kHeadsetUpmix = 2;
 AudioFormat Format(std::uint32_t channels, std::uint32_t mask, std::uint32_t sampleRate) {
     return MakeFloatFormat(static_cast<std::uint16_t>(channels),
                            mask != 0 ? mask : DefaultChannelMask(channels), sampleRate);
+}
+
+// As BuildGraphFromChain does it, for blocks of known kinds.
+void BuildObserved(AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
+                   const Observers& observers) {
+    graph.SetUpdating(true);
+    for (unsigned i = 0; i < chain.blocks.Count(); ++i) {
+        const QuorvelAudioBlock& stored = chain.blocks.Item(i);
+        const auto watcher = observers.find(stored.id);
+        if (watcher == observers.end()) {
+            graph.AddNewBlock(stored.typeId, stored.data, stored.dataSize, stored.id);
+            continue;
+        }
+        const auto block = CreateBlock(stored.typeId, stored.id);
+        if (!block) continue;
+        if (stored.data) block->SetParameterData(stored.data, stored.dataSize);
+        graph.AddBlockAndConnect(std::make_shared<ObservedBlock>(block, *watcher->second));
+    }
+    for (unsigned i = 0; i < chain.links.Count(); ++i)
+        graph.LinkById(chain.links.Item(i).sourceBlockId, chain.links.Item(i).destinationBlockId);
+    graph.SetUpdating(false);
 }
 
 }  // namespace
@@ -35,12 +58,15 @@ ChosenChain ChooseChain(NamedProfile& named, const std::string& path, std::uint3
 }
 
 void SetUpChainGraph(AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
-                     const ChainFormat& format) {
+                     const ChainFormat& format, const Observers& observers) {
     const AudioFormat in = Format(format.channels, format.mask, format.sampleRate);
     const AudioFormat out = Format(format.outChannels, 0, format.sampleRate);
     graph.SetNoiseEnabled(false);
     graph.SetUpmixMode(chain.id == kMicrophoneChain ? kMicrophoneUpmix : kHeadsetUpmix);
-    BuildGraphFromChain(graph, &chain);  // forgets a hold time set before
+    if (observers.empty())
+        BuildGraphFromChain(graph, &chain);
+    else
+        BuildObserved(graph, chain, observers);
     graph.SetChannelDetectionHold(0);
     graph.SetFormats(&in.Format, &out.Format);
 }

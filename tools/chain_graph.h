@@ -2,11 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "engine/audio_graph.h"
+#include "engine/guid_order.h"
 #include "tools/named_profile.h"
+#include "tools/observed_block.h"
 
 namespace quorvel::tool {
 
@@ -30,8 +33,11 @@ struct ChainFormat {
     std::uint32_t sampleRate = 48000;  // Hz
 };
 
+// Who watches which blocks, by id.
+using Observers = std::map<GUID, BlockObserver*, GuidLess>;
+
 // Builds the chain in a graph that is empty. Without noise, and every input channel is processed.
 void SetUpChainGraph(AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
-                     const ChainFormat& format);
+                     const ChainFormat& format, const Observers& observers = {});
 
 }  // namespace quorvel::tool

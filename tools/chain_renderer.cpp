@@ -31,7 +31,7 @@ class Renderer {
     Renderer(const Renderer&) = delete;
     Renderer& operator=(const Renderer&) = delete;
 
-    void Run(AudioReader& reader, AudioWriter& writer) {
+    void Run(AudioReader& reader, AudioWriter& writer, const PieceListener& onPiece) {
         ProgressBar progress(reader.Frames());
         std::int64_t got = pieceFrames;
         while (got == pieceFrames) {
@@ -41,6 +41,7 @@ class Renderer {
             RunPiece(static_cast<std::int32_t>(got));
             outcome.output.Add({out.data(), frames * outWidth});
             writer.Write(out.data(), got);
+            if (onPiece) onPiece(outcome.frames);
             progress.Show(outcome.frames);
         }
     }
@@ -76,10 +77,11 @@ class Renderer {
 }  // namespace
 
 RenderOutcome Render(AudioGraph& graph, AudioReader& reader, AudioWriter& writer,
-                     std::int32_t blockFrames, const ActivityListener& onActivity) {
+                     std::int32_t blockFrames, const ActivityListener& onActivity,
+                     const PieceListener& onPiece) {
     const auto start = std::chrono::steady_clock::now();
     Renderer renderer(graph, blockFrames, onActivity);
-    renderer.Run(reader, writer);
+    renderer.Run(reader, writer, onPiece);
     writer.Finish();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     renderer.outcome.seconds = took.count();

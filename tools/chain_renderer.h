@@ -21,12 +21,16 @@ struct RenderOutcome {
 // Tells the speaker mask of the input channels that carry signal from frame `frame` on.
 using ActivityListener = std::function<void(std::int64_t frame, std::uint32_t mask)>;
 
+// Called after every piece, with the frames that were rendered so far.
+using PieceListener = std::function<void(std::int64_t frames)>;
+
 // Runs all of `reader` through `graph`, whose formats are set, in buffers of `blockFrames` frames
 // (at least 1); the last one is as short as the input demands. Input samples that are not finite
 // are replaced by 0, so that they stick in no block. A buffer that the graph calls silent is
 // written as zeros, and so is what the graph leaves unwritten. The listener is called between
 // buffers. Replaces the graph's callback. Throws what the reader and the writer throw.
 RenderOutcome Render(AudioGraph& graph, AudioReader& reader, AudioWriter& writer,
-                     std::int32_t blockFrames, const ActivityListener& onActivity);
+                     std::int32_t blockFrames, const ActivityListener& onActivity,
+                     const PieceListener& onPiece = {});
 
 }  // namespace quorvel::tool

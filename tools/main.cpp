@@ -28,6 +28,7 @@ int Run(int argc, char** argv) {
     quorvel::tool::AddHostCommand(app);
     quorvel::tool::AddEncodeCommand(app);
     quorvel::tool::AddDecodeCommand(app);
+    quorvel::tool::AddBenchCommand(app);
     quorvel::tool::AddEarsCommand(app);
     quorvel::tool::AddInspectCommand(app);
     quorvel::tool::AddValidateCommand(app);

@@ -11,6 +11,7 @@
 #include "tools/profile_file.h"
 #include "tools/speakers.h"
 #include "tools/subcommands.h"
+#include "tools/taps.h"
 
 namespace quorvel::tool {
 namespace {
@@ -31,6 +32,7 @@ struct Options {
     std::uint32_t holdMs = 0;
     bool noise = false;
     std::uint32_t seed = 1;
+    std::vector<std::string> taps{};
 };
 
 template <typename... Values>
@@ -40,14 +42,19 @@ void Print(const char* format, Values... values) {
     WriteStandardOutput(line);
 }
 
+using Taps = std::vector<std::unique_ptr<Tap>>;
+
 void SetUpGraph(AudioGraph& graph, const Options& options, const AudioReader& reader,
-                const QuorvelAudioBlocksChain& chain) {
+                const QuorvelAudioBlocksChain& chain, const Taps& taps) {
+    Observers observers;
+    for (const auto& tap : taps)
+        observers.emplace(tap->blockId, tap.get());
     const ChainFormat format{.channels = reader.Channels(),
                              .mask = reader.Mask(),
                              .outChannels = options.channels,
                              .sampleRate = reader.SampleRate()};
     platform::SeedRand(options.seed);
-    SetUpChainGraph(graph, chain, format);
+    SetUpChainGraph(graph, chain, format, observers);
     graph.SetNoiseEnabled(options.noise);
     graph.SetChannelDetectionHold(options.holdMs);
     platform::SeedRand(kFreshThreadSeed);
@@ -73,10 +80,13 @@ void Report(const RenderOutcome& outcome, double rate) {
 void Run(const Options& options) {
     NamedProfile named;
     LoadProfile(options.profile, named);
-    const QuorvelAudioBlocksChain& chain = ChooseChain(named, options.profile, options.chain).chain;
+    const ChosenChain chosen = ChooseChain(named, options.profile, options.chain);
+    const Taps taps = MakeTaps(options.taps, chosen);
     AudioReader reader(options.in);
     AudioGraph graph;
-    SetUpGraph(graph, options, reader, chain);
+    SetUpGraph(graph, options, reader, chosen.chain, taps);
+    for (const auto& tap : taps)
+        tap->Open(graph, reader.Frames());
     const std::uint32_t outMask = DefaultChannelMask(options.channels);
     AudioWriter writer(options.out, options.channels, outMask, reader.SampleRate(),
                        reader.Frames());
@@ -88,7 +98,15 @@ void Run(const Options& options) {
         Print("active   %9.3f s  %s\n", static_cast<double>(frame) / rate,
               SpeakerNames(mask).c_str());
     };
-    Report(Render(graph, reader, writer, options.frames, tellActivity), rate);
+    const auto writeTaps = [&](std::int64_t frames) {
+        for (const auto& tap : taps)
+            tap->Write(frames);
+    };
+    const RenderOutcome outcome =
+        Render(graph, reader, writer, options.frames, tellActivity, writeTaps);
+    for (const auto& tap : taps)
+        tap->Finish();
+    Report(outcome, rate);
 }
 
 }  // namespace
@@ -115,6 +133,12 @@ void AddProcessCommand(CLI::App& app) {
         ->capture_default_str();
     command->add_flag("--noise", options->noise, "Add the driver's inaudible input noise");
     command->add_option("--seed", options->seed, "Seed of the noise")->capture_default_str();
+    command
+        ->add_option("--tap", options->taps,
+                     "BLOCK=FILE: also write the signal behind a block, by name or id; repeatable")
+        ->type_name("BLOCK=FILE");
+    command->footer(
+        "Example: quorvel process profiles/games.json in.wav out.wav --tap equaliser=eq.wav");
     command->callback([options] { Run(*options); });
 }
 

@@ -11,6 +11,7 @@ void AddProcessCommand(CLI::App& app);
 void AddHostCommand(CLI::App& app);
 void AddEncodeCommand(CLI::App& app);
 void AddDecodeCommand(CLI::App& app);
+void AddBenchCommand(CLI::App& app);
 void AddEarsCommand(CLI::App& app);
 void AddInspectCommand(CLI::App& app);
 void AddValidateCommand(CLI::App& app);

@@ -1,0 +1,66 @@
+#include "tools/taps.h"
+
+#include <algorithm>
+
+#include "profile/quorvel_audio_block.h"
+#include "tools/exit_status.h"
+#include "tools/guid_text.h"
+#include "tools/json_place.h"
+
+namespace quorvel::tool {
+namespace {
+
+GUID FindBlockId(const std::string& block, const ChosenChain& chosen) {
+    const std::optional<GUID> id = ParseGuid(block);
+    for (unsigned i = 0; i < chosen.chain.blocks.Count(); ++i) {
+        const GUID& known = chosen.chain.blocks.Item(i).id;
+        if (chosen.names[i] == block || (id && *id == known)) return known;
+    }
+    throw ToolError(ExitStatus::kUsage, "--tap: no block of the chain is called " + Quoted(block));
+}
+
+}  // namespace
+
+void Tap::Open(const AudioGraph& graph, std::int64_t frames) {
+    const auto block = graph.FindBlock(blockId);
+    channels = static_cast<std::uint32_t>(std::clamp(block->GetOutputChannels(), 1, 8));
+    writer = std::make_unique<AudioWriter>(path, channels, block->GetChannelMask(),
+                                           graph.InputFormat().Format.nSamplesPerSec, frames);
+}
+
+void Tap::After(const float* out, std::int32_t frames, std::int32_t width) {
+    const std::size_t before = heard.size(), count = static_cast<std::size_t>(frames);
+    heard.resize(before + count * channels);
+    const std::size_t copied = std::min<std::size_t>(channels, static_cast<std::size_t>(width));
+    for (std::size_t f = 0; f < count; ++f)
+        std::copy_n(out + f * static_cast<std::size_t>(width), copied,
+                    heard.data() + before + f * channels);
+}
+
+void Tap::Write(std::int64_t end) {
+    heard.resize(static_cast<std::size_t>(end - written) * channels);
+    writer->Write(heard.data(), end - written);
+    written = end;
+    heard.clear();
+}
+
+void Tap::Finish() {
+    writer->Finish();
+}
+
+std::vector<std::unique_ptr<Tap>> MakeTaps(const std::vector<std::string>& options,
+                                           const ChosenChain& chosen) {
+    std::vector<std::unique_ptr<Tap>> taps;
+    for (const std::string& option : options) {
+        const std::size_t equals = option.find('=');
+        if (equals == std::string::npos || equals + 1 == option.size())
+            throw ToolError(ExitStatus::kUsage, "--tap: " + Quoted(option) + " is no BLOCK=FILE");
+        const GUID id = FindBlockId(option.substr(0, equals), chosen);
+        if (std::ranges::count(taps, id, [](const auto& tap) { return tap->blockId; }) > 0)
+            throw ToolError(ExitStatus::kUsage, "--tap: a block is named twice");
+        taps.push_back(std::make_unique<Tap>(id, option.substr(equals + 1)));
+    }
+    return taps;
+}
+
+}  // namespace quorvel::tool
