@@ -25,8 +25,8 @@ void Tap::Open(const AudioGraph& graph, std::int64_t frames) {
     const auto block = graph.FindBlock(blockId);
     channels = static_cast<std::uint32_t>(std::clamp(block->GetOutputChannels(), 1, 8));
     const std::uint32_t sampleRate = graph.InputFormat().Format.nSamplesPerSec;  // packed there
-    writer = std::make_unique<AudioWriter>(path, channels, block->GetChannelMask(), sampleRate,
-                                           frames);
+    writer =
+        std::make_unique<AudioWriter>(path, channels, block->GetChannelMask(), sampleRate, frames);
 }
 
 void Tap::After(const float* out, std::int32_t frames, std::int32_t width) {
