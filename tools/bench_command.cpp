@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <memory>
 #include <random>
 
 #include "profile/quorvel_audio_block.h"
 #include "tools/chain_graph.h"
+#include "tools/chain_options.h"
 #include "tools/exit_status.h"
-#include "tools/file_bytes.h"
+#include "tools/formatted_print.h"
 #include "tools/json_place.h"
 #include "tools/observed_block.h"
 #include "tools/profile_file.h"
@@ -26,9 +26,7 @@ constexpr std::size_t kWarmUpBuffers = 100;
 struct Options {
     std::string profile{};
     std::uint32_t chain = kHeadsetChain;
-    std::uint32_t channels = 2;
-    std::uint32_t outChannels = 2;
-    std::uint32_t sampleRate = 48000;
+    ChainFormat format{};
     std::size_t buffers = 5000;
 };
 
@@ -67,9 +65,9 @@ std::vector<float> Noise(std::size_t samples) {
 
 // Runs noise through the graph and returns what every buffer took, in µs.
 std::vector<double> TimeBuffers(AudioGraph& graph, const Options& options) {
-    const std::size_t frames = options.sampleRate / kBuffersPerSecond;
-    const std::vector<float> noise = Noise(frames * options.channels);
-    std::vector<float> in(noise.size()), out(frames * options.outChannels);
+    const std::size_t frames = options.format.sampleRate / kBuffersPerSecond;
+    const std::vector<float> noise = Noise(frames * options.format.channels);
+    std::vector<float> in(noise.size()), out(frames * options.format.outChannels);
     std::vector<double> times;
     times.reserve(options.buffers);
     for (std::size_t i = 0; i < options.buffers + kWarmUpBuffers; ++i) {
@@ -81,13 +79,6 @@ std::vector<double> TimeBuffers(AudioGraph& graph, const Options& options) {
     return times;
 }
 
-template <typename... Values>
-void Print(const char* format, Values... values) {
-    char line[256];
-    std::snprintf(line, sizeof(line), format, values...);
-    WriteStandardOutput(line);
-}
-
 void PrintShares(const char* name, const std::vector<double>& times) {
     Print("%-24s %9.1f us %8.2f %% %8.2f %% %8.2f %%\n", name, Quantile(times, 0.5),
           Quantile(times, 0.5) / kBufferUs * 100.0, Quantile(times, 0.999) / kBufferUs * 100.0,
@@ -95,13 +86,13 @@ void PrintShares(const char* name, const std::vector<double>& times) {
 }
 
 // A second run with a stopwatch at every block, which the first one is not burdened with.
-void TimeBlocks(const ChosenChain& chosen, const ChainFormat& format, const Options& options) {
+void TimeBlocks(const ChosenChain& chosen, const Options& options) {
     std::vector<Stopwatch> watches(chosen.chain.blocks.Count());
     Observers observers;
     for (unsigned i = 0; i < watches.size(); ++i)
         observers.emplace(chosen.chain.blocks.Item(i).id, &watches[i]);
     AudioGraph graph;
-    SetUpChainGraph(graph, chosen.chain, format, observers);
+    SetUpChainGraph(graph, chosen.chain, options.format, observers);
     TimeBuffers(graph, options);
     for (const GraphNode& node : graph.Nodes()) {
         for (unsigned i = 0; i < watches.size(); ++i) {
@@ -117,20 +108,18 @@ void Run(const Options& options) {
     NamedProfile named;
     LoadProfile(options.profile, named);
     const ChosenChain chosen = ChooseChain(named, options.profile, options.chain);
-    const ChainFormat format{.channels = options.channels,
-                             .outChannels = options.outChannels,
-                             .sampleRate = options.sampleRate};
+    const ChainFormat& format = options.format;
     AudioGraph graph;
     SetUpChainGraph(graph, chosen.chain, format);
     if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
     const std::vector<double> times = TimeBuffers(graph, options);
     Print("%zu buffers of 10 ms, noise of -20 dB, %u channels in, %u out, %u Hz\n", options.buffers,
-          options.channels, options.outChannels, options.sampleRate);
+          format.channels, format.outChannels, format.sampleRate);
     Print("%.0f times real time\n\n", kBufferUs / Quantile(times, 0.5));
     Print("%-24s %12s %10s %10s %10s\n", "share of a buffer", "median", "median", "99.9th",
           "worst");
     PrintShares("whole", times);
-    TimeBlocks(chosen, format, options);
+    TimeBlocks(chosen, options);
 }
 
 }  // namespace
@@ -138,17 +127,9 @@ void Run(const Options& options) {
 void AddBenchCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("bench", "Measure what a profile costs on this machine");
     const auto options = std::make_shared<Options>();
-    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
-    command->add_option("--chain", options->chain, "Number of the chain")->capture_default_str();
-    command->add_option("--channels", options->channels, "Input channels")
-        ->check(CLI::Range(1, 8))
-        ->capture_default_str();
-    command->add_option("--out-channels", options->outChannels, "Output channels")
-        ->check(CLI::Range(1, 8))
-        ->capture_default_str();
-    command->add_option("--rate", options->sampleRate, "Sample rate in Hz")
-        ->check(CLI::Range(8000u, 192000u))
-        ->capture_default_str();
+    AddProfileOption(*command, options->profile);
+    AddChainOption(*command, options->chain);
+    AddFormatOptions(*command, options->format);
     command->add_option("--buffers", options->buffers, "How many buffers of 10 ms to measure")
         ->check(CLI::Range(10, 1000000))
         ->capture_default_str();

@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "tools/chain_options.h"
 #include "tools/output_file.h"
 #include "tools/profile_file.h"
 #include "tools/profile_json.h"
@@ -26,8 +27,9 @@ void Run(const Options& options) {
 void AddDecodeCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("decode", "Write a profile as JSON");
     const auto options = std::make_shared<Options>();
-    command->add_option("PROFILE", options->profile, "Profile, text form or JSON")->required();
+    AddProfileOption(*command, options->profile);
     command->add_option("-o,--output", options->out, "File to write [standard output]");
+    command->footer("Example: quorvel decode games.txt -o games.json");
     command->callback([options] { Run(*options); });
 }
 

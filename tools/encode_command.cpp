@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "tools/chain_options.h"
 #include "tools/output_file.h"
 #include "tools/profile_file.h"
 #include "tools/subcommands.h"
@@ -23,8 +24,9 @@ void Run(const Options& options) {
 void AddEncodeCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("encode", "Write a profile in its printable text form");
     const auto options = std::make_shared<Options>();
-    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
+    AddProfileOption(*command, options->profile);
     command->add_option("-o,--output", options->out, "File to write [standard output]");
+    command->footer("Example: quorvel encode profiles/games.json -o games.txt");
     command->callback([options] { Run(*options); });
 }
 

@@ -3,8 +3,9 @@
 
 #include "engine/channel_masks.h"
 #include "tools/chain_check.h"
+#include "tools/chain_options.h"
 #include "tools/exit_status.h"
-#include "tools/file_bytes.h"
+#include "tools/formatted_print.h"
 #include "tools/host_session.h"
 #include "tools/profile_file.h"
 #include "tools/speakers.h"
@@ -34,9 +35,7 @@ void PrintLine(const std::string& line) {
 }
 
 void TellTime(double second, const std::string& words) {
-    char time[32];
-    std::snprintf(time, sizeof(time), "%9.3f s  ", second);
-    PrintLine(time + words);
+    PrintLine(Formatted("%9.3f s  ", second) + words);
 }
 
 // The objects run what the driver has; a chain that makes no graph is better known beforehand.
@@ -58,11 +57,8 @@ void Report(const HostOutcome& outcome, std::uint32_t sampleRate) {
             stderr,
             "quorvel: %llu samples of the input are not finite; they were replaced by silence\n",
             static_cast<unsigned long long>(outcome.input.NonFinite()));
-    char line[160];
-    std::snprintf(line, sizeof(line), "frames   %lld (%.3f s)",
-                  static_cast<long long>(outcome.frames),
-                  static_cast<double>(outcome.frames) / sampleRate);
-    PrintLine(line);
+    Print("frames   %lld (%.3f s)\n", static_cast<long long>(outcome.frames),
+          static_cast<double>(outcome.frames) / sampleRate);
     PrintLine("peak     in " + outcome.input.PeakText() + ", out " + outcome.output.PeakText());
 }
 
@@ -107,7 +103,7 @@ void AddHostCommand(CLI::App& app) {
         "is printed as a time line");
     command->footer("Example: quorvel host profiles/games.json in.wav out.wav --edits edits.json");
     const auto options = std::make_shared<Options>();
-    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
+    AddProfileOption(*command, options->profile);
     command->add_option("IN", options->in, "Audio file of 1 to 8 channels")->required();
     command->add_option("OUT", options->out, "32-bit float WAV file to write")->required();
     command

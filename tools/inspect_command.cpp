@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 
 #include "engine/block_factory.h"
@@ -7,8 +6,10 @@
 #include "profile/quorvel_audio_block.h"
 #include "tools/chain_check.h"
 #include "tools/chain_graph.h"
+#include "tools/chain_options.h"
 #include "tools/exit_status.h"
 #include "tools/file_bytes.h"
+#include "tools/formatted_print.h"
 #include "tools/guid_text.h"
 #include "tools/impulse_response.h"
 #include "tools/parameter_text.h"
@@ -22,11 +23,10 @@ namespace {
 
 struct Options {
     std::string profile{};
-    std::uint32_t channels = 2;
-    std::uint32_t sampleRate = 48000;
+    ChainFormat format{};
 };
 
-void Print(const std::string& line) {
+void PrintLine(const std::string& line) {
     WriteStandardOutput(line + "\n");
 }
 
@@ -43,9 +43,7 @@ class ChainReport {
   public:
     ChainReport(const QuorvelAudioBlocksChain& chainToTell,
                 const std::vector<std::string>& blockNames, const Options& given)
-        : chain(chainToTell),
-          names(blockNames),
-          format{.channels = given.channels, .sampleRate = given.sampleRate} {
+        : chain(chainToTell), names(blockNames), format(given.format) {
         SetUpChainGraph(graph, chain, format);
     }
 
@@ -53,18 +51,20 @@ class ChainReport {
         const char* const whose = chain.id == kHeadsetChain      ? ", the headset's"
                                   : chain.id == kMicrophoneChain ? ", the microphone's"
                                                                  : "";
-        Print("\nchain " + std::to_string(chain.id) + whose + ": " +
-              Counted(chain.blocks.Count(), "block") + ", " + Counted(chain.links.Count(), "link"));
+        PrintLine("\nchain " + std::to_string(chain.id) + whose + ": " +
+                  Counted(chain.blocks.Count(), "block") + ", " +
+                  Counted(chain.links.Count(), "link"));
         for (const ChainFault& fault : FindChainFaults(chain, names))
-            Print("  fault: " + fault.Text(names));
-        if (!graph.IsValid()) return Print("  no graph can be made of it: sound passes unchanged");
+            PrintLine("  fault: " + fault.Text(names));
+        if (!graph.IsValid())
+            return PrintLine("  no graph can be made of it: sound passes unchanged");
         const auto& in = graph.ProcessingFormat();
-        Print("  in   " + Sound(in.Format.nChannels, in.dwChannelMask) + ", " +
-              std::to_string(in.Format.nSamplesPerSec) + " Hz");
+        PrintLine("  in   " + Sound(in.Format.nChannels, in.dwChannelMask) + ", " +
+                  std::to_string(in.Format.nSamplesPerSec) + " Hz");
         for (const GraphNode& node : graph.Nodes())
             TellNode(node);
         const auto& out = graph.OutputFormat();
-        Print("  out  " + Sound(out.Format.nChannels, out.dwChannelMask));
+        PrintLine("  out  " + Sound(out.Format.nChannels, out.dwChannelMask));
         TellLatency();
     }
 
@@ -75,15 +75,15 @@ class ChainReport {
         const std::string title = kind ? kind->name : "sum";
         const std::string place = "  " + std::to_string(++number) + ". ";
         if (block.isInternal) {
-            Print(place + title + ", made by the graph" + From(node));
+            PrintLine(place + title + ", made by the graph" + From(node));
         } else {
             const unsigned i = PositionOf(block.GetId());
-            Print(place + names[i] + ", " + title + From(node));
+            PrintLine(place + names[i] + ", " + title + From(node));
             for (const std::string& line : ParameterLines(chain.blocks.Item(i)))
-                Print("         " + line);
+                PrintLine("         " + line);
         }
-        Print("       -> " +
-              Sound(static_cast<std::uint32_t>(block.GetOutputChannels()), block.GetChannelMask()));
+        PrintLine("       -> " + Sound(static_cast<std::uint32_t>(block.GetOutputChannels()),
+                                       block.GetChannelMask()));
     }
 
     // Said only where it is not the block before.
@@ -109,12 +109,9 @@ class ChainReport {
 
     void TellLatency() {
         const std::int64_t frames = MeasureChain(chain, format).Onset();
-        if (frames < 0) return Print("  nothing comes out");
-        char line[96];
-        std::snprintf(line, sizeof(line), "  latency %lld frames (%.3f ms)",
-                      static_cast<long long>(frames),
-                      static_cast<double>(frames) * 1000.0 / format.sampleRate);
-        Print(line);
+        if (frames < 0) return PrintLine("  nothing comes out");
+        PrintLine(Formatted("  latency %lld frames (%.3f ms)", static_cast<long long>(frames),
+                            static_cast<double>(frames) * 1000.0 / format.sampleRate));
     }
 
     const QuorvelAudioBlocksChain& chain;
@@ -133,12 +130,12 @@ std::size_t PackedSize(const QuorvelAudioProfile& profile) {
 void Run(const Options& options) {
     NamedProfile named;
     const ProfileForm form = LoadProfile(options.profile, named);
-    Print("profile " + GuidText(named.profile.id));
-    if (!named.purpose.empty()) Print("  " + named.purpose);
-    Print(std::string("  ") + (form == ProfileForm::kJson ? "JSON" : "text form") + ", packed " +
-          std::to_string(PackedSize(named.profile)) + " bytes");
+    PrintLine("profile " + GuidText(named.profile.id));
+    if (!named.purpose.empty()) PrintLine("  " + named.purpose);
+    PrintLine(std::string("  ") + (form == ProfileForm::kJson ? "JSON" : "text form") +
+              ", packed " + std::to_string(PackedSize(named.profile)) + " bytes");
     for (unsigned i = 0; i < named.profile.PathsCount(); ++i)
-        Print("  for " + ToUtf8(named.profile.Path(i)).value_or("(a path that is no text)"));
+        PrintLine("  for " + ToUtf8(named.profile.Path(i)).value_or("(a path that is no text)"));
     for (unsigned i = 0; i < named.profile.chains.Count(); ++i)
         ChainReport(named.profile.chains.Item(i), named.names[i], options).Tell();
 }
@@ -148,13 +145,8 @@ void Run(const Options& options) {
 void AddInspectCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("inspect", "Tell a profile in words");
     const auto options = std::make_shared<Options>();
-    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
-    command->add_option("--channels", options->channels, "Input channels")
-        ->check(CLI::Range(1, 8))
-        ->capture_default_str();
-    command->add_option("--rate", options->sampleRate, "Sample rate in Hz")
-        ->check(CLI::Range(8000u, 192000u))
-        ->capture_default_str();
+    AddProfileOption(*command, options->profile);
+    AddFormatOptions(*command, options->format);
     command->footer("Example: quorvel inspect profiles/games_7_1.json --channels 8");
     command->callback([options] { Run(*options); });
 }

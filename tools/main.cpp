@@ -30,6 +30,8 @@ int Run(int argc, char** argv) {
     quorvel::tool::AddDecodeCommand(app);
     quorvel::tool::AddBenchCommand(app);
     quorvel::tool::AddEarsCommand(app);
+    quorvel::tool::AddDiffCommand(app);
+    quorvel::tool::AddNulltestCommand(app);
     quorvel::tool::AddInspectCommand(app);
     quorvel::tool::AddValidateCommand(app);
     try {

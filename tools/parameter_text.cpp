@@ -51,21 +51,56 @@ void AddLines(const OrderedJson& object, const RecordLayout& record, const std::
     }
 }
 
+void AddValues(const OrderedJson& object, const RecordLayout& record, const std::string& prefix,
+               std::vector<ParameterValue>& values) {
+    for (const Field& field : record.fields) {
+        const OrderedJson& value = object[field.name];
+        const std::string name = prefix + field.name;
+        if (field.kind == FieldKind::kRecord) {
+            AddValues(value, *field.item, name + ".", values);
+        } else if (!field.item) {
+            values.push_back({name, ValueText(value, field)});
+        } else if (!field.item->fields.front().name) {
+            values.push_back({name, RowText(value, field.item->fields.front())});
+        } else {
+            for (std::size_t i = 0; i < value.size(); ++i)
+                AddValues(value[i], *field.item, name + " " + std::to_string(i + 1) + " ", values);
+        }
+    }
+}
+
+// The block's parameters as JSON; none where there is no record, or one that does not read.
+std::optional<OrderedJson> Parameters(const QuorvelAudioBlock& block, const BlockFields* fields) {
+    if (!fields || !block.data) return std::nullopt;
+    return WriteParameters(std::span<const std::uint8_t>(block.data, block.dataSize),
+                           fields->record);
+}
+
+std::string RecordText(const QuorvelAudioBlock& block) {
+    if (!block.data) return "no record: the defaults of the block";
+    return "a record of " + std::to_string(block.dataSize) + " bytes";
+}
+
 }  // namespace
 
 std::vector<std::string> ParameterLines(const QuorvelAudioBlock& block) {
     const BlockFields* const fields = FindBlockFields(block.typeId);
-    if (!block.data) {
-        if (fields && fields->record.fields.empty()) return {};
-        return {"no record: the defaults of the block"};
-    }
-    const std::span<const std::uint8_t> bytes(block.data, block.dataSize);
-    if (const auto parameters = fields ? WriteParameters(bytes, fields->record) : std::nullopt) {
-        std::vector<std::string> lines;
-        AddLines(*parameters, fields->record, "", lines);
-        return lines;
-    }
-    return {"a record of " + std::to_string(block.dataSize) + " bytes"};
+    const bool hasNone = fields && fields->record.fields.empty();
+    if (!block.data && hasNone) return {};
+    const auto parameters = Parameters(block, fields);
+    if (!parameters) return {RecordText(block)};
+    std::vector<std::string> lines;
+    AddLines(*parameters, fields->record, "", lines);
+    return lines;
+}
+
+std::vector<ParameterValue> ParameterValues(const QuorvelAudioBlock& block) {
+    const BlockFields* const fields = FindBlockFields(block.typeId);
+    const auto parameters = Parameters(block, fields);
+    if (!parameters) return {{"record", RecordText(block)}};
+    std::vector<ParameterValue> values;
+    AddValues(*parameters, fields->record, "", values);
+    return values;
 }
 
 }  // namespace quorvel::tool

@@ -14,4 +14,12 @@ namespace quorvel::tool {
 // so.
 std::vector<std::string> ParameterLines(const QuorvelAudioBlock& block);
 
+struct ParameterValue {
+    std::string name{};  // such as "thresholdDb", or "bands 2 gainDb" in a list
+    std::string text{};  // with its unit
+};
+
+// The same with every field by itself.
+std::vector<ParameterValue> ParameterValues(const QuorvelAudioBlock& block);
+
 }  // namespace quorvel::tool

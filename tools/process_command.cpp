@@ -5,9 +5,10 @@
 #include "engine/channel_masks.h"
 #include "platform/random.h"
 #include "tools/chain_graph.h"
+#include "tools/chain_options.h"
 #include "tools/chain_renderer.h"
 #include "tools/exit_status.h"
-#include "tools/file_bytes.h"
+#include "tools/formatted_print.h"
 #include "tools/profile_file.h"
 #include "tools/speakers.h"
 #include "tools/subcommands.h"
@@ -34,13 +35,6 @@ struct Options {
     std::uint32_t seed = 1;
     std::vector<std::string> taps{};
 };
-
-template <typename... Values>
-void Print(const char* format, Values... values) {
-    char line[512];
-    std::snprintf(line, sizeof(line), format, values...);
-    WriteStandardOutput(line);
-}
 
 using Taps = std::vector<std::unique_ptr<Tap>>;
 
@@ -115,10 +109,10 @@ void AddProcessCommand(CLI::App& app) {
     CLI::App* command =
         app.add_subcommand("process", "Run an audio file through one chain of a profile");
     const auto options = std::make_shared<Options>();
-    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
+    AddProfileOption(*command, options->profile);
     command->add_option("IN", options->in, "Audio file of 1 to 8 channels")->required();
     command->add_option("OUT", options->out, "32-bit float WAV file to write")->required();
-    command->add_option("--chain", options->chain, "Number of the chain")->capture_default_str();
+    AddChainOption(*command, options->chain);
     command->add_option("--channels", options->channels, "Output channels: 2 for headphones")
         ->check(CLI::Range(1, 8))
         ->capture_default_str();

@@ -13,6 +13,8 @@ void AddEncodeCommand(CLI::App& app);
 void AddDecodeCommand(CLI::App& app);
 void AddBenchCommand(CLI::App& app);
 void AddEarsCommand(CLI::App& app);
+void AddDiffCommand(CLI::App& app);
+void AddNulltestCommand(CLI::App& app);
 void AddInspectCommand(CLI::App& app);
 void AddValidateCommand(CLI::App& app);
 

@@ -2,6 +2,7 @@
 
 #include "profile/quorvel_audio_block.h"
 #include "tools/chain_graph.h"
+#include "tools/chain_options.h"
 #include "tools/exit_status.h"
 #include "tools/file_bytes.h"
 #include "tools/graph_check.h"
@@ -112,7 +113,7 @@ void Run(const Options& options) {
 void AddValidateCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("validate", "Say every fault of a profile at once");
     const auto options = std::make_shared<Options>();
-    command->add_option("PROFILE", options->profile, "Profile, JSON or text form")->required();
+    AddProfileOption(*command, options->profile);
     command
         ->add_option("--channels", options->channels,
                      "Input widths to build the graph for; 2, 6 and 8 for the headset, 1 and 2\n"

@@ -1,0 +1,113 @@
+// Comparing: `diff` of two profiles, `nulltest` of two sounds or of what two profiles make of one.
+#include <cmath>
+#include <limits>
+
+#include "tests/tools/tool_run.h"
+
+namespace quorvel::tool {
+namespace {
+
+class Difference : public ToolRun {
+  protected:
+    static bool Tells(const Result& result, const std::string& text) {
+        return result.out.find(text) != std::string::npos;
+    }
+
+    void WriteGain(const std::string& name, const char* gainDb) const {
+        WriteChain(name, std::string(R"({"name": "gain", "type": "GainBlock",
+                                         "parameters": {"gainDb": )") +
+                             gainDb + "}}");
+    }
+
+    // Noise of 1 s, `delay` frames late.
+    void WriteDelayed(const std::string& name, std::size_t delay, float factor = 1.0f) const {
+        Sound sound = Noise(48000, 2);
+        for (float& sample : sound.samples)
+            sample *= factor;
+        sound.samples.insert(sound.samples.begin(), delay * 2, 0.0f);
+        sound.samples.resize(96000);
+        WriteSound(name, sound);
+    }
+};
+
+TEST_F(Difference, OfProfilesIsToldFieldByField) {
+    const std::string filter = R"({"name": "eq", "type": "PeakingEQFilterBlock", "parameters":
+        {"bands": [{"frequency": 1000, "width": 1, "widthMode": "Q", "gainDb": )";
+    const std::string gate = R"({"name": "gate", "type": "NoiseGateBlock",
+                                 "parameters": {"thresholdDb": -50}})";
+    WriteChain("a.json", filter + "3}]}}, " + gate, R"(["eq", "gate"])");
+    WriteChain("b.json",
+               filter +
+                   R"(-3}, {"frequency": 60, "width": 1, "widthMode": "Q", "gainDb": 1}]}},
+                      {"name": "gain", "type": "GainBlock", "parameters": {"gainDb": -6}})",
+               R"(["eq", "gain"])");
+    const Result run = Tool("diff a.json b.json");
+    EXPECT_EQ(run.status, 1);
+    for (const char* text :
+         {"chain 1, gate: removed\n", "chain 1, eq: bands 1 gainDb -3.0 dB, was 3.0 dB\n",
+          "chain 1, eq: bands 2 frequency 60.0 Hz added\n", "chain 1, gain: added, GainBlock\n",
+          "link eq -> gate: removed\n", "link eq -> gain: added\n", "at most -11.99 dB at 1016 Hz"})
+        EXPECT_TRUE(Tells(run, text)) << text << "\n" << run.out;
+}
+
+// The text form has other names and no purpose; it says the same.
+TEST_F(Difference, IsNoneBetweenTheFormsOfAProfile) {
+    for (const char* name : {"games", "voice_chain", "film_surround", "branching"}) {
+        const std::string json = std::string("\"$PROFILES\"/") + name + ".json";
+        ASSERT_EQ(Tool("encode " + json + " -o form.txt").status, 0);
+        const Result run = Tool("diff " + json + " form.txt");
+        EXPECT_EQ(run.status, 0) << run.out;
+        EXPECT_EQ(run.out, "equal\n");
+    }
+}
+
+TEST_F(Difference, OfSoundsIsFoundBehindTheirDelay) {
+    WriteDelayed("a.wav", 0);
+    WriteDelayed("b.wav", 441);
+    Result run = Tool("nulltest a.wav b.wav");
+    EXPECT_EQ(run.status, 0) << run.error;
+    EXPECT_TRUE(Tells(run, "the second 441 frames (9.188 ms) later")) << run.out;
+    EXPECT_TRUE(Tells(run, "equal in every bit")) << run.out;
+    run = Tool("nulltest b.wav a.wav");
+    EXPECT_TRUE(Tells(run, "the second -441 frames")) << run.out;
+
+    WriteDelayed("b.wav", 100, -1.0f);
+    run = Tool("nulltest a.wav b.wav");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(Tells(run, "the second 100 frames")) << run.out;
+    EXPECT_TRUE(Tells(run, "channel 1 residual peak    -0.00 dB, rms    -4.7")) << run.out;
+}
+
+TEST_F(Difference, OfSoundsIsPlaced) {
+    Sound sound = Noise(48000, 2);
+    WriteSound("a.wav", sound);
+    sound.samples[2 * 1000] += 0.001f;
+    sound.samples[2 * 20000 + 1] += 0.1f;
+    WriteSound("b.wav", sound);
+    const Result run = Tool("nulltest a.wav b.wav --tolerance -30");
+    EXPECT_EQ(run.status, 1);
+    for (const char* text : {"channel 1 residual peak   -60.0", "channel 2 residual peak   -20.0",
+                             "in frame 1000", "10 ms from frame 19680 (0.410 s)"})
+        EXPECT_TRUE(Tells(run, text)) << text << "\n" << run.out;
+    EXPECT_EQ(Tool("nulltest a.wav b.wav --tolerance -19").status, 0);
+
+    sound.samples.resize(40000);
+    WriteSound("b.wav", sound);
+    EXPECT_EQ(Tool("nulltest a.wav b.wav --tolerance 0").status, 1) << "shorter";
+    WriteSound("b.wav", Noise(48000, 1));
+    EXPECT_EQ(Tool("nulltest a.wav b.wav").status, 1) << "narrower";
+}
+
+TEST_F(Difference, OfWhatProfilesMakeOfASound) {
+    WriteSound("in.wav", Noise(48000, 2));
+    WriteGain("a.json", "-6");
+    WriteGain("b.json", "-6.1");
+    EXPECT_EQ(Tool("nulltest a.json a.json --input in.wav").status, 0);
+    const Result run = Tool("nulltest a.json b.json --input in.wav");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(Tells(run, "channel 1 residual peak   -50.85 dB")) << run.out;
+    EXPECT_EQ(Tool("nulltest a.json b.json --input in.wav --tolerance -50").status, 0);
+}
+
+}  // namespace
+}  // namespace quorvel::tool

@@ -1,0 +1,188 @@
+#include "tools/profile_difference.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <span>
+
+#include "engine/block_factory.h"
+#include "profile/quorvel_audio_block.h"
+#include "tools/guid_text.h"
+#include "tools/json_place.h"
+#include "tools/parameter_text.h"
+#include "tools/utf16_text.h"
+
+namespace quorvel::tool {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+std::set<std::string> Paths(const QuorvelAudioProfile& profile) {
+    std::set<std::string> paths;
+    for (unsigned i = 0; i < profile.PathsCount(); ++i)
+        paths.insert(profile.Path(i) ? Quoted(ToUtf8(profile.Path(i)).value_or("?")) : "(none)");
+    return paths;
+}
+
+std::string KindName(const GUID& typeId) {
+    const BlockKind* const kind = FindBlockKind(typeId);
+    return kind ? kind->name : GuidText(typeId);
+}
+
+// One chain before and after.
+class ChainChanges {
+  public:
+    struct Side {
+        const QuorvelAudioBlocksChain& chain;
+        const Lines& names;
+    };
+
+    ChainChanges(Side before, Side after, Lines& changes)
+        : old(before), now(after), lines(changes) {}
+
+    void Find() {
+        positionBefore.assign(now.chain.blocks.Count(), kNone);
+        positionNow.assign(old.chain.blocks.Count(), kNone);
+        for (const bool byId : {true, false}) {
+            for (unsigned i = 0; i < positionBefore.size(); ++i)
+                if (positionBefore[i] == kNone) Match(i, byId);
+        }
+        for (unsigned i = 0; i < positionNow.size(); ++i)
+            if (positionNow[i] == kNone) Tell(old.names[i], "removed");
+        for (unsigned i = 0; i < positionBefore.size(); ++i)
+            CompareBlock(i);
+        CompareLinks();
+    }
+
+  private:
+    static constexpr unsigned kNone = static_cast<unsigned>(-1);
+
+    void Match(unsigned i, bool byId) {
+        const QuorvelAudioBlock& block = now.chain.blocks.Item(i);
+        for (unsigned k = 0; k < positionNow.size(); ++k) {
+            const QuorvelAudioBlock& other = old.chain.blocks.Item(k);
+            const bool isSame = byId ? other.id == block.id
+                                     : old.names[k] == now.names[i] && other.typeId == block.typeId;
+            if (positionNow[k] != kNone || !isSame) continue;
+            positionNow[k] = i;
+            positionBefore[i] = k;
+            return;
+        }
+    }
+
+    void CompareBlock(unsigned i) {
+        const QuorvelAudioBlock& block = now.chain.blocks.Item(i);
+        if (positionBefore[i] == kNone) {
+            Tell(now.names[i], "added, " + KindName(block.typeId));
+            for (const std::string& line : ParameterLines(block))
+                Tell(now.names[i], line);
+            return;
+        }
+        const QuorvelAudioBlock& before = old.chain.blocks.Item(positionBefore[i]);
+        if (before.typeId != block.typeId) {
+            Tell(now.names[i],
+                 "is a " + KindName(block.typeId) + ", was a " + KindName(before.typeId));
+        } else if (!std::ranges::equal(std::span(before.data, before.dataSize),
+                                       std::span(block.data, block.dataSize))) {
+            CompareFields(now.names[i], before, block);
+        }
+    }
+
+    void CompareFields(const std::string& name, const QuorvelAudioBlock& before,
+                       const QuorvelAudioBlock& after) {
+        const auto oldValues = ParameterValues(before), values = ParameterValues(after);
+        const std::size_t told = lines.size();
+        for (const ParameterValue& value : oldValues)
+            if (!FindValue(values, value.name))
+                Tell(name, value.name + " " + value.text + " removed");
+        for (const ParameterValue& value : values) {
+            const ParameterValue* const was = FindValue(oldValues, value.name);
+            if (!was) Tell(name, value.name + " " + value.text + " added");
+            if (was && was->text != value.text)
+                Tell(name, value.name + " " + value.text + ", was " + was->text);
+        }
+        if (lines.size() == told) Tell(name, "the bytes of the record differ");
+    }
+
+    static const ParameterValue* FindValue(const std::vector<ParameterValue>& values,
+                                           const std::string& name) {
+        const auto found = std::ranges::find(values, name, &ParameterValue::name);
+        return found == values.end() ? nullptr : &*found;
+    }
+
+    static std::set<std::pair<std::string, std::string>> Links(const QuorvelAudioBlocksChain& chain,
+                                                               const Lines& names) {
+        std::set<std::pair<std::string, std::string>> links;
+        for (unsigned i = 0; i < chain.links.Count(); ++i) {
+            const auto& link = chain.links.Item(i);
+            links.emplace(NameOf(chain, names, link.sourceBlockId),
+                          NameOf(chain, names, link.destinationBlockId));
+        }
+        return links;
+    }
+
+    static std::string NameOf(const QuorvelAudioBlocksChain& chain, const Lines& names,
+                              const GUID& id) {
+        for (unsigned i = 0; i < chain.blocks.Count(); ++i)
+            if (chain.blocks.Item(i).id == id) return names[i];
+        return GuidText(id);
+    }
+
+    void CompareLinks() {
+        Lines present = old.names;  // what the blocks of before are called now
+        for (unsigned i = 0; i < present.size(); ++i)
+            if (positionNow[i] != kNone) present[i] = now.names[positionNow[i]];
+        const auto before = Links(old.chain, present), after = Links(now.chain, now.names);
+        for (const auto& [from, to] : before)
+            if (!after.contains({from, to})) Tell("link " + from + " -> " + to, "removed");
+        for (const auto& [from, to] : after)
+            if (!before.contains({from, to})) Tell("link " + from + " -> " + to, "added");
+    }
+
+    void Tell(const std::string& what, const std::string& change) {
+        lines.push_back("chain " + std::to_string(now.chain.id) + ", " + what + ": " + change);
+    }
+
+    Side old;
+    Side now;
+    Lines& lines;
+    std::vector<unsigned> positionBefore{};  // by position now; kNone: added
+    std::vector<unsigned> positionNow{};     // by position before; kNone: removed
+};
+
+// Chains by number, with their position.
+std::map<std::uint32_t, unsigned> Chains(const NamedProfile& named) {
+    std::map<std::uint32_t, unsigned> chains;
+    for (unsigned i = 0; i < named.profile.chains.Count(); ++i)
+        chains.emplace(named.profile.chains.Item(i).id, i);
+    return chains;
+}
+
+}  // namespace
+
+std::vector<std::string> ProfileChanges(const NamedProfile& before, const NamedProfile& after) {
+    Lines lines;
+    const auto oldPaths = Paths(before.profile), paths = Paths(after.profile);
+    for (const std::string& path : oldPaths)
+        if (!paths.contains(path)) lines.push_back("path " + path + " removed");
+    for (const std::string& path : paths)
+        if (!oldPaths.contains(path)) lines.push_back("path " + path + " added");
+
+    const auto oldChains = Chains(before), chains = Chains(after);
+    for (const auto& [number, i] : oldChains)
+        if (!chains.contains(number))
+            lines.push_back("chain " + std::to_string(number) + " removed");
+    for (const auto& [number, i] : chains) {
+        const auto old = oldChains.find(number);
+        if (old == oldChains.end()) {
+            lines.push_back("chain " + std::to_string(number) + " added");
+            continue;
+        }
+        ChainChanges({before.profile.chains.Item(old->second), before.names[old->second]},
+                     {after.profile.chains.Item(i), after.names[i]}, lines)
+            .Find();
+    }
+    return lines;
+}
+
+}  // namespace quorvel::tool
