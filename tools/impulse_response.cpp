@@ -73,4 +73,12 @@ bool IsDynamics(const GUID& typeId) {
     return std::ranges::count(kKinds, typeId) > 0;
 }
 
+bool IsFilter(const GUID& typeId) {
+    constexpr GUID kKinds[] = {kBandPassFilterBlockTypeId,  kHighPassFilterBlockTypeId,
+                               kHighShelfFilterBlockTypeId, kLowPassFilterBlockTypeId,
+                               kLowShelfFilterBlockTypeId,  kNotchFilterBlockTypeId,
+                               kPeakingEQFilterBlockTypeId};
+    return std::ranges::count(kKinds, typeId) > 0;
+}
+
 }  // namespace quorvel::tool

@@ -37,4 +37,7 @@ ImpulseResponse MeasureBlock(const QuorvelAudioBlock& block, const ChainFormat& 
 // Whether the kind is one of those that are left out.
 bool IsDynamics(const GUID& typeId);
 
+// Whether the kind is a bank of filters.
+bool IsFilter(const GUID& typeId);
+
 }  // namespace quorvel::tool

@@ -32,6 +32,8 @@ int Run(int argc, char** argv) {
     quorvel::tool::AddEarsCommand(app);
     quorvel::tool::AddDiffCommand(app);
     quorvel::tool::AddNulltestCommand(app);
+    quorvel::tool::AddPlotCommand(app);
+    quorvel::tool::AddGraphCommand(app);
     quorvel::tool::AddInspectCommand(app);
     quorvel::tool::AddValidateCommand(app);
     try {

@@ -15,6 +15,8 @@ void AddBenchCommand(CLI::App& app);
 void AddEarsCommand(CLI::App& app);
 void AddDiffCommand(CLI::App& app);
 void AddNulltestCommand(CLI::App& app);
+void AddPlotCommand(CLI::App& app);
+void AddGraphCommand(CLI::App& app);
 void AddInspectCommand(CLI::App& app);
 void AddValidateCommand(CLI::App& app);
 

@@ -1,0 +1,105 @@
+#include "tools/dynamics_measurement.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "engine/audio_graph.h"
+#include "engine/block_factory.h"
+#include "engine/channel_masks.h"
+#include "tools/observed_block.h"
+
+namespace quorvel::tool {
+namespace {
+
+constexpr double kSettlingSeconds = 2.0;
+constexpr double kSquareHz = 1000.0;
+constexpr int kLowestDb = -80, kHighestDb = 6;
+constexpr double kPointsPerMs = 8.0;
+
+// Keeps what the block made, before the graph's own limiter sees it.
+class Recorder final : public BlockObserver {
+  public:
+    void After(const float* out, std::int32_t frames, std::int32_t) override {
+        samples.insert(samples.end(), out, out + frames);
+    }
+
+    std::vector<float> samples{};
+};
+
+// What the block makes of the samples of one channel.
+std::vector<float> Run(const QuorvelAudioBlock& stored, std::uint32_t sampleRate,
+                       std::vector<float> in) {
+    const auto block = CreateBlock(stored.typeId, stored.id);
+    if (!block) return in;
+    if (stored.data) block->SetParameterData(stored.data, stored.dataSize);
+    Recorder recorder;
+    AudioGraph graph;
+    graph.SetNoiseEnabled(false);
+    graph.AddBlockAndConnect(std::make_shared<ObservedBlock>(block, recorder));
+    const AudioFormat mono = MakeFloatFormat(1, DefaultChannelMask(1), sampleRate);
+    graph.SetFormats(&mono.Format, &mono.Format);
+    std::vector<float> out(in.size());
+    graph.Process(in.data(), out.data(), static_cast<std::int32_t>(in.size()));
+    recorder.samples.resize(in.size());  // silence is not processed
+    return std::move(recorder.samples);
+}
+
+float Amplitude(double decibels) {
+    return static_cast<float>(std::pow(10.0, decibels / 20.0));
+}
+
+double Decibels(double amplitude) {
+    return std::max(20.0 * std::log10(amplitude), kSilenceDb);
+}
+
+// The sign of the square wave in a frame.
+float Sign(std::size_t frame, std::uint32_t sampleRate) {
+    const double halves = static_cast<double>(frame) * kSquareHz * 2.0 / sampleRate;
+    return static_cast<std::int64_t>(halves) % 2 == 0 ? 1.0f : -1.0f;
+}
+
+// After how many frames a loud sound comes out.
+std::size_t Delay(const QuorvelAudioBlock& block, std::uint32_t sampleRate) {
+    const std::vector<float> out = Run(block, sampleRate, std::vector<float>(sampleRate, 1.0f));
+    const auto sounds = [](float sample) { return sample != 0.0f; };
+    return static_cast<std::size_t>(std::ranges::find_if(out, sounds) - out.begin());
+}
+
+}  // namespace
+
+std::vector<LevelPoint> MeasureStaticCurve(const QuorvelAudioBlock& block,
+                                           std::uint32_t sampleRate) {
+    std::vector<LevelPoint> curve;
+    std::vector<float> in(static_cast<std::size_t>(kSettlingSeconds * sampleRate));
+    for (int level = kLowestDb; level <= kHighestDb; ++level) {
+        for (std::size_t i = 0; i < in.size(); ++i)
+            in[i] = Amplitude(level) * Sign(i, sampleRate);
+        const std::vector<float> out = Run(block, sampleRate, in);
+        curve.push_back({double(level), Decibels(std::fabs(out.back()))});
+    }
+    return curve;
+}
+
+std::vector<GainPoint> MeasureStep(const QuorvelAudioBlock& block, std::uint32_t sampleRate,
+                                   const LevelStep& step) {
+    const double framesPerMs = sampleRate / 1000.0;
+    std::vector<float> in(static_cast<std::size_t>(step.lengthMs * framesPerMs));
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        const double ms = static_cast<double>(i) / framesPerMs;
+        const bool isStep = ms >= step.beginMs && ms < step.endMs;
+        in[i] = Amplitude(isStep ? step.stepDb : step.restDb) * Sign(i, sampleRate);
+    }
+    const std::vector<float> out = Run(block, sampleRate, in);
+    const std::size_t delay = Delay(block, sampleRate);
+    std::vector<GainPoint> gains;
+    const double stride = std::max(framesPerMs / kPointsPerMs, 1.0);
+    for (double place = 0.0; place + static_cast<double>(delay) < static_cast<double>(out.size());
+         place += stride) {
+        const auto i = static_cast<std::size_t>(place);
+        const double gain = std::fabs(double{out[i + delay]} / double{in[i]});
+        gains.push_back({place / framesPerMs, Decibels(gain)});
+    }
+    return gains;
+}
+
+}  // namespace quorvel::tool
