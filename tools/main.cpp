@@ -9,7 +9,14 @@
 
 namespace {
 
-using quorvel::tool::ExitStatus;
+using namespace quorvel::tool;
+
+// In the order of the help: to hear, to see, to compare, to convert.
+constexpr void (*kSubcommands[])(CLI::App&) = {
+    AddProcessCommand, AddHostCommand,   AddEarsCommand,   AddInspectCommand,  AddValidateCommand,
+    AddPlotCommand,    AddGraphCommand,  AddDiffCommand,   AddNulltestCommand, AddBenchCommand,
+    AddEncodeCommand,  AddDecodeCommand, AddManualCommand,
+};
 
 int Report(ExitStatus status, const char* message) {
     std::fprintf(stderr, "quorvel: %s\n", message);
@@ -19,23 +26,14 @@ int Report(ExitStatus status, const char* message) {
 int Run(int argc, char** argv) {
     CLI::App app{"Renders sound through headset profiles, and writes and shows profiles."};
     app.name("quorvel");
+    app.set_version_flag("--version", "quorvel " QUORVEL_VERSION);
     app.require_subcommand(1);
     app.footer(
         "PROFILE is a JSON file or a file in text form.\n"
         "Exit status: 0 done; 1 the profile, graph or audio is invalid; 2 wrong usage;\n"
         "3 a file cannot be read or written.");
-    quorvel::tool::AddProcessCommand(app);
-    quorvel::tool::AddHostCommand(app);
-    quorvel::tool::AddEncodeCommand(app);
-    quorvel::tool::AddDecodeCommand(app);
-    quorvel::tool::AddBenchCommand(app);
-    quorvel::tool::AddEarsCommand(app);
-    quorvel::tool::AddDiffCommand(app);
-    quorvel::tool::AddNulltestCommand(app);
-    quorvel::tool::AddPlotCommand(app);
-    quorvel::tool::AddGraphCommand(app);
-    quorvel::tool::AddInspectCommand(app);
-    quorvel::tool::AddValidateCommand(app);
+    for (const auto add : kSubcommands)
+        add(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -52,7 +50,7 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         return Run(argc, argv);
-    } catch (const quorvel::tool::ToolError& error) {
+    } catch (const ToolError& error) {
         return Report(error.Status(), error.what());
     } catch (const std::bad_alloc&) {
         return Report(ExitStatus::kInvalid, "out of memory");
