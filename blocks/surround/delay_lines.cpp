@@ -22,7 +22,7 @@ void DelayLines::Build(const Delays& delaysMs, uint32_t rate) QUORVEL_REAL_TIME 
     std::fill_n(memory.data, samples, 0.0f);
     float* ring = memory.data;
     for (int32_t slot = 0; slot < kSlots; ++slot) {
-        const auto frames = static_cast<uint32_t>(DelayFrames(delaysMs[slot], rate));
+        const auto frames = static_cast<uint32_t>(DelayFrames(delaysMs[std::size_t(slot)], rate));
         if (frames == 0) continue;
         lines[count++] = {.slot = slot, .last = frames, .read = 0, .write = frames, .ring = ring};
         ring += frames + 1;
