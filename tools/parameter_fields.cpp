@@ -79,8 +79,9 @@ constexpr double kLargestEngineValue = 1000.0;
 constexpr Field EngineValue(const char* name, std::uint32_t offset, double defaultValue) {
     return {name, kFloat32, offset, "", -kLargestEngineValue, kLargestEngineValue, defaultValue};
 }
-constexpr Field Switch(const char* name, std::uint32_t offset, double defaultValue) {
-    return {name, kUnsigned32, offset, "", 0.0, 1.0, defaultValue};
+constexpr Field Switch(const char* name, std::uint32_t offset, double defaultValue,
+                       const char* meaning = "") {
+    return {name, kUnsigned32, offset, "", 0.0, 1.0, defaultValue, {}, nullptr, {}, meaning};
 }
 constexpr Field kAngleField[] = {{nullptr, kSigned16, 0, "degrees", -180.0, 180.0}};
 constexpr RecordLayout kAngle = {kAngleField, sizeof(std::int16_t)};
@@ -137,20 +138,29 @@ constexpr Field kDelaysFields[] = {
 };
 constexpr RecordLayout kDelays = {kDelaysFields, kDelaysSize};
 
-constexpr Field Option(const char* name, std::uint32_t offset, double maximum,
-                       double defaultValue) {
-    return {name, kUnsigned32, offset, "", 0.0, maximum, defaultValue};
+constexpr Field Option(const char* name, std::uint32_t offset, double maximum, double defaultValue,
+                       const char* meaning) {
+    return {name, kUnsigned32, offset, "", 0.0, maximum, defaultValue, {}, nullptr, {}, meaning};
 }
 constexpr Field kMatrixDecoderFields[] = {
-    Switch("decodeEnabled", offsetof(MatrixDecoderParameters, decodeEnabled), 1.0),
-    Option("decodeMode", offsetof(MatrixDecoderParameters, decodeMode), 2.0, 0.0),
-    Option("option2", offsetof(MatrixDecoderParameters, option2), 15.0, 0.0),
-    Option("option3", offsetof(MatrixDecoderParameters, option3), 15.0, 7.0),
-    Switch("option4", offsetof(MatrixDecoderParameters, option4), 0.0),
-    Switch("option5", offsetof(MatrixDecoderParameters, option5), 1.0),
-    Switch("option6", offsetof(MatrixDecoderParameters, option6), 0.0),
-    Switch("option7", offsetof(MatrixDecoderParameters, option7), 0.0),
-    Switch("delaysEnabled", offsetof(MatrixDecoderParameters, delaysEnabled), 1.0),
+    Switch("decodeEnabled", offsetof(MatrixDecoderParameters, decodeEnabled), 1.0,
+           "decodes stereo, and the surround pair of quad and 5.1"),
+    Option("decodeMode", offsetof(MatrixDecoderParameters, decodeMode), 2.0, 0.0,
+           "0: one rear signal; 1: separate sides and backs; 2: as 1, with options 2 to 4"),
+    Option("option2", offsetof(MatrixDecoderParameters, option2), 15.0, 0.0,
+           "rear share of ambience in anti-phase, 40 % at 7, 5 % a step"),
+    Option("option3", offsetof(MatrixDecoderParameters, option3), 15.0, 7.0,
+           "spread of the front: 0 has a centre, from 7 on the pair stays as it is"),
+    Switch("option4", offsetof(MatrixDecoderParameters, option4), 0.0,
+           "the edges of the front reach around to the sides"),
+    Switch("option5", offsetof(MatrixDecoderParameters, option5), 1.0,
+           "balances the levels of the pair"),
+    Switch("option6", offsetof(MatrixDecoderParameters, option6), 0.0,
+           "small moves are followed twice as fast"),
+    Switch("option7", offsetof(MatrixDecoderParameters, option7), 0.0,
+           "surround from the back pair only"),
+    Switch("delaysEnabled", offsetof(MatrixDecoderParameters, delaysEnabled), 1.0,
+           "delays the decoded channels by their mode's row below"),
     Nested("outputDelaysMs", offsetof(MatrixDecoderParameters, outputDelaysMs), kDelays)};
 constexpr RecordLayout kMatrixDecoder = {kMatrixDecoderFields, sizeof(MatrixDecoderParameters)};
 
@@ -161,7 +171,17 @@ constexpr Field kSurroundFields[] = {
 constexpr Field kExpanderFields[] = {
     {"targetChannels", kUnsigned32, offsetof(StreamExpanderParameters, targetChannels), "channels",
      0.0, kMostChannels, 0.0},
-    {"monoMode", kUnsigned32, offsetof(StreamExpanderParameters, monoMode), "", 0.0, 2.0, 0.0}};
+    {"monoMode",
+     kUnsigned32,
+     offsetof(StreamExpanderParameters, monoMode),
+     "",
+     0.0,
+     2.0,
+     0.0,
+     {},
+     nullptr,
+     {},
+     "of a mono input: 0 new channels are silent; 1 all get it; 2 two get it at -3 dB"}};
 
 constexpr Field Threshold(std::uint32_t offset) {
     return {"thresholdDb", kFloat32, offset, "dB", kQuietestDb, kLoudestDb, 0.0};
@@ -174,11 +194,20 @@ constexpr Field Release(std::uint32_t offset, double defaultMs) {
 }
 
 // A ratio of 0 would act as 1, the opposite of what it looks like: it is out of range.
-constexpr Field kCompressorFields[] = {
-    Threshold(offsetof(CompressorParameters, thresholdDb)),
-    Attack(offsetof(CompressorParameters, attackMs), 10.0),
-    Release(offsetof(CompressorParameters, releaseMs), 100.0),
-    {"ratio", kFloat32, offsetof(CompressorParameters, ratio), "", 0.001, 100.0, 1.0}};
+constexpr Field kCompressorFields[] = {Threshold(offsetof(CompressorParameters, thresholdDb)),
+                                       Attack(offsetof(CompressorParameters, attackMs), 10.0),
+                                       Release(offsetof(CompressorParameters, releaseMs), 100.0),
+                                       {"ratio",
+                                        kFloat32,
+                                        offsetof(CompressorParameters, ratio),
+                                        "",
+                                        0.001,
+                                        100.0,
+                                        1.0,
+                                        {},
+                                        nullptr,
+                                        {},
+                                        "dB of output for a dB of input above the threshold"}};
 
 constexpr Field kGateFields[] = {Threshold(offsetof(NoiseGateParameters, thresholdDb)),
                                  Attack(offsetof(NoiseGateParameters, attackMs), 1.0),
@@ -189,34 +218,65 @@ constexpr Field kLimiterFields[] = {Threshold(offsetof(LimiterParameters, thresh
                                     Release(offsetof(LimiterParameters, releaseMs), 10.0)};
 
 constexpr BlockFields kBlocks[] = {
-    {&kBandPassFilterBlockTypeId, "band-pass", kFilter},
-    {&kBypassBlockTypeId, "bypass", {kBypassFields, sizeof(BypassParameters)}},
+    {&kBandPassFilterBlockTypeId, "band-pass",
+     "Filters that pass what lies around a frequency, in series", kFilter},
+    {&kBypassBlockTypeId,
+     "bypass",
+     "Passes the sound, folded down to as many channels as asked for",
+     {kBypassFields, sizeof(BypassParameters)}},
     {&kChannelExtractorBlockTypeId,
      "extractor",
+     "One channel of the input by itself",
      {kExtractorFields, sizeof(ChannelExtractorParameters)}},
     {&kChannelsCombinerBlockTypeId,
      "combiner",
+     "Lays its inputs side by side, each from a channel of its own",
      {kCombinerFields, sizeof(ChannelsCombinerParameters)}},
-    {&kCompressorBlockTypeId, "compressor", {kCompressorFields, sizeof(CompressorParameters)}},
+    {&kCompressorBlockTypeId,
+     "compressor",
+     "Holds loud sound back: above the threshold the output rises `ratio` dB a dB",
+     {kCompressorFields, sizeof(CompressorParameters)}},
     {&kExternalSurroundBlockTypeId,
      "external-surround",
+     "Surround on headphones by an engine from outside; two channels out",
      {kExternalSurroundFields, sizeof(ExternalSurroundParameters)}},
-    {&kGainBlockTypeId, "gain", {kGainFields, sizeof(GainParameters)}},
-    {&kHighPassFilterBlockTypeId, "high-pass", kFilter},
-    {&kHighShelfFilterBlockTypeId, "high-shelf", kGainFilter},
-    {&kLimiterBlockTypeId, "limiter", {kLimiterFields, sizeof(LimiterParameters)}},
-    {&kLowPassFilterBlockTypeId, "low-pass", kFilter},
-    {&kLowShelfFilterBlockTypeId, "low-shelf", kGainFilter},
-    {&kMatrixDecoderBlockTypeId, "decoder", kMatrixDecoder},
-    {&kMixerBlockTypeId, "mixer", {}},
-    {&kNoiseGateBlockTypeId, "gate", {kGateFields, sizeof(NoiseGateParameters)}},
-    {&kNotchFilterBlockTypeId, "notch", kFilter},
-    {&kPeakingEQFilterBlockTypeId, "peaking", kGainFilter},
+    {&kGainBlockTypeId, "gain", "Makes louder or quieter", {kGainFields, sizeof(GainParameters)}},
+    {&kHighPassFilterBlockTypeId, "high-pass",
+     "Filters that pass what lies above a frequency, in series", kFilter},
+    {&kHighShelfFilterBlockTypeId, "high-shelf",
+     "Filters that raise or lower what lies above a frequency, in series", kGainFilter},
+    {&kLimiterBlockTypeId,
+     "limiter",
+     "Lets nothing above the threshold pass; the sound comes out `attackMs` later",
+     {kLimiterFields, sizeof(LimiterParameters)}},
+    {&kLowPassFilterBlockTypeId, "low-pass",
+     "Filters that pass what lies below a frequency, in series", kFilter},
+    {&kLowShelfFilterBlockTypeId, "low-shelf",
+     "Filters that raise or lower what lies below a frequency, in series", kGainFilter},
+    {&kMatrixDecoderBlockTypeId, "decoder",
+     "Surround and stereo on headphones: a matrix decoder (when `decodeEnabled`) before a "
+     "renderer; two channels out",
+     kMatrixDecoder},
+    {&kMixerBlockTypeId, "mixer", "Adds its inputs", {}},
+    {&kNoiseGateBlockTypeId,
+     "gate",
+     "Silences what stays below the threshold",
+     {kGateFields, sizeof(NoiseGateParameters)}},
+    {&kNotchFilterBlockTypeId, "notch", "Filters that take out a frequency, in series", kFilter},
+    {&kPeakingEQFilterBlockTypeId, "peaking",
+     "Filters that raise or lower what lies around a frequency, in series", kGainFilter},
     {&kStereoExpanderBlockTypeId,
      "stereo-expander",
+     "Makes a stereo pair as wide as its gains ask for",
      {kStereoExpanderFields, sizeof(StereoExpanderParameters)}},
-    {&kStreamExpanderBlockTypeId, "expander", {kExpanderFields, sizeof(StreamExpanderParameters)}},
-    {&kSurroundBlockTypeId, "surround", {kSurroundFields, sizeof(SurroundParameters)}},
+    {&kStreamExpanderBlockTypeId,
+     "expander",
+     "Widens the stream to more channels, without mixing",
+     {kExpanderFields, sizeof(StreamExpanderParameters)}},
+    {&kSurroundBlockTypeId,
+     "surround",
+     "A MatrixDecoderBlock that can be switched on and off while sound plays",
+     {kSurroundFields, sizeof(SurroundParameters)}},
 };
 
 }  // namespace

@@ -41,6 +41,7 @@ struct Field {
     std::span<const char* const> choices{};
     const RecordLayout* item = nullptr;      // of a list or an array; the nested record itself
     std::span<const double> itemDefaults{};  // of an array: none, or one for each item
+    const char* meaning = "";                // where the name does not say it
 };
 
 // A nested record may be left out when all its fields may.
@@ -52,7 +53,8 @@ inline bool IsRequired(const Field& field) {
 
 struct BlockFields {
     const GUID* typeId = nullptr;
-    const char* label = nullptr;  // stands in the names that decoded blocks get: "peaking-1"
+    const char* label = nullptr;    // stands in the names that decoded blocks get: "peaking-1"
+    const char* purpose = nullptr;  // one line
     RecordLayout record{};
 };
 

@@ -121,6 +121,21 @@ void AddResponseCharts(const std::vector<Response>& responses, std::uint32_t sam
     charts.push_back(std::move(phase));
 }
 
+// Without the points between two others that they lie level with.
+Curve Thinned(Curve curve) {
+    constexpr double kLevelDb = 0.01;
+    std::vector<std::pair<double, double>> kept;
+    for (std::size_t i = 0; i < curve.points.size(); ++i) {
+        const auto isLevel = [&](std::size_t other) {
+            return std::fabs(curve.points[other].second - kept.back().second) < kLevelDb;
+        };
+        const bool isEnd = i == 0 || i + 1 == curve.points.size();
+        if (isEnd || !isLevel(i) || !isLevel(i + 1)) kept.push_back(curve.points[i]);
+    }
+    curve.points = std::move(kept);
+    return curve;
+}
+
 std::string StepTitle(const LevelStep& step) {
     return Formatted("%.0f dB between %.0f and %.0f ms, %.0f dB else", step.stepDb, step.beginMs,
                      step.endMs, step.restDb);
@@ -151,7 +166,7 @@ void AddDynamicsCharts(const QuorvelAudioBlock& block, const std::string& name,
     charts.push_back({name + ": " + StepTitle(step),
                       {"time (ms)", 0.0, step.lengthMs},
                       {"gain (dB)", std::max(lowest, -80.0) - 1.0, highest + 1.0},
-                      {std::move(gain)},
+                      {Thinned(std::move(gain))},
                       true});
 }
 
