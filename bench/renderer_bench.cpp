@@ -1,38 +1,15 @@
 // The stereo renderer at 48 kHz: nanoseconds a frame, and the share of real time that it takes.
 //
 // Fixed input, noise of full scale; the plain definition runs beside it in the same program.
-#include <benchmark/benchmark.h>
-
 #include <array>
 #include <cstdint>
-#include <random>
-#include <vector>
 
+#include "bench/buffers.h"
 #include "blocks/surround/head_renderer.h"
 #include "blocks/surround/stereo_renderer_stage.h"
 
 namespace quorvel {
 namespace {
-
-constexpr int32_t kFrames = 480;
-constexpr double kSampleRate = 48000.0;
-
-std::vector<float> Noise(int32_t channels) {
-    std::mt19937 random(1);
-    std::uniform_real_distribution<float> anywhere(-1.0f, 1.0f);
-    std::vector<float> samples(static_cast<std::size_t>(kFrames * channels));
-    for (float& sample : samples)
-        sample = anywhere(random);
-    return samples;
-}
-
-void Report(benchmark::State& bench) {
-    const double frames = static_cast<double>(bench.iterations()) * kFrames;
-    using benchmark::Counter;
-    bench.counters["s/frame"] = Counter(frames, Counter::kIsRate | Counter::kInvert);
-    bench.counters["share_of_real_time"] =
-        Counter(frames / kSampleRate, Counter::kIsRate | Counter::kInvert);
-}
 
 // Silence after noise costs no more: fading filters must not end in denormal numbers.
 void Stage(benchmark::State& bench, bool isSilent) {

@@ -2,14 +2,11 @@
 // time that they take. The renderer, which the decoder is measured against, runs beside it.
 //
 // Fixed input: noise of full scale, two independent channels, or one source that moves round.
-#include <benchmark/benchmark.h>
-
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <random>
-#include <vector>
 
+#include "bench/buffers.h"
 #include "blocks/surround/matrix_decoder_stage.h"
 #include "blocks/surround/stereo_renderer_stage.h"
 #include "blocks/surround_block.h"
@@ -17,26 +14,6 @@
 
 namespace quorvel {
 namespace {
-
-constexpr int32_t kFrames = 480;
-constexpr double kSampleRate = 48000.0;
-
-std::vector<float> Noise(int32_t channels) {
-    std::mt19937 random(1);
-    std::uniform_real_distribution<float> anywhere(-1.0f, 1.0f);
-    std::vector<float> samples(static_cast<std::size_t>(kFrames * channels));
-    for (float& sample : samples)
-        sample = anywhere(random);
-    return samples;
-}
-
-void Report(benchmark::State& bench) {
-    const double frames = static_cast<double>(bench.iterations()) * kFrames;
-    using benchmark::Counter;
-    bench.counters["s/frame"] = Counter(frames, Counter::kIsRate | Counter::kInvert);
-    bench.counters["share_of_real_time"] =
-        Counter(frames / kSampleRate, Counter::kIsRate | Counter::kInvert);
-}
 
 void Renderer(benchmark::State& bench) {
     std::vector<std::byte> memory(kStereoRendererMemory);

@@ -7,7 +7,6 @@
 #include "engine/block_factory.h"
 #include "engine/block_type_ids.h"
 #include "profile/quorvel_audio_block.h"
-#include "tools/chain_options.h"
 #include "tools/dynamics_measurement.h"
 #include "tools/exit_status.h"
 #include "tools/external_program.h"
@@ -15,9 +14,8 @@
 #include "tools/frequency_grid.h"
 #include "tools/impulse_response.h"
 #include "tools/output_file.h"
+#include "tools/picture_options.h"
 #include "tools/plot_script.h"
-#include "tools/profile_file.h"
-#include "tools/speakers.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {
@@ -29,11 +27,7 @@ constexpr double kShownRangeDb = 60.0;  // below the highest point
 constexpr double kSameDb = 0.01;        // output channels nearer than this share a curve
 constexpr LevelStep kBurst{.restDb = -40.0, .stepDb = 6.0, .endMs = 150.0, .lengthMs = 500.0};
 
-struct Options {
-    std::string profile{};
-    std::string out{};
-    std::uint32_t chain = kHeadsetChain;
-    ChainFormat format{};
+struct Options : PictureOptions {
     std::int32_t only = 0;  // input channel from 1; 0: all
 };
 
@@ -188,26 +182,15 @@ std::vector<Chart> MakeCharts(const ChosenChain& chosen, const Options& options)
     return charts;
 }
 
-std::string Title(const NamedProfile& named, const Options& options) {
-    const std::string what = named.purpose.empty() ? options.profile : named.purpose;
-    return what + Formatted(" (%u Hz)", options.format.sampleRate);
-}
-
 void Run(const Options& options) {
-    const bool isPng = options.out.ends_with(".png"), isScript = options.out.ends_with(".gnuplot");
-    if (!isPng && !isScript && !options.out.ends_with(".svg"))
-        throw ToolError(ExitStatus::kUsage, "-o: the picture is an .svg, .png or .gnuplot file");
+    const PictureForm form = FormOfPicture(options, ".gnuplot", PictureForm::kSvg);
     if (options.only > static_cast<std::int32_t>(options.format.channels))
         throw ToolError(ExitStatus::kUsage, "--only: the input has no such channel");
-    NamedProfile named;
-    LoadProfile(options.profile, named);
-    const ChosenChain chosen = ChooseChain(named, options.profile, options.chain);
-    AudioGraph graph;
-    SetUpChainGraph(graph, chosen.chain, options.format);
-    if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
+    const DrawnChain drawn(options);
     const std::string script =
-        PlotScript(Title(named, options), MakeCharts(chosen, options), isPng);
-    WriteResult(options.out, isScript ? script : RunProgram(kGnuplot, {"-"}, script));
+        PlotScript(drawn.title, MakeCharts(drawn.chosen, options), form == PictureForm::kPng);
+    WriteResult(options.out,
+                form == PictureForm::kScript ? script : RunProgram(kGnuplot, {"-"}, script));
 }
 
 }  // namespace
@@ -216,11 +199,8 @@ void AddPlotCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "plot", "Draw what a profile does: magnitude and phase, and the curves of its dynamics");
     const auto options = std::make_shared<Options>();
-    AddProfileOption(*command, options->profile);
-    command->add_option("-o,--output", options->out, "Picture to write: .svg, .png or .gnuplot")
-        ->required();
-    AddChainOption(*command, options->chain);
-    AddFormatOptions(*command, options->format);
+    AddPictureOptions(*command, *options,
+                      "Picture to write: .svg, .png or .gnuplot [standard output, as .svg]");
     command->add_option("--only", options->only, "Feed this input channel alone, the first is 1")
         ->check(CLI::Range(1, 8));
     command->footer(

@@ -1,0 +1,54 @@
+// What the sample profiles cost: the whole graph of each at 48 kHz, by input channels.
+#include <algorithm>
+#include <filesystem>
+#include <string>
+
+#include "bench/buffers.h"
+#include "engine/audio_graph.h"
+#include "tools/chain_graph.h"
+#include "tools/profile_file.h"
+
+namespace quorvel {
+namespace {
+
+void Process(benchmark::State& bench, const std::string& path) {
+    tool::NamedProfile named;
+    tool::LoadProfile(path, named);
+    const auto channels = static_cast<uint32_t>(bench.range(0));
+    AudioGraph graph;
+    tool::SetUpChainGraph(graph, named.profile.chains.Item(0), {.channels = channels});
+    const std::vector<float> noise = Noise(static_cast<int32_t>(channels));
+    std::vector<float> in(noise.size()), out(2 * kFrames);
+    for (auto _ : bench) {
+        in = noise;
+        graph.Process(in.data(), out.data(), kFrames);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    Report(bench);
+}
+
+void RegisterAll() {
+    std::vector<std::filesystem::path> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(QUORVEL_PROFILES))
+        if (entry.path().string().find(".schema.") == std::string::npos)
+            paths.push_back(entry.path());
+    std::ranges::sort(paths);
+    for (const auto& path : paths)
+        benchmark::RegisterBenchmark(path.stem().c_str(), Process, path.string())
+            ->Arg(1)
+            ->Arg(2)
+            ->Arg(6)
+            ->Arg(8);
+}
+
+}  // namespace
+}  // namespace quorvel
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    quorvel::RegisterAll();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

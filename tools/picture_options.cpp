@@ -1,0 +1,36 @@
+#include "tools/picture_options.h"
+
+#include "tools/exit_status.h"
+#include "tools/formatted_print.h"
+#include "tools/profile_file.h"
+
+namespace quorvel::tool {
+namespace {
+
+NamedProfile Load(const std::string& path) {
+    NamedProfile named;
+    LoadProfile(path, named);
+    return named;
+}
+
+}  // namespace
+
+PictureForm FormOfPicture(const PictureOptions& options, const std::string& scriptEnding,
+                          PictureForm standard) {
+    if (options.out.empty()) return standard;
+    if (options.out.ends_with(".svg")) return PictureForm::kSvg;
+    if (options.out.ends_with(".png")) return PictureForm::kPng;
+    if (options.out.ends_with(scriptEnding)) return PictureForm::kScript;
+    throw ToolError(ExitStatus::kUsage,
+                    "-o: the picture is an .svg, .png or " + scriptEnding + " file");
+}
+
+DrawnChain::DrawnChain(const PictureOptions& options)
+    : named(Load(options.profile)), chosen(ChooseChain(named, options.profile, options.chain)) {
+    SetUpChainGraph(graph, chosen.chain, options.format);
+    if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
+    title = (named.purpose.empty() ? options.profile : named.purpose) +
+            Formatted(" (%u Hz)", options.format.sampleRate);
+}
+
+}  // namespace quorvel::tool
