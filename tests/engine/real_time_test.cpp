@@ -1,12 +1,10 @@
 // The real-time promise: in the steady state a graph allocates nothing. Under the real-time
 // sanitizer the same tests also catch locks and system calls.
 //
-// The program's single-object operators new go to the C allocator, so that both are counted.
+// The program has support/watched_new.cpp, so that operator new is counted too.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <new>
 #include <vector>
 
 #include "blocks/compressor_block.h"
@@ -19,20 +17,6 @@
 #include "tests/support/allocation_faults.h"
 #include "tests/support/probe_block.h"
 
-void* operator new(std::size_t bytes) {
-    if (void* memory = std::malloc(bytes)) return memory;
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-    return std::malloc(bytes);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
 namespace quorvel {
 namespace {
 
@@ -43,7 +27,7 @@ struct OneBand {
     FilterBand band{};
 };
 
-// One block of every kind that a profile can hold so far, in parallel between a head and a tail.
+// One block of every kind that a profile can hold, in parallel between a head and a tail.
 void AddOneOfEachKind(AudioGraph& graph) {
     OneBand band;
     band.band.frequency = 1000.0f;
