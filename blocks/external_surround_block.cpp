@@ -77,7 +77,9 @@ bool ExternalSurroundBlock::AcceptWidth() {
 void ExternalSurroundBlock::Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME {
     if (frames < 1) return;
     if (!formatOk) return WriteSilence(out, frames);
-    const float* engineInput = channels == 1 ? SpreadMono(in, frames) : in;
+    const float* engineInput = channels == 1 ? SpreadMono(in, frames)
+                               : in == out   ? CopyInput(in, frames)
+                                             : in;
     if (!engineInput) return WriteSilence(out, frames);
     engine->Render(engineInput, frames, out);
     if (settings.effectEnabled) RunPostStage(out, frames);
@@ -89,6 +91,15 @@ const float* ExternalSurroundBlock::SpreadMono(const float* in, int32_t frames) 
     float* pair = scratch.data;
     for (int32_t f = 0; f < frames; ++f, pair += 2)
         pair[0] = pair[1] = in[f] * kMonoGain;
+    return scratch.data;
+}
+
+// A graph's input and output may be one buffer, and several inputs are summed in the output; the
+// engine wants two. Null when there is no memory.
+const float* ExternalSurroundBlock::CopyInput(const float* in, int32_t frames) {
+    const auto width = static_cast<int32_t>(channels);
+    if (!scratch.Grow(BufferBytes(frames, width))) return nullptr;
+    std::copy_n(in, std::ptrdiff_t{frames} * width, scratch.data);
     return scratch.data;
 }
 

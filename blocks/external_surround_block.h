@@ -36,8 +36,9 @@ static_assert(offsetof(ExternalSurroundParameters, valueB) == 64);
 // it also has a two-band equaliser, which does not sound: its bank never gets a sample rate.
 //
 // Any other width, a configuration that the engine refuses, and the lack of an engine give silence.
-// Parameters go to the engine at once. Mono input allocates in Process when a call brings more
-// frames than any before; when the memory cannot be had, that call gives silence.
+// Parameters go to the engine at once. Mono input, and input in the output's buffer, allocate in
+// Process when a call brings more frames than any before; when the memory cannot be had, that call
+// gives silence.
 class ExternalSurroundBlock final : public AudioBlock {
   public:
     // With the engine of CreateExternalEngine, or another one; an empty one is allowed.
@@ -59,6 +60,7 @@ class ExternalSurroundBlock final : public AudioBlock {
     void SendParameters();
     void SendSpeakerAngles();
     const float* SpreadMono(const float* in, int32_t frames);
+    const float* CopyInput(const float* in, int32_t frames);
     void RunPostStage(float* out, int32_t frames);
 
     ExternalEngine engine;
@@ -66,7 +68,7 @@ class ExternalSurroundBlock final : public AudioBlock {
     BiquadBank postEq{};
     ExternalSurroundParameters settings{};
     bool formatOk = false;
-    AudioBuffer scratch{};  // a mono input's pair
+    AudioBuffer scratch{};  // the engine's input where `in` is none
 };
 
 }  // namespace quorvel

@@ -66,10 +66,10 @@ uint16_t FlagsWord(const MatrixDecoderParameters& options, const Mode& mode) {
 // the decoder's sides go then.
 struct MatrixDecoderBlock::Layout {
     uint32_t mask;
-    uint32_t channels;  // at least
-    int32_t pair;       // its left channel
-    int32_t kept;       // channels, from the first on; 0: the frame is the decoder's
-    Slot sidesTo;       // the left one
+    int32_t channels;  // at least
+    int32_t pair;      // its left channel
+    int32_t kept;      // channels, from the first on; 0: the frame is the decoder's
+    Slot sidesTo;      // the left one
 };
 
 const MatrixDecoderBlock::Layout* MatrixDecoderBlock::FindLayout(uint32_t width, uint32_t mask) {
@@ -79,7 +79,9 @@ const MatrixDecoderBlock::Layout* MatrixDecoderBlock::FindLayout(uint32_t width,
                                           {0x60F, 6, 4, 4, kBackLeft}};
     const uint32_t wanted = width == 2 ? kStereo : mask;
     const auto* row = std::ranges::find(kLayouts, wanted, &Layout::mask);
-    return row == std::end(kLayouts) || width < row->channels ? nullptr : row;
+    const bool isWideEnough =
+        row != std::end(kLayouts) && static_cast<int32_t>(width) >= row->channels;
+    return isWideEnough ? row : nullptr;
 }
 
 MatrixDecoderBlock::MatrixDecoderBlock(const GUID& instanceId) : AudioBlock(instanceId) {

@@ -33,7 +33,8 @@ void SurroundBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
     AudioBlock::SetFormat(width, mask, rate);
     plain.SetFormat(width, mask, rate);
     decoder.SetFormat(width, mask, rate);
-    fadeFrames = static_cast<int32_t>(static_cast<float>(rate));
+    const auto frames = static_cast<int64_t>(static_cast<float>(rate));  // may round up to 2^31
+    fadeFrames = static_cast<int32_t>(std::min<int64_t>(frames, INT32_MAX));
     fadeStep = 1.0f / static_cast<float>(fadeFrames);
 }
 

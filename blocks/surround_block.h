@@ -13,7 +13,8 @@ namespace quorvel {
 
 #pragma pack(push, 1)
 struct SurroundParameters {
-    int32_t surroundOn = 1;  // 0: plain; positive: surround; negative: a fade to it, then plain
+    int32_t surroundOn = 1;  // 0: plain, else surround; but a negative later record
+                             // fades to surround and is plain then
     MatrixDecoderParameters decoderParameters{};
 };
 #pragma pack(pop)
@@ -53,7 +54,8 @@ class SurroundBlock final : public AudioBlock {
 
     MatrixDecoderBlock decoder;
     BypassBlock plain;
-    int32_t enabled = -1;  // surroundOn of the last record; -1: there was none, or it was -1
+    int32_t enabled = -1;  // surroundOn of the last record, 0 or 1 for the first; -1: there was
+                           // none, or it was -1
     float fadeStep = 0.0f;
     float fadeInGain = 0.0f;
     float fadeOutGain = 0.0f;

@@ -149,9 +149,9 @@ const FoldDown* FindFoldDown(uint32_t mask, uint32_t outputChannels) {
 
 void FoldFrames(const FoldDown& foldDown, const float* in, float* out, int32_t frames,
                 uint32_t stride) QUORVEL_REAL_TIME {
-    const auto needed = static_cast<uint32_t>(foldDown.inputChannels);
-    if (stride < needed) return;
-    if (stride == needed) {
+    const auto width = static_cast<int32_t>(stride);  // negative: no width that a buffer has
+    if (width < foldDown.inputChannels) return;
+    if (width == foldDown.inputChannels) {
         foldDown.block(in, out, frames);
         return;
     }

@@ -10,7 +10,7 @@
 #include "platform/real_time.h"
 #include "platform/windows_api.h"
 
-// Nineteen operations, known by their slots in the virtual table; only the odd ones and the first
+// Eighteen operations, known by their slots in the virtual table; only the odd ones and the first
 // one are used. A channel position is the place of a channel in a frame of the configured layout.
 //
 // Speaker configurations: 1 stereo, 2 quad (0x33), 3 5.1 (0x3F), 4 7.1 (0x63F).
@@ -48,7 +48,6 @@ class INineEarsSurroundSound {
 
     // Renders `in` (frames × channels of the layout) into `out` (frames × 2). They do not overlap.
     virtual void Render(const float* in, int32_t frames, float* out) QUORVEL_REAL_TIME = 0;
-    virtual void Unused18() {}
 
   protected:
     ~INineEarsSurroundSound() = default;

@@ -132,7 +132,7 @@ TEST(StereoExpanderBlock, EqualsTheFormula) {
 
 TEST(StereoExpanderBlock, IsSilentWithoutAFormat) {
     StereoExpanderBlock block(GUID{});
-    for (const int32_t width : {2, 0, 2, -1, 2, 65536}) {
+    for (const int32_t width : {2, 0, 2, -1, 2, 65536, 2}) {
         std::vector<float> in(4, 0.5f), out(4, kUntouched);
         block.Process(in.data(), out.data(), 2);
         ExpectSameBits(out, std::vector<float>(4, 0.0f));

@@ -47,6 +47,9 @@ TEST(ExternalSurroundBlock, TellsTheEngineRateLayoutAndAngles) {
         EXPECT_EQ(recorded.Calls(),
                   "Rate 44100;" + format.configuration + "Angles " + format.angles + ";");
         EXPECT_EQ(recorded.block.GetInputChannels(), format.channels);
+        EXPECT_EQ(recorded.block.GetOutputChannels(), 2);
+        EXPECT_EQ(recorded.block.GetChannelMask(), 3u);
+        EXPECT_FALSE(recorded.block.CanProcessInPlace());
         float in[9] = {}, out[] = {5, 5, 5, 5, 5};
         recorded.block.Process(in, out, 2);
         const bool isSilent = format.configuration.empty() || format.refusal;
@@ -103,6 +106,23 @@ TEST(ExternalSurroundBlock, SpreadsMonoAndRaisesTheEffect) {
         for (const int i : {0, 1, 2, 3})
             EXPECT_EQ(out[i], static_cast<float>(i + 1) * 1.2589254f);
     }
+}
+
+// The engine never sees one buffer for both: not of a direct call, nor where the graph has only
+// one.
+TEST(ExternalSurroundBlock, KeepsInputAndOutputApart) {
+    Recorded recorded;
+    recorded.block.SetFormat(2, 3, 48000);
+    recorded.Calls();
+    float sound[] = {0.5f, 0.25f, 0.0f, 0.0f};
+    recorded.block.Process(sound, sound, 2);
+    EXPECT_EQ(recorded.Calls(), "Render 2 0.5 0.25;");
+    EXPECT_EQ(sound[3], 4.0f);
+    std::vector<float> more(400, 1.0f);
+    const test::AllocationFaults faults(0);
+    recorded.block.Process(more.data(), more.data(), 200);
+    EXPECT_TRUE(faults.HasFailed());
+    EXPECT_EQ(more, std::vector<float>(400));
 }
 
 TEST(ExternalSurroundBlock, OwnsItsEngineOrDoesWithout) {

@@ -30,7 +30,7 @@ class RecordingEngine final : public INineEarsSurroundSound {
     void SetChannelValues(const float* values) override { NoteEight("Values", values); }
     void SetValueB(float value) override { Note("ValueB", value); }
     void Render(const float* in, int32_t frames, float* out) override {
-        Note("Render", frames, in[0], in[1]);
+        Note(in == out ? "Render in place" : "Render", frames, in[0], in[1]);
         for (int32_t i = 0; i < 2 * frames; ++i)
             out[i] = static_cast<float>(i + 1);
     }

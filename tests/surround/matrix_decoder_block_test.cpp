@@ -173,7 +173,9 @@ TEST(MatrixDecoderBlock, RendersEveryLayoutThatTheRendererKnows) {
 }
 
 TEST(MatrixDecoderBlock, DecodesPairs) {
-    const MatrixDecoderParameters classic, surround{.decodeMode = 1},
+    // The classic mode does not hear of options 2 to 4; option 3 would spill into the next bit.
+    const MatrixDecoderParameters classic{.option2 = 9, .option3 = 0x1F, .option4 = 1},
+        surround{.decodeMode = 1},
         adjustable{.decodeMode = 2,
                    .option2 = 0x10009,
                    .option3 = 3,
@@ -199,7 +201,7 @@ TEST(MatrixDecoderBlock, DecodesPairs) {
         std::size_t channels;
         uint32_t mask;
         std::size_t pair, kept, sidesTo;
-    } kLayouts[] = {{2, 0x3, 0, 0, 0},  {2, 0, 0, 0, 0},    {3, 0x3, 0, 0, 0},
+    } kLayouts[] = {{2, 0x3, 0, 0, 0},  {2, 0, 0, 0, 0},    {2, 0x33, 0, 0, 0}, {3, 0x3, 0, 0, 0},
                     {4, 0x33, 2, 2, 2}, {6, 0x3F, 4, 4, 4}, {6, 0x60F, 4, 4, 4}};
     for (const auto& [parameters, modeWord, flagsWord, delays] : kCases) {
         for (const auto& layout : kLayouts) {
@@ -211,6 +213,25 @@ TEST(MatrixDecoderBlock, DecodesPairs) {
             const auto block = MakeBlock(parameters, channels, layout.mask, 44100);
             test::ExpectSameBits(Hear(*block, in, 333), RenderDecoded(slots, 44100));
         }
+    }
+}
+
+// The rate is told by a code, and delays are whole frames: 21 ms are 1007 at 48 kHz, where single
+// precision stays below 1008.
+TEST(MatrixDecoderBlock, DecodesAtEveryRateThatHasACode) {
+    constexpr int32_t kRates[] = {32000, 44100, 48000, 64000, 88200, 96000, 176400, 192000};
+    for (std::size_t code = 0; code < std::size(kRates); ++code) {
+        SCOPED_TRACE(kRates[code]);
+        MatrixDecoderParameters parameters{.decodeMode = 1};
+        for (uint32_t& delay : parameters.outputDelaysMs[1])
+            delay = 0;
+        parameters.outputDelaysMs[1][0] = kRates[code] == 48000 ? 21 : 0;
+        const std::array<std::size_t, 8> delays{kRates[code] == 48000 ? 1007u : 0u};
+        const auto modeWord = static_cast<uint16_t>(code * 0x1000 + 3 * 32 + 25);
+        const Samples in = test::Noise(2 * 2000, 6);
+        test::ExpectSameBits(
+            Hear(*MakeBlock(parameters, 2, 3, kRates[code]), in),
+            RenderDecoded(Decode(in, 2, 0, modeWord, 0x700, delays), kRates[code]));
     }
 }
 
@@ -229,8 +250,10 @@ TEST(MatrixDecoderBlock, RendersWhatIsNotDecoded) {
     const auto block = MakeBlock({}, 2, 3);
     const Samples decoded = Hear(*block, in);
     const MatrixDecoderParameters good, bad{.decodeMode = 7};
-    EXPECT_TRUE(block->SetParameters(&bad));
-    Hear(*block, in);
+    const auto twin = MakeBlock({}, 2, 3);
+    Hear(*twin, in);
+    EXPECT_TRUE(block->SetParameters(&bad));  // the call that finds it out is decoded once more
+    test::ExpectSameBits(Hear(*block, in, 500), Hear(*twin, in, 500));
     EXPECT_TRUE(block->SetParameters(&good));
     Samples silence(2 * 48000);
     Hear(*block, silence);

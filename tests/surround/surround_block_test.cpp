@@ -124,6 +124,33 @@ TEST(SurroundBlock, KeepsItsOddities) {
     test::ExpectSameBits(sound.Run(sound.block), sound.Run(sound.decoder));
 }
 
+// Every record reaches the decoder, whatever it says of the switch.
+TEST(SurroundBlock, PassesOnWhatTheDecoderIsTold) {
+    Switchable sound(2, 0x3, 400);
+    SurroundParameters told{.surroundOn = 0, .decoderParameters = {.decodeMode = 1, .option7 = 1}};
+    for (const uint32_t delay : {20u, 30u}) {
+        told.decoderParameters.outputDelaysMs[1][4] = delay;
+        EXPECT_TRUE(sound.block.SetParameterData(&told, sizeof(told)));
+        EXPECT_TRUE(sound.decoder.SetParameters(&told.decoderParameters));
+        const Samples heard = sound.Run(sound.block);
+        if (told.surroundOn == 0)
+            test::ExpectSameBits(heard, sound.Run(sound.plain));
+        else
+            test::ExpectSameBits(heard, sound.Fade(true, 0, 400));
+        told.surroundOn = 1;
+    }
+    test::ExpectSameBits(sound.Run(sound.block), sound.Run(sound.decoder));
+}
+
+TEST(SurroundBlock, LeavesAFadeAloneWithoutFrames) {
+    Switchable sound(2, 0x3);
+    sound.Set(0);
+    sound.Set(1);
+    for (const int32_t frames : {0, -1, -480})
+        sound.block.Process(nullptr, nullptr, frames);
+    test::ExpectSameBits(sound.Run(sound.block), sound.Fade(true, 0, 48000));
+}
+
 TEST(SurroundBlock, FadesWithoutMemory) {
     Switchable sound(2, 0x3);
     sound.Set(1);
