@@ -6,17 +6,17 @@
 #include "tools/exit_status.h"
 #include "tools/formatted_print.h"
 #include "tools/frequency_grid.h"
-#include "tools/impulse_response.h"
 #include "tools/profile_difference.h"
 #include "tools/profile_file.h"
+#include "tools/response_measurement.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {
 namespace {
 
 constexpr int kPointsPerOctave = 3;
-constexpr double kAudibleDb = 0.01;  // smaller differences are rounding
-constexpr double kFloorDb = -120.0;  // below it the level is silence
+constexpr double kAudibleDb = 0.01;    // smaller differences are rounding
+constexpr double kAudiblePart = 2e-3;  // of the response, of a difference in phase
 
 struct Options {
     std::string before{};
@@ -24,30 +24,61 @@ struct Options {
     ChainFormat format{};
 };
 
-double Level(const ImpulseResponse& response, std::uint32_t channel, double frequency) {
-    return std::max(20.0 * std::log10(std::abs(response.At(channel, frequency))), kFloorDb);
-}
+// What has changed from one response to the other.
+struct Change {
+    double largestDb = 0.0;  // the one that is furthest from 0
+    double frequency = 0.0;  // Hz, where it is
+    bool turns = false;      // the phase has changed where the level has not
+    std::string table{};     // a row for each frequency where something changes audibly
+};
 
-void TellResponses(const ImpulseResponse& before, const ImpulseResponse& after) {
-    std::string table;
-    double largest = 0.0, place = 0.0;
-    for (const double frequency : LogarithmicGrid(kPointsPerOctave, before.sampleRate)) {
+Change CompareResponses(const MeasuredResponse& before, const MeasuredResponse& after) {
+    Change change;
+    for (std::size_t i = 0; i < before.frequencies.size(); ++i) {
+        const double frequency = before.frequencies[i];
         std::string row = Formatted("  %8.0f Hz", frequency);
         bool differs = false;
         for (std::uint32_t c = 0; c < before.channels; ++c) {
-            const double change = Level(after, c, frequency) - Level(before, c, frequency);
-            row += Formatted("  %+8.2f dB", change);
-            differs |= std::fabs(change) >= kAudibleDb;
-            if (std::fabs(change) > std::fabs(largest)) largest = change, place = frequency;
+            const double changeDb = after.LevelDb(i, c) - before.LevelDb(i, c);
+            row += Formatted("  %+8.2f dB", changeDb);
+            differs |= std::fabs(changeDb) >= kAudibleDb;
+            if (std::fabs(changeDb) > std::fabs(change.largestDb))
+                change.largestDb = changeDb, change.frequency = frequency;
+            const double distance = std::abs(after.At(i, c) - before.At(i, c));
+            change.turns |= distance > kAudiblePart * std::abs(before.At(i, c));
         }
-        if (differs) table += row + "\n";
+        if (differs) change.table += row + "\n";
     }
-    if (before.Onset() != after.Onset())
-        Print("  latency %lld frames, was %lld\n", static_cast<long long>(after.Onset()),
-              static_cast<long long>(before.Onset()));
-    if (table.empty()) return Print("  the measured responses are the same\n");
-    Print("  measured response, at most %+.2f dB at %.0f Hz; by output channel:\n", largest, place);
-    WriteStandardOutput(table);
+    return change;
+}
+
+// Each input channel by itself: what one does may hide what another does.
+void TellResponses(const QuorvelAudioBlocksChain& before, const QuorvelAudioBlocksChain& after,
+                   const ChainFormat& format) {
+    std::vector<double> grid = LogarithmicGrid(kPointsPerOctave, format.sampleRate);
+    AddBandFrequencies(before, grid);
+    AddBandFrequencies(after, grid);
+    const std::int64_t oldLatency = MeasureLatency(before, format);
+    const std::int64_t latency = MeasureLatency(after, format);
+    if (latency != oldLatency)
+        Print("  latency %lld frames, was %lld\n", static_cast<long long>(latency),
+              static_cast<long long>(oldLatency));
+    bool areSame = latency == oldLatency;
+    for (std::uint32_t input = 0; input < format.channels; ++input) {
+        const auto only = static_cast<std::int32_t>(input);
+        const Change change = CompareResponses(MeasureChain(before, format, grid, only),
+                                               MeasureChain(after, format, grid, only));
+        if (change.table.empty() && !change.turns) continue;
+        areSame = false;
+        if (change.table.empty()) {
+            Print("  input %u: the same levels, other phases\n", input + 1);
+            continue;
+        }
+        Print("  input %u, at most %+.2f dB at %.0f Hz; by output channel:\n", input + 1,
+              change.largestDb, change.frequency);
+        WriteStandardOutput(change.table);
+    }
+    if (areSame) Print("  the measured responses are the same\n");
 }
 
 const QuorvelAudioBlocksChain* FindChain(const NamedProfile& named, std::uint32_t number) {
@@ -62,8 +93,8 @@ bool IsPlayable(const QuorvelAudioBlocksChain& chain, const ChainFormat& format)
     return graph.IsValid();
 }
 
-void CompareResponses(const NamedProfile& before, const NamedProfile& after,
-                      const ChainFormat& format) {
+void CompareChains(const NamedProfile& before, const NamedProfile& after,
+                   const ChainFormat& format) {
     for (unsigned i = 0; i < after.profile.chains.Count(); ++i) {
         const QuorvelAudioBlocksChain& chain = after.profile.chains.Item(i);
         const QuorvelAudioBlocksChain* const old = FindChain(before, chain.id);
@@ -71,7 +102,7 @@ void CompareResponses(const NamedProfile& before, const NamedProfile& after,
         Print("\nchain %u, %u channels in, %u out, %u Hz\n", chain.id, format.channels,
               format.outChannels, format.sampleRate);
         if (IsPlayable(*old, format) && IsPlayable(chain, format))
-            TellResponses(MeasureChain(*old, format), MeasureChain(chain, format));
+            TellResponses(*old, chain, format);
         else
             Print("  nothing to measure: a graph cannot be built\n");
     }
@@ -85,7 +116,7 @@ void Run(const Options& options) {
     if (changes.empty()) return Print("equal\n");
     for (const std::string& change : changes)
         WriteStandardOutput(change + "\n");
-    CompareResponses(before, after, options.format);
+    CompareChains(before, after, options.format);
     throw InvalidInput("the profiles differ");
 }
 

@@ -8,23 +8,21 @@
 #include <vector>
 
 #include "profile/quorvel_audio_block.h"
+#include "tools/response_measurement.h"
 
 namespace quorvel::tool {
-
-// Levels and gains below it are told as it.
-inline constexpr double kSilenceDb = -120.0;
 
 struct LevelPoint {
     double inDb = 0.0;  // of full scale
     double outDb = 0.0;
 };
 
-// The output level two seconds after a level set in, for levels from -80 to +6 dB in steps of 1 dB,
-// each with a fresh block.
+// The output level once it has settled after a level set in, for levels from -80 to +6 dB in steps
+// of 1 dB, each with a fresh block.
 std::vector<LevelPoint> MeasureStaticCurve(const QuorvelAudioBlock& block,
                                            std::uint32_t sampleRate);
 
-// A level that sets in and ends again.
+// A level that sets in and ends again. Levels in dB of full scale.
 struct LevelStep {
     double restDb = -60.0;
     double stepDb = -6.0;
@@ -38,8 +36,12 @@ struct GainPoint {
     double gainDb = 0.0;  // output over input
 };
 
-// The gain over time, eight points a millisecond: of the output over the input that it was made of,
-// which a limiter delays by its attack time. Empty when nothing comes out.
+// A step that shows the block: long enough for its attack and release. A limiter gets a burst above
+// full scale.
+LevelStep UsualStep(const QuorvelAudioBlock& block);
+
+// The gain over time, eight points a millisecond, 20000 at most: of the output over the input that
+// it was made of, which a limiter delays by its attack time. Empty when nothing comes out.
 std::vector<GainPoint> MeasureStep(const QuorvelAudioBlock& block, std::uint32_t sampleRate,
                                    const LevelStep& step);
 

@@ -101,7 +101,9 @@ std::string RunProgram(const ExternalProgram& program, const std::vector<std::st
                                             program.package + " has it");
     if (fault != 0) throw FileFailure(program.name, std::strerror(fault));
     if (!Succeeds(child)) throw FileFailure(program.name, Content(error.get()));
-    return Content(out.get());
+    const std::string result = Content(out.get());
+    if (result.empty()) throw FileFailure(program.name, "made nothing: " + Content(error.get()));
+    return result;
 }
 
 }  // namespace quorvel::tool

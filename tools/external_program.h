@@ -13,7 +13,7 @@ struct ExternalProgram {
 
 // Runs the program with `input` as its standard input and returns what it wrote to its standard
 // output. Throws ToolError (file) when there is no such program, with the package to install, and
-// when it fails, with its own words.
+// when it fails or writes nothing, with its own words.
 std::string RunProgram(const ExternalProgram& program, const std::vector<std::string>& arguments,
                        const std::string& input);
 

@@ -1,8 +1,30 @@
 #include "tools/frequency_grid.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
+
+#include "blocks/filter_band.h"
+#include "profile/quorvel_audio_block.h"
+#include "tools/response_measurement.h"
 
 namespace quorvel::tool {
+namespace {
+
+// The record is a count and its bands.
+void AddBandsOf(const QuorvelAudioBlock& block, std::vector<double>& grid) {
+    const double lowest = grid.front(), highest = grid.back();
+    for (std::size_t at = sizeof(std::uint32_t); at + sizeof(FilterBand) <= block.dataSize;
+         at += sizeof(FilterBand)) {
+        FilterBand band;
+        std::memcpy(&band, block.data + at, sizeof(band));
+        const double frequency = double{band.frequency};
+        if (frequency > lowest && frequency < highest) grid.push_back(frequency);
+    }
+    std::ranges::sort(grid);
+}
+
+}  // namespace
 
 std::vector<double> LogarithmicGrid(int pointsPerOctave, std::uint32_t sampleRate) {
     constexpr double kLowest = 20.0;
@@ -15,6 +37,15 @@ std::vector<double> LogarithmicGrid(int pointsPerOctave, std::uint32_t sampleRat
     }
     grid.push_back(nyquist);
     return grid;
+}
+
+void AddBandFrequencies(const QuorvelAudioBlocksChain& chain, std::vector<double>& grid) {
+    for (unsigned i = 0; i < chain.blocks.Count(); ++i) {
+        const QuorvelAudioBlock& block = chain.blocks.Item(i);
+        if (IsFilter(block.typeId) && block.data) AddBandsOf(block, grid);
+    }
+    const auto repeated = std::ranges::unique(grid);
+    grid.erase(repeated.begin(), repeated.end());
 }
 
 }  // namespace quorvel::tool

@@ -14,8 +14,8 @@ constexpr ExternalProgram kDot{"dot", "graphviz"};
 void Run(const PictureOptions& options) {
     const PictureForm form = FormOfPicture(options, ".dot", PictureForm::kScript);
     const DrawnChain drawn(options);
-    const std::string drawing =
-        DrawGraph(drawn.graph, drawn.chosen.chain, drawn.chosen.names, drawn.title);
+    const std::string drawing = DrawGraph(drawn.graph, drawn.chosen.chain, drawn.chosen.names,
+                                          {drawn.title, drawn.subtitle});
     if (form == PictureForm::kScript) return WriteResult(options.out, drawing);
     const char* const picture = form == PictureForm::kPng ? "-Tpng" : "-Tsvg";
     WriteResult(options.out, RunProgram(kDot, {picture}, drawing));

@@ -44,8 +44,8 @@ class Drawing {
             const std::vector<std::string>& blockNames)
         : graph(drawnGraph), chain(drawnChain), names(blockNames) {}
 
-    std::string Make(const std::string& title) {
-        text = "digraph chain {\n  rankdir=TB; labelloc=t; label=" + Text(title) +
+    std::string Make(const std::vector<std::string>& titleLines) {
+        text = "digraph chain {\n  rankdir=TB; labelloc=t; label=" + Label(titleLines) +
                ";\n  graph [fontname=\"DejaVu Sans\", fontsize=16];\n"
                "  node [fontname=\"DejaVu Sans\", fontsize=11, shape=box, style=\"filled\", "
                "fillcolor=\"#ffffff\"];\n  edge [fontname=\"DejaVu Sans\", fontsize=9];\n";
@@ -56,11 +56,16 @@ class Drawing {
         Line("out [shape=oval, label=\"output\"]");
         const AudioBlock* const last = graph.OutputBlock().get();
         const std::string end = last ? place[last] : "in";
-        AddEdge(end, "out", out.Format.nChannels, out.dwChannelMask, false);
+        AddEdge(end, "out", out.Format.nChannels, out.dwChannelMask, {});
         return text + "}\n";
     }
 
   private:
+    struct Link {
+        std::size_t number = 0;  // of the input, from 1, where there are several
+        bool isInPlace = false;
+    };
+
     void Line(const std::string& line) { text.append("  ").append(line).append(";\n"); }
 
     void AddNode(const GraphNode& node) {
@@ -77,10 +82,10 @@ class Drawing {
              (block.isInternal ? ", style=\"filled,dashed\"" : "") + "]");
         if (node.inputs.empty()) {
             const AudioFormat& in = graph.ProcessingFormat();
-            AddEdge("in", id, in.Format.nChannels, in.dwChannelMask, false);
+            AddEdge("in", id, in.Format.nChannels, in.dwChannelMask, {});
         }
-        for (const BlockInput& input : node.inputs)
-            AddInput(input, id, node.outBuffer && input.buffer == node.outBuffer);
+        for (std::size_t i = 0; i < node.inputs.size(); ++i)
+            AddInput(node, i, id);
     }
 
     std::vector<std::string> Words(const AudioBlock& block) const {
@@ -90,28 +95,32 @@ class Drawing {
         return {NameOf(block), kindName};
     }
 
-    void AddInput(const BlockInput& input, const std::string& id, bool isInPlace) {
+    void AddInput(const GraphNode& node, std::size_t number, const std::string& id) {
+        const BlockInput& input = node.inputs[number];
         const AudioBlock& source = *input.source;
         const std::string from = place[&source];
         const auto width = static_cast<std::uint32_t>(source.GetOutputChannels());
-        if (!input.adapter) return AddEdge(from, id, width, source.GetChannelMask(), isInPlace);
+        const Link link{.number = node.inputs.size() > 1 ? number + 1 : 0,
+                        .isInPlace = node.outBuffer && input.buffer == node.outBuffer};
+        if (!input.adapter) return AddEdge(from, id, width, source.GetChannelMask(), link);
         const std::string adapter = Name("a", ++adapters);
         Line(adapter + " [shape=oval, style=\"filled,dashed\", label=" +
              Label({"widened in its buffer", "made by the graph"}) + "]");
-        AddEdge(from, adapter, width, source.GetChannelMask(), true);
+        AddEdge(from, adapter, width, source.GetChannelMask(), {.isInPlace = true});
         AddEdge(adapter, id, static_cast<std::uint32_t>(input.adapter->GetOutputChannels()),
-                input.adapter->GetChannelMask(), isInPlace);
+                input.adapter->GetChannelMask(), link);
     }
 
     void AddEdge(const std::string& from, const std::string& to, std::uint32_t channels,
-                 std::uint32_t mask, bool isInPlace) {
-        const std::string heavy = isInPlace ? ", penwidth=3" : "";
+                 std::uint32_t mask, const Link& link) {
         std::vector<std::string> lines{
-            std::to_string(channels) + (channels == 1 ? " channel" : " channels"),
+            std::to_string(channels).append(channels == 1 ? " channel" : " channels"),
             SpeakerNames(mask)};
-        if (isInPlace) lines.push_back("in place");
+        if (link.number > 0) lines.insert(lines.begin(), Name("input ", link.number));
+        if (link.isInPlace) lines.push_back("in place");
         for (std::string& line : lines)
             line.insert(0, "   ");  // keeps it off the arrow
+        const char* const heavy = link.isInPlace ? ", penwidth=3" : "";
         Line(from + " -> " + to + " [label=" + Label(lines) + heavy + "]");
     }
 
@@ -140,8 +149,9 @@ class Drawing {
 }  // namespace
 
 std::string DrawGraph(const AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
-                      const std::vector<std::string>& names, const std::string& title) {
-    return Drawing(graph, chain, names).Make(title);
+                      const std::vector<std::string>& names,
+                      const std::vector<std::string>& titleLines) {
+    return Drawing(graph, chain, names).Make(titleLines);
 }
 
 }  // namespace quorvel::tool

@@ -12,10 +12,12 @@ namespace quorvel::tool {
 
 // The graph, which is built from the chain and has its formats, in the DOT language: from top to
 // bottom its input, the blocks with their number in the processing order, name, kind and the buffer
-// that each writes, and its output. Links have their width and speakers; heavy ones run in place,
-// in the buffer of the block before. What the graph made itself is dashed: sums, adapters of
-// widths, and widening of an input in its buffer.
+// that each writes, and its output. Links have their width and speakers, and the number of the
+// input where a block has several; heavy ones run in place, in the buffer of the block before. What
+// the graph made itself is dashed: sums, adapters of widths, and widening of an input in its
+// buffer.
 std::string DrawGraph(const AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
-                      const std::vector<std::string>& names, const std::string& title);
+                      const std::vector<std::string>& names,
+                      const std::vector<std::string>& titleLines);
 
 }  // namespace quorvel::tool

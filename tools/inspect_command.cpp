@@ -11,9 +11,9 @@
 #include "tools/file_bytes.h"
 #include "tools/formatted_print.h"
 #include "tools/guid_text.h"
-#include "tools/impulse_response.h"
 #include "tools/parameter_text.h"
 #include "tools/profile_file.h"
+#include "tools/response_measurement.h"
 #include "tools/speakers.h"
 #include "tools/subcommands.h"
 #include "tools/utf16_text.h"
@@ -108,7 +108,7 @@ class ChainReport {
     }
 
     void TellLatency() {
-        const std::int64_t frames = MeasureChain(chain, format).Onset();
+        const std::int64_t frames = MeasureLatency(chain, format);
         if (frames < 0) return PrintLine("  nothing comes out");
         PrintLine(Formatted("  latency %lld frames (%.3f ms)", static_cast<long long>(frames),
                             static_cast<double>(frames) * 1000.0 / format.sampleRate));

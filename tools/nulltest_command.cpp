@@ -8,8 +8,8 @@
 #include "tools/chain_options.h"
 #include "tools/exit_status.h"
 #include "tools/formatted_print.h"
-#include "tools/impulse_response.h"
 #include "tools/profile_file.h"
+#include "tools/response_measurement.h"
 #include "tools/sound_difference.h"
 #include "tools/subcommands.h"
 
@@ -74,7 +74,7 @@ Rendered RunProfile(const std::string& path, SoundSamples in, const Options& opt
         if (graph.Process(in.samples.data() + f * in.channels, to, count) == 0)
             std::fill_n(to, std::size_t(count) * out.channels, 0.0f);
     }
-    const std::int64_t onset = MeasureChain(chosen.chain, format).Onset();
+    const std::int64_t onset = MeasureLatency(chosen.chain, format);
     return {std::move(out), std::max<std::int64_t>(onset, 0)};
 }
 

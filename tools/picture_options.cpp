@@ -29,8 +29,10 @@ DrawnChain::DrawnChain(const PictureOptions& options)
     : named(Load(options.profile)), chosen(ChooseChain(named, options.profile, options.chain)) {
     SetUpChainGraph(graph, chosen.chain, options.format);
     if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
-    title = (named.purpose.empty() ? options.profile : named.purpose) +
-            Formatted(" (%u Hz)", options.format.sampleRate);
+    title = named.purpose.empty() ? options.profile : named.purpose;
+    subtitle =
+        Formatted("chain %u, %u channels in, %u out, %u Hz", options.chain, options.format.channels,
+                  options.format.outChannels, options.format.sampleRate);
 }
 
 }  // namespace quorvel::tool

@@ -39,7 +39,8 @@ struct DrawnChain {
     NamedProfile named;
     ChosenChain chosen;
     AudioGraph graph{};
-    std::string title{};  // what the profile is for, or its file, and the sample rate
+    std::string title{};     // what the profile is for, or its file
+    std::string subtitle{};  // chain and format
 };
 
 }  // namespace quorvel::tool

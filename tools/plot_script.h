@@ -29,6 +29,7 @@ struct Chart {
 
 // The script that draws the charts below each other under one title, as an SVG or PNG picture to
 // standard output.
-std::string PlotScript(const std::string& title, const std::vector<Chart>& charts, bool isPng);
+std::string PlotScript(const std::string& title, const std::string& subtitle,
+                       const std::vector<Chart>& charts, bool isPng);
 
 }  // namespace quorvel::tool

@@ -43,9 +43,9 @@ class ChainChanges {
     void Find() {
         positionBefore.assign(now.chain.blocks.Count(), kNone);
         positionNow.assign(old.chain.blocks.Count(), kNone);
-        for (const bool byId : {true, false}) {
+        for (const auto belongs : {&HaveOneId, &HaveOneName, &HaveOneKind}) {
             for (unsigned i = 0; i < positionBefore.size(); ++i)
-                if (positionBefore[i] == kNone) Match(i, byId);
+                if (positionBefore[i] == kNone) Match(i, belongs);
         }
         for (unsigned i = 0; i < positionNow.size(); ++i)
             if (positionNow[i] == kNone) Tell(old.names[i], "removed");
@@ -57,13 +57,27 @@ class ChainChanges {
   private:
     static constexpr unsigned kNone = static_cast<unsigned>(-1);
 
-    void Match(unsigned i, bool byId) {
-        const QuorvelAudioBlock& block = now.chain.blocks.Item(i);
+    struct Candidate {
+        const QuorvelAudioBlock& block;
+        const std::string& name;
+    };
+    using Belongs = bool (*)(const Candidate&, const Candidate&);
+
+    static bool HaveOneId(const Candidate& a, const Candidate& b) {
+        return a.block.id == b.block.id;
+    }
+    static bool HaveOneKind(const Candidate& a, const Candidate& b) {
+        return a.block.typeId == b.block.typeId;
+    }
+    static bool HaveOneName(const Candidate& a, const Candidate& b) {
+        return a.name == b.name && HaveOneKind(a, b);
+    }
+
+    void Match(unsigned i, Belongs belongs) {
+        const Candidate block{now.chain.blocks.Item(i), now.names[i]};
         for (unsigned k = 0; k < positionNow.size(); ++k) {
-            const QuorvelAudioBlock& other = old.chain.blocks.Item(k);
-            const bool isSame = byId ? other.id == block.id
-                                     : old.names[k] == now.names[i] && other.typeId == block.typeId;
-            if (positionNow[k] != kNone || !isSame) continue;
+            const Candidate other{old.chain.blocks.Item(k), old.names[k]};
+            if (positionNow[k] != kNone || !belongs(other, block)) continue;
             positionNow[k] = i;
             positionBefore[i] = k;
             return;
@@ -110,15 +124,18 @@ class ChainChanges {
         return found == values.end() ? nullptr : &*found;
     }
 
-    static std::set<std::pair<std::string, std::string>> Links(const QuorvelAudioBlocksChain& chain,
-                                                               const Lines& names) {
-        std::set<std::pair<std::string, std::string>> links;
+    // By the block that takes them, in the order of its inputs.
+    using Inputs = std::map<std::string, Lines>;
+
+    static Inputs InputsOf(const QuorvelAudioBlocksChain& chain, const Lines& names) {
+        Inputs inputs;
         for (unsigned i = 0; i < chain.links.Count(); ++i) {
             const auto& link = chain.links.Item(i);
-            links.emplace(NameOf(chain, names, link.sourceBlockId),
-                          NameOf(chain, names, link.destinationBlockId));
+            const std::string source = NameOf(chain, names, link.sourceBlockId);
+            Lines& sources = inputs[NameOf(chain, names, link.destinationBlockId)];
+            if (std::ranges::count(sources, source) == 0) sources.push_back(source);
         }
-        return links;
+        return inputs;
     }
 
     static std::string NameOf(const QuorvelAudioBlocksChain& chain, const Lines& names,
@@ -132,11 +149,37 @@ class ChainChanges {
         Lines present = old.names;  // what the blocks of before are called now
         for (unsigned i = 0; i < present.size(); ++i)
             if (positionNow[i] != kNone) present[i] = now.names[positionNow[i]];
-        const auto before = Links(old.chain, present), after = Links(now.chain, now.names);
-        for (const auto& [from, to] : before)
-            if (!after.contains({from, to})) Tell("link " + from + " -> " + to, "removed");
-        for (const auto& [from, to] : after)
-            if (!before.contains({from, to})) Tell("link " + from + " -> " + to, "added");
+        Inputs before = InputsOf(old.chain, present), after = InputsOf(now.chain, now.names);
+        for (const auto& [block, sources] : before)
+            TellMissing(block, sources, after[block], "removed");
+        for (const auto& [block, sources] : after)
+            TellMissing(block, sources, before[block], "added");
+        for (auto& [block, sources] : after)
+            CompareOrder(block, before[block], sources);
+    }
+
+    void TellMissing(const std::string& block, const Lines& sources, const Lines& others,
+                     const char* what) {
+        for (const std::string& source : sources)
+            if (std::ranges::count(others, source) == 0)
+                Tell("link " + source + " -> " + block, what);
+    }
+
+    // Of the inputs that both have.
+    void CompareOrder(const std::string& block, Lines before, Lines after) {
+        const auto keepCommon = [](Lines& sources, const Lines& others) {
+            std::erase_if(sources, [&](const std::string& source) {
+                return std::ranges::count(others, source) == 0;
+            });
+        };
+        const Lines all = before;
+        keepCommon(before, after);
+        keepCommon(after, all);
+        if (before == after) return;
+        std::string order;
+        for (const std::string& source : after)
+            order.append(order.empty() ? "" : ", ").append(source);
+        Tell(block, "its inputs have another order: " + order);
     }
 
     void Tell(const std::string& what, const std::string& change) {

@@ -9,9 +9,9 @@
 namespace quorvel::tool {
 
 // One line a change, such as "chain 1, equaliser: bands 2 gainDb 3 dB, was 1.5 dB"; none when
-// both say the same. Chains belong together by number, blocks by id, then by name and kind; links
-// by the blocks that they join. Not compared are the order of blocks and links, names, the purpose,
-// and ids: those that a JSON file leaves out are made anew each time it is read.
+// both say the same. Chains belong together by number, blocks by id, then by name and kind, then by
+// kind and place; links by the blocks that they join. Not compared are the order of blocks, names,
+// the purpose, and ids: those that a JSON file leaves out are made anew each time it is read.
 std::vector<std::string> ProfileChanges(const NamedProfile& before, const NamedProfile& after);
 
 }  // namespace quorvel::tool

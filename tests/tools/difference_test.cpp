@@ -46,7 +46,8 @@ TEST_F(Difference, OfProfilesIsToldFieldByField) {
     for (const char* text :
          {"chain 1, gate: removed\n", "chain 1, eq: bands 1 gainDb -3.0 dB, was 3.0 dB\n",
           "chain 1, eq: bands 2 frequency 60.0 Hz added\n", "chain 1, gain: added, GainBlock\n",
-          "link eq -> gate: removed\n", "link eq -> gain: added\n", "at most -11.99 dB at 1016 Hz"})
+          "link eq -> gate: removed\n", "link eq -> gain: added\n",
+          "input 2, at most -12.00 dB at 1000 Hz"})
         EXPECT_TRUE(Tells(run, text)) << text << "\n" << run.out;
 }
 

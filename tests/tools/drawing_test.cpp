@@ -66,6 +66,29 @@ TEST_F(Drawn, CurvesAreWhatTheBlocksDo) {
     EXPECT_NEAR(At(curves[12], 480.0), 0.0, 0.1);
 }
 
+// What a steady sine comes to, in chains with noise of their own, steering and delays.
+TEST_F(Drawn, ResponsesAreWhatSinesComeTo) {
+    constexpr double kFrequency = 987.7666;  // a point of the drawing
+    Sound sine{2, std::vector<float>(2 * 48000)};
+    for (std::size_t i = 0; i < sine.samples.size(); ++i)
+        sine.samples[i] = static_cast<float>(
+            0.01 * std::sin(2.0 * M_PI * kFrequency * static_cast<double>(i / 2) / 48000.0));
+    WriteSound("in.wav", sine);
+    const auto level = [](const std::vector<float>& samples) {
+        double power = 0.0;
+        for (std::size_t i = samples.size() / 2; i < samples.size(); i += 2)
+            power += double{samples[i]} * samples[i];
+        return 10.0 * std::log10(power);
+    };
+    for (const char* name : {"music_widened", "film_surround", "headphones_demo"}) {
+        const std::string profile = std::string(" \"$PROFILES\"/") + name + ".json ";
+        ASSERT_EQ(Tool("process" + profile + "in.wav out.wav").status, 0);
+        const double heard = level(ReadSound("out.wav").samples) - level(sine.samples);
+        ASSERT_EQ(Tool("plot" + profile + "-o plot.gnuplot").status, 0);
+        EXPECT_NEAR(At(Curves("plot.gnuplot")[0], kFrequency - 0.1), heard, 0.1) << name;
+    }
+}
+
 TEST_F(Drawn, PicturesAreMadeWhereTheProgramsAre) {
     for (const char* form : {"svg", "png"}) {
         const std::string end = std::string(" -o picture.") + form;
@@ -97,7 +120,7 @@ TEST_F(Drawn, GraphHasOrderWidthsBuffersAndWhatTheGraphMade) {
     for (const char* part :
          {R"(n3 [label="3  warm left\nLowShelfFilterBlock\nbuffer 2")",
           R"(n2 -> n3 [label="   1 channel\n   FC\n   in place", penwidth=3])",
-          R"(n8 -> n9 [label="   6 channels\n   FL FR FC LFE SL SR"])",
+          R"(n8 -> n9 [label="   input 2\n   6 channels\n   FL FR FC LFE SL SR"])",
           R"(a1 [shape=oval, style="filled,dashed", label="widened in its buffer)",
           R"(n11 [label="11  BypassBlock\nmade by the graph\nwrites the output")",
           R"(n11 -> out [label="   2 channels\n   FL FR"])"})

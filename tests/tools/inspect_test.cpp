@@ -19,7 +19,7 @@ TEST_F(Inspect, TellsTheChainInTheOrderInWhichItRuns) {
         "6. rejoin, ChannelsCombinerBlock, from warm left, bright right",
         "thresholdDb -0.5 dB",
         "out  2 channels (FL FR)",
-        "latency 0 frames (0.000 ms)"};
+        "latency 48 frames (1.000 ms)"};
     std::size_t at = 0;
     for (const char* text : kInOrder) {
         at = told.out.find(text, at);
