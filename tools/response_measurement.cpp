@@ -119,7 +119,6 @@ MeasuredResponse Measure(AudioGraph& graph, const std::vector<double>& frequenci
     response.sampleRate = graph.InputFormat().Format.nSamplesPerSec;
     response.channels = graph.OutputFormat().Format.nChannels;
     response.frequencies = frequencies;
-    platform::SeedRand(kSeed);
     SineMeter meter(graph, only);
     for (const double frequency : frequencies) {
         for (const Complex& value : meter.Measure(frequency)) {
@@ -152,6 +151,7 @@ void SetUpNeutralGraph(AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
         QuorvelAudioBlock& block = neutral.blocks.Item(i);
         if (IsDynamics(block.typeId)) MakeNeutral(block);
     }
+    platform::SeedRand(kSeed);
     SetUpChainGraph(graph, neutral, format);
 }
 

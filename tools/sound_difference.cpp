@@ -7,57 +7,105 @@
 namespace quorvel::tool {
 namespace {
 
-constexpr std::int64_t kWindowsPerSecond = 100;
-constexpr std::int64_t kCorrelatedSeconds = 2;
+constexpr std::int64_t kCorrelatedFrames = 24000;
+constexpr double kBetter = 1e-9;  // of a correlation; less is rounding
+constexpr std::size_t kBlocksPerSecond = 1000, kBlocksInWindow = 10;
+constexpr double kFarthest = 1e30;  // for sums of what is infinitely far
 
-// All channels of a frame together; what is not finite counts as silence.
-std::vector<float> Mono(const SoundSamples& sound) {
-    std::vector<float> mono(static_cast<std::size_t>(sound.Frames()));
-    for (std::size_t i = 0; i < mono.size() * sound.channels; ++i)
-        if (std::isfinite(sound.samples[i])) mono[i / sound.channels] += sound.samples[i];
-    return mono;
-}
+// One sound's channels apart, and its power up to every frame.
+struct Planes {
+    explicit Planes(const SoundSamples& sound)
+        : frames(sound.Frames()),
+          channels(sound.channels, std::vector<float>(static_cast<std::size_t>(frames))),
+          powerBefore(static_cast<std::size_t>(frames) + 1) {
+        const std::size_t width = sound.channels;
+        for (std::size_t f = 0; f < static_cast<std::size_t>(frames); ++f) {
+            double power = 0.0;
+            for (std::size_t c = 0; c < width; ++c) {
+                const float sample = sound.samples[f * width + c];
+                if (!std::isfinite(sample)) continue;
+                channels[c][f] = sample;
+                power += double{sample} * sample;
+            }
+            powerBefore[f + 1] = powerBefore[f] + power;
+        }
+    }
 
-// Where a window of that many frames around the loudest sample begins.
-std::int64_t LoudestPlace(const std::vector<float>& mono, std::int64_t window) {
-    const auto loudest =
-        std::ranges::max_element(mono, {}, [](float sample) { return std::fabs(sample); });
-    const std::int64_t last = static_cast<std::int64_t>(mono.size()) - window;
-    return std::clamp<std::int64_t>(loudest - mono.begin() - window / 2, 0,
-                                    std::max<std::int64_t>(last, 0));
-}
+    double Power(std::int64_t from, std::int64_t to) const {
+        return powerBefore[static_cast<std::size_t>(to)] -
+               powerBefore[static_cast<std::size_t>(from)];
+    }
 
-double Correlation(const std::vector<float>& a, const std::vector<float>& b, std::int64_t start,
-                   std::int64_t count, std::int64_t shift) {
-    const auto size = static_cast<std::int64_t>(b.size());
+    // Where a window of that many frames around the loudest frame begins.
+    std::int64_t LoudestPlace(std::int64_t window) const {
+        std::int64_t loudest = 0;
+        for (std::int64_t f = 1; f < frames; ++f)
+            if (Power(f, f + 1) > Power(loudest, loudest + 1)) loudest = f;
+        return std::clamp<std::int64_t>(loudest - window / 2, 0,
+                                        std::max<std::int64_t>(frames - window, 0));
+    }
+
+    std::int64_t frames;
+    std::vector<std::vector<float>> channels;
+    std::vector<double> powerBefore;
+};
+
+// Of the window from `start` on, 0 to 1; 0 where less than half of it overlaps.
+double Correlation(const Planes& a, const Planes& b, std::int64_t start, std::int64_t shift) {
+    const std::int64_t window = std::min(kCorrelatedFrames, a.frames);
     const std::int64_t from = std::max(start, -shift);
-    const std::int64_t to =
-        std::min({start + count, static_cast<std::int64_t>(a.size()), size - shift});
+    const std::int64_t to = std::min(start + window, b.frames - shift);
+    if (to - from < window / 2) return 0.0;
+    const double power = std::sqrt(a.Power(from, to) * b.Power(from + shift, to + shift));
+    if (!(power > 0.0)) return 0.0;
     double sum = 0.0;
-    for (std::int64_t i = from; i < to; ++i)
-        sum += double{a[static_cast<std::size_t>(i)]} * b[static_cast<std::size_t>(i + shift)];
-    return sum;
+    for (std::size_t c = 0; c < a.channels.size(); ++c) {
+        const float* const one = a.channels[c].data();
+        const float* const other = b.channels[c].data();
+        double product = 0.0;
+        for (std::int64_t i = from; i < to; ++i)
+            product += double{one[i]} * double{other[i + shift]};
+        sum += std::fabs(product);
+    }
+    return sum / power;
 }
 
 double Residual(float a, float b) {
-    if (std::isfinite(a) && std::isfinite(b)) return double{b} - a;
+    if (std::isfinite(a) && std::isfinite(b)) return double{b} - double{a};
     const bool isSame = (std::isnan(a) && std::isnan(b)) || a == b;
     return isSame ? 0.0 : std::numeric_limits<double>::infinity();
+}
+
+// The loudest ten of the blocks in a row.
+void FindWorst(const std::vector<double>& blocks, std::int64_t begin, std::int64_t blockFrames,
+               std::size_t width, SoundDifference& difference) {
+    double worst = -1.0;
+    std::size_t place = 0;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        double sum = 0.0;
+        for (std::size_t k = i; k < std::min(i + kBlocksInWindow, blocks.size()); ++k)
+            sum += blocks[k];
+        if (sum > worst) worst = sum, place = i;
+    }
+    if (worst < 0.0) return;
+    difference.worstFrame = begin + static_cast<std::int64_t>(place) * blockFrames;
+    const auto samples =
+        static_cast<double>(blockFrames) * double(kBlocksInWindow) * static_cast<double>(width);
+    difference.worstRms = std::sqrt(worst / samples);
 }
 
 }  // namespace
 
 std::int64_t FindShift(const SoundSamples& first, const SoundSamples& second, std::int64_t most) {
-    const std::vector<float> a = Mono(first), b = Mono(second);
-    if (a.empty() || b.empty()) return 0;
-    const std::int64_t window = kCorrelatedSeconds * first.sampleRate;
-    const std::int64_t start = LoudestPlace(a, window);
+    const Planes a(first), b(second);
+    if (a.frames == 0 || b.frames == 0) return 0;
+    const std::int64_t start = a.LoudestPlace(kCorrelatedFrames);
     std::int64_t best = 0;
-    double largest = std::fabs(Correlation(a, b, start, window, 0));
+    double largest = Correlation(a, b, start, 0);
     for (std::int64_t size = 1; size <= most; ++size) {
         for (const std::int64_t shift : {size, -size}) {
-            const double found = std::fabs(Correlation(a, b, start, window, shift));
-            if (found > largest) largest = found, best = shift;
+            const double found = Correlation(a, b, start, shift);
+            if (found > largest + kBetter) largest = found, best = shift;
         }
     }
     return best;
@@ -71,10 +119,11 @@ SoundDifference Compare(const SoundSamples& first, const SoundSamples& second, s
     const std::int64_t begin = std::max<std::int64_t>(0, -shift);
     const std::int64_t end = std::min(first.Frames(), second.Frames() - shift);
     difference.frames = std::max<std::int64_t>(end - begin, 0);
-    const std::int64_t window = first.sampleRate / kWindowsPerSecond;
-    double windowSum = 0.0, worst = -1.0;
+    const auto blockFrames =
+        std::max<std::int64_t>(first.sampleRate / std::int64_t{kBlocksPerSecond}, 1);
+    std::vector<double> blocks;
     for (std::int64_t f = begin; f < end; ++f) {
-        if ((f - begin) % window == 0) windowSum = 0.0;
+        if ((f - begin) % blockFrames == 0) blocks.push_back(0.0);
         for (std::size_t c = 0; c < width; ++c) {
             const std::size_t a = static_cast<std::size_t>(f) * width + c;
             const std::size_t b = static_cast<std::size_t>(f + shift) * width + c;
@@ -83,18 +132,13 @@ SoundDifference Compare(const SoundSamples& first, const SoundSamples& second, s
             ChannelDifference& channel = difference.channels[c];
             channel.peak = std::max(channel.peak, std::fabs(residual));
             channel.rms += residual * residual;
-            windowSum += residual * residual;
-        }
-        if (windowSum > worst) {
-            worst = windowSum;
-            difference.worstFrame = f - (f - begin) % window;
+            blocks.back() += std::min(residual * residual, kFarthest);
         }
     }
+    FindWorst(blocks, begin, blockFrames, width, difference);
     const auto frames = static_cast<double>(std::max<std::int64_t>(difference.frames, 1));
     for (ChannelDifference& channel : difference.channels)
         channel.rms = std::sqrt(channel.rms / frames);
-    difference.worstRms = std::sqrt(std::max(worst, 0.0) /
-                                    (static_cast<double>(window) * static_cast<double>(width)));
     return difference;
 }
 

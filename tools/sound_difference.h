@@ -8,6 +8,7 @@ namespace quorvel::tool {
 
 struct SoundSamples {
     std::uint32_t channels = 0;
+    std::uint32_t mask = 0;            // speakers; 0: the default ones
     std::uint32_t sampleRate = 48000;  // Hz
     std::vector<float> samples{};      // frames × channels
 
@@ -26,13 +27,14 @@ struct SoundDifference {
     std::int64_t frames = 0;  // that were compared
     std::vector<ChannelDifference> channels{};
     std::int64_t firstFrame = -1;  // of the first sound, that differs; -1: none does
-    std::int64_t worstFrame = 0;   // where the 10 ms with the most residual begin
+    std::int64_t worstFrame = 0;   // where the 10 ms with the most residual begin, to a millisecond
     double worstRms = 0.0;         // theirs, over all channels
 };
 
 // By how many frames, at most `most` either way, `second` is later than `first`: where their
-// cross-correlation is largest, with either sign, over the two seconds around the loudest place.
-// The smallest shift where several are as good; 0 for silence.
+// channels' cross-correlation, with either sign and relative to their power, is largest around the
+// loudest place of `first`. The smallest shift where several are as good; 0 for silence. Equal
+// widths. Samples that are not finite count as silence.
 std::int64_t FindShift(const SoundSamples& first, const SoundSamples& second, std::int64_t most);
 
 // The residual second - first of the frames that both have. Equal widths. A sample that is not
