@@ -73,7 +73,7 @@ void Log(int level, const char* source, int line, const void* object, const WCHA
 }
 
 void WriteLogLine(int level, const WCHAR* line) noexcept {
-    if (logSettings.verbosity < level) return;
+    if (level > kLeastLogLevel || logSettings.verbosity < level) return;
     logSettings.wasUsed = true;
     if (logSettings.sinkMode != LogSinkMode::kFile) {
         OutputDebugStringW(line);

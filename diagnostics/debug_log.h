@@ -31,7 +31,7 @@ void Log(int level, const char* source, int line, const void* object, const WCHA
          ...) noexcept;
 
 // The sink of all levels: hands a finished line to the debugger as it is, without a line break, or
-// to the file with one, unless the verbosity is below `level`.
+// to the file (UTF-8) with one, unless the verbosity is below `level` or that is above 5.
 void WriteLogLine(int level, const WCHAR* line) noexcept;
 
 // The sink of one level.

@@ -79,10 +79,22 @@ std::vector<double> TimeBuffers(AudioGraph& graph, const Options& options) {
     return times;
 }
 
-void PrintShares(const char* name, const std::vector<double>& times) {
-    Print("%-24s %9.1f us %8.2f %% %8.2f %% %8.2f %%\n", name, Quantile(times, 0.5),
-          Quantile(times, 0.5) / kBufferUs * 100.0, Quantile(times, 0.999) / kBufferUs * 100.0,
-          Quantile(times, 1.0) / kBufferUs * 100.0);
+// To the width of a column, in characters (UTF-8).
+std::string Padded(const std::string& name) {
+    constexpr std::size_t kColumn = 24;
+    const auto isStart = [](char unit) {
+        return (static_cast<unsigned char>(unit) & 0xC0) != 0x80;
+    };
+    const auto length = static_cast<std::size_t>(std::ranges::count_if(name, isStart));
+    return Printable(name) + std::string(length < kColumn ? kColumn - length : 0, ' ');
+}
+
+void PrintShares(const std::string& name, const std::vector<double>& times) {
+    WriteStandardOutput(Padded(name) + Formatted(" %9.1f us %8.2f %% %8.2f %% %8.2f %%\n",
+                                                 Quantile(times, 0.5),
+                                                 Quantile(times, 0.5) / kBufferUs * 100.0,
+                                                 Quantile(times, 0.999) / kBufferUs * 100.0,
+                                                 Quantile(times, 1.0) / kBufferUs * 100.0));
 }
 
 // A second run with a stopwatch at every block, which the first one is not burdened with.
@@ -99,7 +111,7 @@ void TimeBlocks(const ChosenChain& chosen, const Options& options) {
             if (chosen.chain.blocks.Item(i).id != node.block->GetId()) continue;
             auto& times = watches[i].times;
             times.erase(times.begin(), times.begin() + std::min(kWarmUpBuffers, times.size()));
-            PrintShares(chosen.names[i].c_str(), times);
+            PrintShares(chosen.names[i], times);
         }
     }
 }

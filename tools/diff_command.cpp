@@ -115,7 +115,7 @@ void Run(const Options& options) {
     const std::vector<std::string> changes = ProfileChanges(before, after);
     if (changes.empty()) return Print("equal\n");
     for (const std::string& change : changes)
-        WriteStandardOutput(change + "\n");
+        WriteStandardOutput(Printable(change) + "\n");
     CompareChains(before, after, options.format);
     throw InvalidInput("the profiles differ");
 }

@@ -53,10 +53,13 @@ class Drawing {
         Line("in [shape=oval, label=\"input\"]");
         for (const GraphNode& node : graph.Nodes())
             AddNode(node);
+        Line("limiter [style=\"filled,dashed\", label=" +
+             Label({"limits peaks above full scale", "made by the graph"}) + "]");
         Line("out [shape=oval, label=\"output\"]");
         const AudioBlock* const last = graph.OutputBlock().get();
         const std::string end = last ? place[last] : "in";
-        AddEdge(end, "out", out.Format.nChannels, out.dwChannelMask, {});
+        AddEdge(end, "limiter", out.Format.nChannels, out.dwChannelMask, {});
+        AddEdge("limiter", "out", out.Format.nChannels, out.dwChannelMask, {.isInPlace = true});
         return text + "}\n";
     }
 

@@ -14,8 +14,8 @@ namespace quorvel::tool {
 // bottom its input, the blocks with their number in the processing order, name, kind and the buffer
 // that each writes, and its output. Links have their width and speakers, and the number of the
 // input where a block has several; heavy ones run in place, in the buffer of the block before. What
-// the graph made itself is dashed: sums, adapters of widths, and widening of an input in its
-// buffer.
+// the graph made itself is dashed: sums, adapters of widths, widening of an input in its buffer,
+// and the limiter of full scale.
 std::string DrawGraph(const AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
                       const std::vector<std::string>& names,
                       const std::vector<std::string>& titleLines);

@@ -38,16 +38,22 @@ std::string Sound(std::uint32_t channels, std::uint32_t mask) {
     return Counted(channels, "channel") + " (" + SpeakerNames(mask) + ")";
 }
 
+std::vector<std::string> PrintableNames(std::vector<std::string> names) {
+    std::ranges::transform(names, names.begin(), Printable);
+    return names;
+}
+
 // One chain in the order in which it runs.
 class ChainReport {
   public:
     ChainReport(const QuorvelAudioBlocksChain& chainToTell,
                 const std::vector<std::string>& blockNames, const Options& given)
-        : chain(chainToTell), names(blockNames), format(given.format) {
+        : chain(chainToTell), names(PrintableNames(blockNames)), format(given.format) {
         SetUpChainGraph(graph, chain, format);
     }
 
-    void Tell() {
+    // Whether there is a graph.
+    bool Tell() {
         const char* const whose = chain.id == kHeadsetChain      ? ", the headset's"
                                   : chain.id == kMicrophoneChain ? ", the microphone's"
                                                                  : "";
@@ -56,16 +62,20 @@ class ChainReport {
                   Counted(chain.links.Count(), "link"));
         for (const ChainFault& fault : FindChainFaults(chain, names))
             PrintLine("  fault: " + fault.Text(names));
-        if (!graph.IsValid())
-            return PrintLine("  no graph can be made of it: sound passes unchanged");
+        if (!graph.IsValid()) {
+            PrintLine("  no graph can be made of it: sound passes unchanged");
+            return false;
+        }
         const auto& in = graph.ProcessingFormat();
         PrintLine("  in   " + Sound(in.Format.nChannels, in.dwChannelMask) + ", " +
                   std::to_string(in.Format.nSamplesPerSec) + " Hz");
         for (const GraphNode& node : graph.Nodes())
             TellNode(node);
         const auto& out = graph.OutputFormat();
-        PrintLine("  out  " + Sound(out.Format.nChannels, out.dwChannelMask));
+        PrintLine("  out  " + Sound(out.Format.nChannels, out.dwChannelMask) +
+                  ", peaks above full scale limited");
         TellLatency();
+        return true;
     }
 
   private:
@@ -81,6 +91,12 @@ class ChainReport {
             PrintLine(place + names[i] + ", " + title + From(node));
             for (const std::string& line : ParameterLines(chain.blocks.Item(i)))
                 PrintLine("         " + line);
+        }
+        for (const BlockInput& input : node.inputs) {
+            if (!input.adapter) continue;
+            PrintLine("         input from " + NameOf(*input.source) + " widened to " +
+                      std::to_string(input.adapter->GetOutputChannels()) +
+                      " channels by the graph");
         }
         PrintLine("       -> " + Sound(static_cast<std::uint32_t>(block.GetOutputChannels()),
                                        block.GetChannelMask()));
@@ -115,7 +131,7 @@ class ChainReport {
     }
 
     const QuorvelAudioBlocksChain& chain;
-    const std::vector<std::string>& names;
+    std::vector<std::string> names;
     ChainFormat format;
     AudioGraph graph{};
     std::size_t number = 0;
@@ -131,13 +147,16 @@ void Run(const Options& options) {
     NamedProfile named;
     const ProfileForm form = LoadProfile(options.profile, named);
     PrintLine("profile " + GuidText(named.profile.id));
-    if (!named.purpose.empty()) PrintLine("  " + named.purpose);
+    if (!named.purpose.empty()) PrintLine("  " + Printable(named.purpose));
     PrintLine(std::string("  ") + (form == ProfileForm::kJson ? "JSON" : "text form") +
               ", packed " + std::to_string(PackedSize(named.profile)) + " bytes");
     for (unsigned i = 0; i < named.profile.PathsCount(); ++i)
-        PrintLine("  for " + ToUtf8(named.profile.Path(i)).value_or("(a path that is no text)"));
+        PrintLine("  for " +
+                  Printable(ToUtf8(named.profile.Path(i)).value_or("(a path that is no text)")));
+    bool isValid = true;
     for (unsigned i = 0; i < named.profile.chains.Count(); ++i)
-        ChainReport(named.profile.chains.Item(i), named.names[i], options).Tell();
+        isValid &= ChainReport(named.profile.chains.Item(i), named.names[i], options).Tell();
+    if (!isValid) throw InvalidInput("a chain makes no graph; validate tells why");
 }
 
 }  // namespace

@@ -123,7 +123,7 @@ TEST_F(Drawn, GraphHasOrderWidthsBuffersAndWhatTheGraphMade) {
           R"(n8 -> n9 [label="   input 2\n   6 channels\n   FL FR FC LFE SL SR"])",
           R"(a1 [shape=oval, style="filled,dashed", label="widened in its buffer)",
           R"(n11 [label="11  BypassBlock\nmade by the graph\nwrites the output")",
-          R"(n11 -> out [label="   2 channels\n   FL FR"])"})
+          R"(n11 -> limiter [label="   2 channels\n   FL FR"])"})
         EXPECT_TRUE(Has(dot, part)) << part << "\n" << dot;
 }
 

@@ -42,5 +42,21 @@ TEST_F(Inspect, TellsWidthsOfTheInputAndWhatTheGraphMakes) {
         << told.out;
 }
 
+// A cycle makes no graph, and names do not steer the terminal.
+TEST_F(Inspect, TellsWhatIsNoGraph) {
+    WriteChain(
+        "cycle.json",
+        R"({"name": "a\u001b[2J\n", "type": "MixerBlock"}, {"name": "b", "type": "MixerBlock"})",
+        R"(["a\u001b[2J\n", "b"], ["b", "a\u001b[2J\n"])");
+    const Result told = Tool("inspect cycle.json");
+    EXPECT_EQ(told.status, 1);
+    EXPECT_NE(told.out.find("no graph can be made"), std::string::npos) << told.out;
+    EXPECT_EQ(told.out.find('\x1b'), std::string::npos);
+    const Result six = Tool("inspect \"$PROFILES\"/branching.json --channels 6");
+    EXPECT_NE(six.out.find("input from rejoin widened to 6 channels by the graph"),
+              std::string::npos)
+        << six.out;
+}
+
 }  // namespace
 }  // namespace quorvel::tool
