@@ -72,7 +72,8 @@ std::string Rows(const RecordLayout& record, std::uint32_t base, const std::stri
             rows += Row(place, std::to_string(count) + " × " + FormOf(item).name, name, item,
                         ItemDefaults(field), field.meaning);
         } else if (field.kind == FieldKind::kList) {
-            rows += "| " + place + " | u32 | number of " + name + " | | | required | |\n";
+            rows += "| " + place + " | u32 | number of " + name + " | | | required | " +
+                    field.meaning + " |\n";
             const bool areBare = !field.item->fields.front().name;
             rows += Rows(*field.item, record.size, areBare ? name : name + ".",
                          " + " + std::to_string(field.item->size) + "·n");

@@ -39,7 +39,18 @@ constexpr Field BandField(std::optional<double> defaultGainDb) {
 }
 constexpr Field kFrequency = {"frequency", kFloat32, offsetof(FilterBand, frequency),
                               "Hz",        1.0,      192000.0};
-constexpr Field kWidth = {"width", kFloat32, offsetof(FilterBand, width), "", 0.001, 1000.0};
+constexpr Field kWidth = {"width",
+                          kFloat32,
+                          offsetof(FilterBand, width),
+                          "",
+                          0.001,
+                          1000.0,
+                          {},
+                          {},
+                          nullptr,
+                          {},
+                          "what `widthMode` says: Q factor, octaves, or slope of a shelf (1 is the "
+                          "steepest without a bump)"};
 constexpr Field kWidthMode = {
     "widthMode", kChoice16, offsetof(FilterBand, widthMode), "", 0.0, 2.0, 0.0, kWidthModes};
 
@@ -53,9 +64,18 @@ constexpr Field kGainBandsField[] = {{"bands", kList, 0, "", 1.0, kMostItems, {}
 constexpr RecordLayout kFilter = {kBandsField, sizeof(std::uint32_t)};
 constexpr RecordLayout kGainFilter = {kGainBandsField, sizeof(std::uint32_t)};
 
-constexpr Field kBypassFields[] = {{"outputChannelCount", kUnsigned32,
-                                    offsetof(BypassParameters, outputChannelCount), "channels", 1.0,
-                                    2.0, 2.0}};
+constexpr Field kBypassFields[] = {
+    {"outputChannelCount",
+     kUnsigned32,
+     offsetof(BypassParameters, outputChannelCount),
+     "channels",
+     1.0,
+     2.0,
+     2.0,
+     {},
+     nullptr,
+     {},
+     "of mono, stereo, quad, 5.1 and 7.1; other layouts have no fold-down"}};
 
 constexpr Field kExtractorFields[] = {{"channelIndex", kSigned32,
                                        offsetof(ChannelExtractorParameters, channelIndex), "", 0.0,
@@ -64,20 +84,25 @@ constexpr Field kExtractorFields[] = {{"channelIndex", kSigned32,
 // An offset of -1 leaves the input out.
 constexpr Field kOffsetField[] = {{nullptr, kSigned32, 0, "", -1.0, kMostChannels - 1.0}};
 constexpr RecordLayout kOffset = {kOffsetField, sizeof(std::int32_t)};
-constexpr Field kCombinerFields[] = {{"channelOffsets",
-                                      kList,
-                                      offsetof(ChannelsCombinerParameters, count),
-                                      "",
-                                      1.0,
-                                      kMostItems,
-                                      {},
-                                      {},
-                                      &kOffset}};
+constexpr Field kCombinerFields[] = {
+    {"channelOffsets",
+     kList,
+     offsetof(ChannelsCombinerParameters, count),
+     "",
+     1.0,
+     kMostItems,
+     {},
+     {},
+     &kOffset,
+     {},
+     "the channel at which each input begins, by input; a negative one leaves it out"}};
 
 // Nobody here knows what the engine makes of its values.
 constexpr double kLargestEngineValue = 1000.0;
+constexpr const char* kForTheEngine = "handed to the engine as it is";
 constexpr Field EngineValue(const char* name, std::uint32_t offset, double defaultValue) {
-    return {name, kFloat32, offset, "", -kLargestEngineValue, kLargestEngineValue, defaultValue};
+    return {name,         kFloat32, offset,  "", -kLargestEngineValue, kLargestEngineValue,
+            defaultValue, {},       nullptr, {}, kForTheEngine};
 }
 constexpr Field Switch(const char* name, std::uint32_t offset, double defaultValue,
                        const char* meaning = "") {
@@ -92,18 +117,21 @@ constexpr double kUsualAngles[] = {30, -30, 0, 0, 150, -150, 90, -90};
 constexpr double kUsualValues[] = {1, 1, 1, 1, 1, 1, 1, 1};
 
 constexpr Field PerChannel(const char* name, std::uint32_t offset, const RecordLayout& item,
-                           std::span<const double> defaults) {
-    return {name, kArray, offset, "", kMostChannels, kMostChannels, {}, {}, &item, defaults};
+                           std::span<const double> defaults, const char* meaning) {
+    return {name, kArray, offset, "",       kMostChannels, kMostChannels,
+            {},   {},     &item,  defaults, meaning};
 }
 constexpr Field kExternalSurroundFields[] = {
-    Switch("effectEnabled", offsetof(ExternalSurroundParameters, effectEnabled), 0.0),
-    Switch("switchB", offsetof(ExternalSurroundParameters, switchB), 1.0),
+    Switch("effectEnabled", offsetof(ExternalSurroundParameters, effectEnabled), 0.0,
+           "renders; else the engine only folds down"),
+    Switch("switchB", offsetof(ExternalSurroundParameters, switchB), 1.0, kForTheEngine),
     EngineValue("valueA", offsetof(ExternalSurroundParameters, valueA), 0.15),
-    Switch("usePresetAngles", offsetof(ExternalSurroundParameters, usePresetAngles), 1.0),
+    Switch("usePresetAngles", offsetof(ExternalSurroundParameters, usePresetAngles), 1.0,
+           "the usual places of the speakers, else `customAngles`"),
     PerChannel("customAngles", offsetof(ExternalSurroundParameters, customAngles), kAngle,
-               kUsualAngles),
+               kUsualAngles, "of the speakers by channel, to the left of straight ahead"),
     PerChannel("channelValues", offsetof(ExternalSurroundParameters, channelValues), kChannelValue,
-               kUsualValues),
+               kUsualValues, "gain of each channel"),
     EngineValue("valueB", offsetof(ExternalSurroundParameters, valueB), 1.0)};
 
 constexpr Field kGainFields[] = {
@@ -112,15 +140,20 @@ constexpr Field kGainFields[] = {
 constexpr Field Nested(const char* name, std::uint32_t offset, const RecordLayout& record) {
     return {name, kRecord, offset, "", 0.0, 0.0, {}, {}, &record};
 }
-constexpr Field ExpanderGain(const char* name, std::uint32_t offset) {
-    return {name, kFloat32, offset, "dB", kQuietestDb, kLoudestDb, 0.0};
+constexpr Field ExpanderGain(const char* name, std::uint32_t offset, const char* meaning) {
+    return {name, kFloat32, offset, "dB", kQuietestDb, kLoudestDb, 0.0, {}, nullptr, {}, meaning};
 }
 constexpr Field kStereoExpanderFields[] = {
-    ExpanderGain("inputGainDb", offsetof(StereoExpanderParameters, inputGainDb)),
-    ExpanderGain("directGainDb", offsetof(StereoExpanderParameters, directGainDb)),
-    ExpanderGain("highSumGainDb", offsetof(StereoExpanderParameters, highSumGainDb)),
-    ExpanderGain("lowGainDb", offsetof(StereoExpanderParameters, lowGainDb)),
-    ExpanderGain("highGainDb", offsetof(StereoExpanderParameters, highGainDb)),
+    ExpanderGain("inputGainDb", offsetof(StereoExpanderParameters, inputGainDb),
+                 "of the pair before all else"),
+    ExpanderGain("directGainDb", offsetof(StereoExpanderParameters, directGainDb),
+                 "of each side as it is"),
+    ExpanderGain("highSumGainDb", offsetof(StereoExpanderParameters, highSumGainDb),
+                 "of both sides' highs together, added to each side's highs"),
+    ExpanderGain("lowGainDb", offsetof(StereoExpanderParameters, lowGainDb),
+                 "of each side below `lowPassBand`"),
+    ExpanderGain("highGainDb", offsetof(StereoExpanderParameters, highGainDb),
+                 "of the highs above `highPassBand`"),
     Nested("lowPassBand", offsetof(StereoExpanderParameters, lowPassBand), kBand),
     Nested("highPassBand", offsetof(StereoExpanderParameters, highPassBand), kBand)};
 
@@ -131,10 +164,11 @@ constexpr RecordLayout kDelay = {kDelayField, sizeof(std::uint32_t)};
 constexpr double kNoDelays[] = {0, 0, 0, 0, 0, 0, 0, 0};
 constexpr double kRearDelays[] = {0, 0, 0, 0, 10, 10, 10, 10};
 constexpr std::uint32_t kDelaysSize = sizeof(MatrixDecoderParameters::outputDelaysMs);
+constexpr const char* kDelayMeaning = "FL FR FC LFE BL BR SL SR, in this `decodeMode`";
 constexpr Field kDelaysFields[] = {
-    PerChannel("mode0", 0, kDelay, kNoDelays),
-    PerChannel("mode1", kDelaysSize / 3, kDelay, kRearDelays),
-    PerChannel("mode2", 2 * kDelaysSize / 3, kDelay, kNoDelays),
+    PerChannel("mode0", 0, kDelay, kNoDelays, kDelayMeaning),
+    PerChannel("mode1", kDelaysSize / 3, kDelay, kRearDelays, kDelayMeaning),
+    PerChannel("mode2", 2 * kDelaysSize / 3, kDelay, kNoDelays, kDelayMeaning),
 };
 constexpr RecordLayout kDelays = {kDelaysFields, kDelaysSize};
 
@@ -184,13 +218,25 @@ constexpr Field kExpanderFields[] = {
      "of a mono input: 0 new channels are silent; 1 all get it; 2 two get it at -3 dB"}};
 
 constexpr Field Threshold(std::uint32_t offset) {
-    return {"thresholdDb", kFloat32, offset, "dB", kQuietestDb, kLoudestDb, 0.0};
+    return {"thresholdDb",
+            kFloat32,
+            offset,
+            "dB",
+            kQuietestDb,
+            kLoudestDb,
+            0.0,
+            {},
+            nullptr,
+            {},
+            "peak level of full scale, of the loudest channel"};
 }
 constexpr Field Attack(std::uint32_t offset, double defaultMs) {
-    return {"attackMs", kUnsigned32, offset, "ms", 0.0, kLongestAttackMs, defaultMs};
+    return {"attackMs", kUnsigned32, offset, "ms",           0.0, kLongestAttackMs, defaultMs,
+            {},         nullptr,     {},     "time constant"};
 }
 constexpr Field Release(std::uint32_t offset, double defaultMs) {
-    return {"releaseMs", kUnsigned32, offset, "ms", 0.0, kLongestReleaseMs, defaultMs};
+    return {"releaseMs", kUnsigned32, offset, "ms",           0.0, kLongestReleaseMs, defaultMs,
+            {},          nullptr,     {},     "time constant"};
 }
 
 // A ratio of 0 would act as 1, the opposite of what it looks like: it is out of range.
