@@ -75,7 +75,7 @@ void Run(const Options& options) {
     NamedProfile named;
     LoadProfile(options.profile, named);
     const ChosenChain chosen = ChooseChain(named, options.profile, options.chain);
-    const Taps taps = MakeTaps(options.taps, chosen);
+    const Taps taps = MakeTaps(options.taps, chosen, options.out);
     AudioReader reader(options.in);
     AudioGraph graph;
     SetUpGraph(graph, options, reader, chosen.chain, taps);
