@@ -38,11 +38,11 @@ struct HostOutcome {
 };
 
 // Registers the module, stores the profile, creates the objects, and takes everything down again.
-// The time line begins with whose profile applies, and says after an edit when the sound passes
-// unprocessed or something of the chain is left out, and when that is over.
 // The objects' stage runs on a thread of its own, buffer after buffer; an edit that is due waits
 // for its buffer's end and is heard by the objects before the next. So a run can be repeated bit
-// for bit. Throws ToolError.
+// for bit. The time line begins with whose profile applies; behind edits it says when the sound
+// passes unprocessed or something of the chain is left out, and when that is over. Throws
+// ToolError.
 class HostSession {
   public:
     // `named` is stored as the client's profile, or as the endpoint's when there is no stream;

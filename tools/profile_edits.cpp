@@ -154,15 +154,19 @@ class EditReader {
         QuorvelAudioBlock& block = FindBlock(edit.at("set"), place.Key("set"));
         AddWord(read, edit.at("set"));
         std::vector<std::uint8_t> record = ReadRecord(edit, place, block);
-        block.ClearData();
-        block.SetData(record.data(), static_cast<unsigned>(record.size()));
-        read.remark = RecordRemark(block, edit.at("set"), "keeps its values");
-        read.requests.push_back(StoreBlock(block));
+        QuorvelAudioBlock changed(block);
+        changed.ClearData();
+        changed.SetData(record.data(), static_cast<unsigned>(record.size()));
+        read.remark = RecordRemark(changed, edit.at("set"), "keeps its values");
+        read.requests.push_back(StoreBlock(changed));
+        if (read.remark.empty()) block = changed;
     }
 
     static std::vector<std::uint8_t> ReadRecord(const Json& edit, const JsonPlace& place,
                                                 const QuorvelAudioBlock& block) {
         if (const Json* data = FindMember(edit, "data")) {
+            if (FindMember(edit, "parameters"))
+                throw Refusal(place.Key("data"), "stands beside parameters");
             auto bytes = ParseHex(RequireText(*data, place.Key("data")));
             if (!bytes) throw Refusal(place.Key("data"), "must be pairs of hexadecimal digits");
             return std::move(*bytes);
@@ -234,7 +238,8 @@ class EditReader {
 
     void ReadUnlink(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
         _QuorvelAudioBlockLink link = ReadEnds(edit.at("unlink"), place.Key("unlink"));
-        profile.GetChain(chainNumber, true)->links.Remove(link);
+        if (!profile.GetChain(chainNumber, true)->links.Remove(link))
+            throw Refusal(place.Key("unlink"), "there is no such link");
         read.requests.push_back([own = link](QuorvelAudioDevice& device) mutable {
             return device.RemoveProfileLink(&own);
         });

@@ -94,6 +94,8 @@ TEST_F(Host, TellsWhatComesOfEdits) {
         {"at": 0.2, "add": {"name": "c", "type": "GainBlock"}},
         {"at": 0.2, "remove": "c"},
         {"at": 0.3, "set": "a", "data": "0000"},
+        {"at": 0.35, "set": "a", "parameters": {}},
+        {"at": 0.36, "unlink": ["a", "b"]}, {"at": 0.36, "link": ["a", "b"]},
         {"at": 0.4, "profile": "headless.json"},
         {"at": 0.495, "remove": "a"}, {"at": 7, "add": {"name": "z", "type": "GainBlock"}}])");
     WriteSound("steady.wav", {1, std::vector<float>(24000, 0.25f)});
@@ -117,7 +119,7 @@ TEST_F(Host, TellsWhatComesOfEdits) {
     const Sound out = ReadSound("out.wav");
     const float gains[] = {0.501187f, 1.0f, 0.501187f, 0.501187f, 1.0f};
     for (std::size_t part = 0; part < 5; ++part)
-        EXPECT_NEAR(out.samples[part * 4800 + 2400], 0.25f * gains[part], 5e-4f) << part;
+        EXPECT_NEAR(out.samples[part * 4800 + 4000], 0.25f * gains[part], 5e-4f) << part;
 }
 
 TEST_F(Host, TellsWhoseProfileApplies) {
@@ -172,6 +174,9 @@ TEST_F(Host, RefusesEditsThatCannotBe) {
         {R"([{"at": 1, "set": "gain", "parameters": {"x": 1}}])", "$[0].parameters.x: unknown"},
         {R"([{"at": 1, "set": "gain", "parameters": {"gainDb": null}}])",
          "$[0].parameters.gainDb: must be a number"},
+        {R"([{"at": 1, "set": "gain", "parameters": {}, "data": "00"}])",
+         "$[0].data: stands beside parameters"},
+        {R"([{"at": 1, "unlink": ["gain", "gain"]}])", "$[0].unlink: there is no such link"},
         {R"([{"at": 1, "link": ["gain"]}])", "$[0].link: must be a pair"},
         {R"([{"at": 1, "add": {"name": "gain", "type": "GainBlock"}}])", "$[0].add: another"},
         {R"([{"at": 1, "add": {"name": "n", "type": "None"}}])", "unknown block type \"None\""},
