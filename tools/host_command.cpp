@@ -51,18 +51,25 @@ void CheckChain(const std::string& path, const NamedProfile& named, std::uint32_
                        (number == kOutputChain ? ", the headset's" : ", the microphone's"));
 }
 
+void Warn(const HostOutcome& outcome) {
+    WarnOfNonFinite(outcome.input, outcome.output);
+    for (const ProfileEdit& edit : outcome.unmade)
+        std::fprintf(stderr,
+                     "quorvel: the edit at %.3f s was not made, no buffer begins there or later: "
+                     "%s\n",
+                     edit.atSeconds, edit.words.c_str());
+}
+
 void Report(const HostOutcome& outcome, std::uint32_t sampleRate) {
-    if (outcome.input.NonFinite() != 0)
-        std::fprintf(
-            stderr,
-            "quorvel: %llu samples of the input are not finite; they were replaced by silence\n",
-            static_cast<unsigned long long>(outcome.input.NonFinite()));
+    Warn(outcome);
     Print("frames   %lld (%.3f s)\n", static_cast<long long>(outcome.frames),
           static_cast<double>(outcome.frames) / sampleRate);
     PrintLine("peak     in " + outcome.input.PeakText() + ", out " + outcome.output.PeakText());
 }
 
 void Run(Options options) {
+    if (!options.endpointProfile.empty() && options.stage != "both")
+        throw ToolError(ExitStatus::kUsage, "--endpoint-profile: goes with --stage both only");
     options.host.isOutput = options.direction == "output";
     options.host.hasStream = options.stage != "endpoint";
     options.host.hasEndpoint = options.stage != "stream";
@@ -118,7 +125,7 @@ void AddHostCommand(CLI::App& app) {
         ->check(CLI::IsMember({"stream", "endpoint", "both"}))
         ->capture_default_str();
     command->add_option("--endpoint-profile", options->endpointProfile,
-                        "Profile of the endpoint when both run");
+                        "Profile of the endpoint, with --stage both");
     command->add_option("--client", options->host.client,
                         "Path of the program that plays; the profile's first path when left out");
     command->add_option("--edits", options->edits,

@@ -17,7 +17,6 @@
 #include "tools/profile_copy.h"
 #include "tools/progress_bar.h"
 #include "tools/speakers.h"
-#include "tools/utf16_text.h"
 #include "tools/worker_thread.h"
 
 namespace quorvel::tool {
@@ -65,6 +64,8 @@ class HostSession::Player {
         : session(hostSession), options(session.options), reader(audio), tell(tellEvent) {
         if (options.hasStream) Add(HostedStage::kStream);
         if (options.hasEndpoint) Add(HostedStage::kEndpoint);
+        if (options.hasStream) TellProfileOfStream();
+        if (options.hasEndpoint) TellProfileOfEndpoint();
         TellNotices();
     }
 
@@ -95,6 +96,25 @@ class HostSession::Player {
         tell(0.0, "created " + objects.back()->Name());
     }
 
+    void TellProfileOfStream() {
+        QuorvelAudioProfile applied;
+        const bool isFound =
+            session.application.GetProfileForPID(kClientProcess, &applied) == ERROR_SUCCESS;
+        const char* words = ": no profile has this path, its stream passes unprocessed";
+        if (isFound)
+            words = applied.id == session.stored.profile.id ? " has the stream's profile"
+                                                            : " has the endpoint's profile";
+        tell(0.0, ToUtf8(session.program).value_or("the client") + words);
+    }
+
+    void TellProfileOfEndpoint() {
+        QuorvelAudioProfile applied;
+        applied.id = kEndpointProfileId;
+        const bool isFound = session.application.GetProfileData(&applied) == ERROR_SUCCESS;
+        tell(0.0, isFound ? "the endpoint has its profile"
+                          : "the endpoint has no profile, the mix passes unprocessed");
+    }
+
     // Each object's output is the next one's input; all but the first are as wide as the output.
     void LockAll() {
         HostedFormat in{reader.Channels(), reader.Mask(), reader.SampleRate()};
@@ -115,6 +135,7 @@ class HostSession::Player {
         for (const auto& object : objects)
             object->Unlock();
         TellNotices();
+        outcome.unmade.assign(pending.begin() + std::ptrdiff_t(nextEdit), pending.end());
     }
 
     // Buffer after buffer on the real-time thread; between two of them the driver and the
@@ -151,13 +172,22 @@ class HostSession::Player {
         return nextEdit < pending.size() && pending[nextEdit].atSeconds <= Now();
     }
 
+    // What lies between edits at one time is never heard.
     void MakeDueEdits() {
+        if (!IsEditDue()) return;
         for (; IsEditDue(); ++nextEdit) {
             for (const DriverRequest& request : pending[nextEdit].requests)
                 Require(request(session.application), pending[nextEdit].words.c_str());
             WaitUntilHeard();
-            tell(Now(), "edit: " + pending[nextEdit].words);
+            tell(Now(), "edit: " + pending[nextEdit].words + pending[nextEdit].remark);
         }
+        TellFault(pending[nextEdit - 1].fault);
+    }
+
+    void TellFault(const std::string& present) {
+        if (present == fault) return;
+        fault = present;
+        tell(Now(), fault.empty() ? "all of the chain runs again" : fault);
     }
 
     void WaitUntilHeard() const {
@@ -183,6 +213,7 @@ class HostSession::Player {
     std::vector<float> between;
     std::vector<ProfileEdit> pending;
     std::size_t nextEdit = 0;
+    std::string fault;  // of the chain as it is now, that was told
     std::size_t told = 0;
     HostOutcome outcome;
     WorkerThread realTime;
@@ -197,7 +228,7 @@ HostSession::HostSession(const HostOptions& hostOptions, NamedProfile& named)
     if (FAILED(DllRegisterServer())) throw InvalidInput("the module cannot be registered");
     Require(application.Open(headset->DriverPath().c_str(), nullptr), "to be opened");
 
-    WideText program = ToUtf16(options.client);
+    program = ToUtf16(options.client);
     if (program.empty() && named.profile.PathsCount() > 0 && named.profile.Path(0))
         program = named.profile.Path(0);
     if (program.empty()) {

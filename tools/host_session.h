@@ -13,6 +13,7 @@
 #include "tools/hosted_object.h"
 #include "tools/profile_edits.h"
 #include "tools/sample_meter.h"
+#include "tools/utf16_text.h"
 
 namespace quorvel::tool {
 
@@ -33,12 +34,15 @@ struct HostOutcome {
     std::int64_t frames = 0;
     SampleMeter input{};
     SampleMeter output{};
+    std::vector<ProfileEdit> unmade{};  // due behind the beginning of the last buffer
 };
 
 // Registers the module, stores the profile, creates the objects, and takes everything down again.
 // The objects' stage runs on a thread of its own, buffer after buffer; an edit that is due waits
 // for its buffer's end and is heard by the objects before the next. So a run can be repeated bit
-// for bit. Throws ToolError.
+// for bit. The time line begins with whose profile applies; behind edits it says when the sound
+// passes unprocessed or something of the chain is left out, and when that is over. Throws
+// ToolError.
 class HostSession {
   public:
     // `named` is stored as the client's profile, or as the endpoint's when there is no stream;
@@ -70,6 +74,7 @@ class HostSession {
     std::unique_ptr<simulation::SimulatedHeadset> headset;
     QuorvelAudioDevice application;
     NamedProfile stored;
+    WideText program;  // the client's path
 };
 
 }  // namespace quorvel::tool

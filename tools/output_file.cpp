@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "tools/exit_status.h"
 #include "tools/file_bytes.h"
@@ -20,12 +22,20 @@ namespace {
 constexpr mode_t kPermissionBits = 07777;
 constexpr std::array kEndingSignals = {SIGINT, SIGTERM, SIGHUP};
 
-// What the signal handler removes; empty when there is nothing. Written only while the signals are
-// blocked.
-std::array<char, 4096> pendingRemoval{};
+// A temporary file that the signal handler removes.
+struct PendingRemoval {
+    std::atomic<bool> isSet = false;  // the name is whole
+    std::array<char, 4096> name{};
+};
+
+static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler may take no lock");
+
+std::array<PendingRemoval, OutputFile::kMostAtOnce> pendingRemovals{};
 
 extern "C" void RemoveAndEnd(int signalNumber) {
-    if (pendingRemoval[0]) unlink(pendingRemoval.data());
+    for (const PendingRemoval& pending : pendingRemovals) {
+        if (pending.isSet) unlink(pending.name.data());
+    }
     std::signal(signalNumber, SIG_DFL);
     std::raise(signalNumber);
 }
@@ -55,21 +65,36 @@ void WatchSignals() {
     }
 }
 
+PendingRemoval* FindFreePlace() {
+    const auto isFree = [](const PendingRemoval& pending) { return !pending.isSet; };
+    const auto place = std::ranges::find_if(pendingRemovals, isFree);
+    return place == pendingRemovals.end() ? nullptr : &*place;
+}
+
+void ForgetRemoval(const std::string& name) {
+    for (PendingRemoval& pending : pendingRemovals) {
+        if (pending.isSet && name == pending.name.data()) pending.isSet = false;
+    }
+}
+
 mode_t CreationMask() {
     const mode_t mask = umask(0);
     umask(mask);
     return mask;
 }
 
-std::string FollowLinks(const std::string& path) {
+}  // namespace
+
+std::string FollowedTarget(const std::string& path) {
     std::error_code error;
-    const auto followed = std::filesystem::weakly_canonical(path, error);
+    const auto absolute = std::filesystem::absolute(path, error);
+    if (error) return path;
+    const auto followed = std::filesystem::weakly_canonical(absolute, error);
     return error ? path : followed.string();
 }
 
-}  // namespace
-
-OutputFile::OutputFile(const std::string& outPath) : path(outPath), target(FollowLinks(outPath)) {
+OutputFile::OutputFile(const std::string& outPath)
+    : path(outPath), target(FollowedTarget(outPath)) {
     struct stat state {};
     const bool exists = stat(target.c_str(), &state) == 0;
     if (exists && !S_ISREG(state.st_mode)) {
@@ -84,16 +109,17 @@ OutputFile::OutputFile(const std::string& outPath) : path(outPath), target(Follo
 
 void OutputFile::MakeTemporary() {
     // A short name of its own: the target's may already be as long as names can be.
-    std::filesystem::path beside = std::filesystem::path(target).parent_path() / ".quorvel-XXXXXX";
-    temporary = beside.string();
-    if (temporary.size() >= pendingRemoval.size()) throw FileFailure(path, "the name is too long");
+    const auto folder = std::filesystem::path(target).parent_path();
+    std::string name = (folder / ".quorvel-XXXXXX").string();
+    PendingRemoval* const pending = FindFreePlace();
+    if (!pending) throw FileFailure(path, "too many files are written at once");
+    if (name.size() >= pending->name.size()) throw FileFailure(path, "the name is too long");
     const SignalsBlocked blocked;
-    descriptor = mkostemp(temporary.data(), O_CLOEXEC);
-    if (descriptor < 0) {
-        temporary.clear();
-        throw FileFailure(path, std::strerror(errno));
-    }
-    std::copy_n(temporary.c_str(), temporary.size() + 1, pendingRemoval.begin());
+    descriptor = mkostemp(name.data(), O_CLOEXEC);
+    if (descriptor < 0) throw FileFailure(path, std::strerror(errno));
+    std::copy_n(name.c_str(), name.size() + 1, pending->name.begin());
+    pending->isSet = true;
+    temporary = std::move(name);
     WatchSignals();
 }
 
@@ -106,8 +132,8 @@ void OutputFile::RemoveTemporary() {
     if (temporary.empty()) return;
     const SignalsBlocked blocked;
     unlink(temporary.c_str());
+    ForgetRemoval(temporary);
     temporary.clear();
-    pendingRemoval[0] = '\0';
 }
 
 bool OutputFile::Keep(bool succeeded) {
@@ -146,9 +172,8 @@ void OutputFile::Commit() {
         RemoveTemporary();
         throw FileFailure(path, std::strerror(firstError));
     }
-    const SignalsBlocked blocked;
+    ForgetRemoval(temporary);
     temporary.clear();
-    pendingRemoval[0] = '\0';
 }
 
 void WriteResult(const std::string& path, const std::string& text) {

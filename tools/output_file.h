@@ -1,6 +1,7 @@
 // A file that appears only when it is complete.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -9,12 +10,16 @@ namespace quorvel::tool {
 // Bytes go to a temporary file beside the target, which Commit renames over it; a run that fails
 // or is ended by SIGINT, SIGTERM or SIGHUP leaves no trace, and the target may be a file that is
 // still being read. A symbolic link is followed. A target that exists and is no regular file (a
-// device, a pipe) is written directly. One object at a time may exist.
+// device, a pipe) is written directly. Several objects may exist, with different targets; they are
+// made, committed and destroyed on one thread.
 //
 // Write and Seek do not throw, so that C callbacks may call them: the first failure is kept, makes
 // the later calls fail, and is thrown by Commit.
 class OutputFile {
   public:
+    // The temporary files that there may be at a time; making one more fails.
+    static constexpr std::size_t kMostAtOnce = 64;
+
     // Throws ToolError (file) when the temporary file cannot be made.
     explicit OutputFile(const std::string& path);
     ~OutputFile();  // removes the temporary file unless committed
@@ -50,6 +55,10 @@ class OutputFile {
     std::int64_t position = 0;
     std::int64_t length = 0;
 };
+
+// The absolute path with symbolic links followed, as far as it exists: equal for paths that an
+// OutputFile would write to the same place. `path` itself when that cannot be told.
+std::string FollowedTarget(const std::string& path);
 
 // Makes a file of `text`, or writes it to standard output when `path` is empty.
 void WriteResult(const std::string& path, const std::string& text);

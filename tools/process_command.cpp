@@ -1,5 +1,4 @@
 #include <cmath>
-#include <cstdio>
 #include <memory>
 
 #include "engine/channel_masks.h"
@@ -55,15 +54,8 @@ void SetUpGraph(AudioGraph& graph, const Options& options, const AudioReader& re
     if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
 }
 
-void WarnOfNonFinite(const SampleMeter& meter, const char* which, const char* consequence) {
-    if (meter.NonFinite() == 0) return;
-    std::fprintf(stderr, "quorvel: %llu samples of the %s are not finite%s\n",
-                 static_cast<unsigned long long>(meter.NonFinite()), which, consequence);
-}
-
 void Report(const RenderOutcome& outcome, double rate) {
-    WarnOfNonFinite(outcome.input, "input", "; they were replaced by silence");
-    WarnOfNonFinite(outcome.output, "output", "");
+    WarnOfNonFinite(outcome.input, outcome.output);
     const double duration = static_cast<double>(outcome.frames) / rate;
     Print("frames   %lld (%.3f s)\n", static_cast<long long>(outcome.frames), duration);
     Print("peak     in %s, out %s\n", outcome.input.PeakText().c_str(),
@@ -75,7 +67,7 @@ void Run(const Options& options) {
     NamedProfile named;
     LoadProfile(options.profile, named);
     const ChosenChain chosen = ChooseChain(named, options.profile, options.chain);
-    const Taps taps = MakeTaps(options.taps, chosen);
+    const Taps taps = MakeTaps(options.taps, chosen, options.out);
     AudioReader reader(options.in);
     AudioGraph graph;
     SetUpGraph(graph, options, reader, chosen.chain, taps);

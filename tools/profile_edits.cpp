@@ -5,7 +5,11 @@
 #include <map>
 #include <memory>
 
+#include "engine/block_factory.h"
+#include "engine/graph_from_chain.h"
+#include "engine/guid_order.h"
 #include "profile/quorvel_audio_block.h"
+#include "tools/chain_check.h"
 #include "tools/file_bytes.h"
 #include "tools/guid_text.h"
 #include "tools/hex_text.h"
@@ -18,11 +22,42 @@
 namespace quorvel::tool {
 namespace {
 
+constexpr char kUnprocessed[] = "the sound passes unprocessed";
+constexpr char kDefaults[] = "has its defaults";
+
 double RequireTime(const Json& edit, const JsonPlace& place) {
     const Json& at = RequiredMember(edit, "at", place);
     if (!at.is_number() || !(at.get<double>() >= 0.0))
         throw Refusal(place.Key("at"), "must be a number of seconds, 0 or more");
     return at.get<double>();
+}
+
+// Fields inside records are changed one by one, everything else as a whole. Unlike in a merge
+// patch, null stands for nothing: it is left to be refused.
+void Change(Json& whole, const Json& changes) {
+    if (!whole.is_object() || !changes.is_object()) {
+        whole = changes;
+        return;
+    }
+    for (const auto& [key, value] : changes.items())
+        Change(whole[key], value);
+}
+
+bool TakesRecord(const QuorvelAudioBlock& block) {
+    const auto live = CreateBlock(block.typeId, block.id);
+    return live && live->SetParameterData(block.data, block.dataSize);
+}
+
+// What to say of a block whose record, by `consequence`, has no effect.
+std::string RecordRemark(const QuorvelAudioBlock& block, const std::string& name,
+                         const char* consequence) {
+    if (TakesRecord(block)) return {};
+    return std::string("; block ")
+        .append(Quoted(name))
+        .append(" refuses its record of ")
+        .append(std::to_string(block.dataSize))
+        .append(" bytes and ")
+        .append(consequence);
 }
 
 // The profile as the configuration application knows it after each edit.
@@ -38,14 +73,15 @@ class EditReader {
             const char* name;
             std::initializer_list<std::string_view> keys;
             void (EditReader::*read)(const Json&, const JsonPlace&, ProfileEdit&);
+            bool changesShape;
         };
         static const Action kActions[] = {
-            {"set", {"at", "set", "parameters", "data"}, &EditReader::ReadSet},
-            {"add", {"at", "add", "links"}, &EditReader::ReadAdd},
-            {"remove", {"at", "remove"}, &EditReader::ReadRemove},
-            {"link", {"at", "link"}, &EditReader::ReadLink},
-            {"unlink", {"at", "unlink"}, &EditReader::ReadUnlink},
-            {"profile", {"at", "profile"}, &EditReader::ReadReplacement},
+            {"set", {"at", "set", "parameters", "data"}, &EditReader::ReadSet, false},
+            {"add", {"at", "add", "links"}, &EditReader::ReadAdd, true},
+            {"remove", {"at", "remove"}, &EditReader::ReadRemove, true},
+            {"link", {"at", "link"}, &EditReader::ReadLink, true},
+            {"unlink", {"at", "unlink"}, &EditReader::ReadUnlink, true},
+            {"profile", {"at", "profile"}, &EditReader::ReadReplacement, true},
         };
         RequireObject(edit, place);
         for (const Action& action : kActions) {
@@ -53,6 +89,8 @@ class EditReader {
             RefuseUnknownKeys(edit, action.keys, place);
             ProfileEdit read{.atSeconds = RequireTime(edit, place), .words = action.name};
             (this->*action.read)(edit, place, read);
+            if (action.changesShape) fault = FindFault();
+            read.fault = fault;
             return read;
         }
         throw Refusal(place, "must set, add, remove, link, unlink or replace the profile");
@@ -70,6 +108,38 @@ class EditReader {
         }
     }
 
+    // Whether records are taken is told with each; without them, blocks are made fast.
+    std::string FindFault() {
+        QuorvelAudioBlocksChain* const stored = profile.GetChain(chainNumber, false);
+        if (!stored) return "no chain " + std::to_string(chainNumber) + ", " + kUnprocessed;
+        QuorvelAudioBlocksChain chain(*stored);
+        for (unsigned i = 0; i < chain.blocks.Count(); ++i)
+            chain.blocks.Item(i).ClearData();
+        const std::vector<std::string> names = NamesOf(chain);
+        const auto faults = FindChainFaults(chain, names);
+        if (faults.empty()) return {};
+        // A link to nowhere is left out; what makes the graph invalid is told first.
+        auto told = std::ranges::find_if(faults, [](const ChainFault& f) { return !f.link; });
+        if (told == faults.end()) told = faults.begin();
+        AudioGraph graph;
+        BuildGraphFromChain(graph, &chain);
+        if (graph.IsValid()) return "not in the graph: " + told->Text(names);
+        return std::string("no valid graph, ")
+            .append(kUnprocessed)
+            .append(": ")
+            .append(told->Text(names));
+    }
+
+    std::vector<std::string> NamesOf(const QuorvelAudioBlocksChain& chain) const {
+        std::map<GUID, std::string, GuidLess> nameOfId;
+        for (const auto& [name, id] : idOfName)
+            nameOfId[id] = name;
+        std::vector<std::string> names;
+        for (unsigned i = 0; i < chain.blocks.Count(); ++i)
+            names.push_back(nameOfId[chain.blocks.Item(i).id]);
+        return names;
+    }
+
     QuorvelAudioBlock& FindBlock(const Json& value, const JsonPlace& place) {
         const std::string& name = RequireText(value, place);
         const auto named = idOfName.find(name);
@@ -84,13 +154,19 @@ class EditReader {
         QuorvelAudioBlock& block = FindBlock(edit.at("set"), place.Key("set"));
         AddWord(read, edit.at("set"));
         std::vector<std::uint8_t> record = ReadRecord(edit, place, block);
-        block.SetData(record.data(), static_cast<unsigned>(record.size()));
-        read.requests.push_back(StoreBlock(block));
+        QuorvelAudioBlock changed(block);
+        changed.ClearData();
+        changed.SetData(record.data(), static_cast<unsigned>(record.size()));
+        read.remark = RecordRemark(changed, edit.at("set"), "keeps its values");
+        read.requests.push_back(StoreBlock(changed));
+        if (read.remark.empty()) block = changed;
     }
 
     static std::vector<std::uint8_t> ReadRecord(const Json& edit, const JsonPlace& place,
                                                 const QuorvelAudioBlock& block) {
         if (const Json* data = FindMember(edit, "data")) {
+            if (FindMember(edit, "parameters"))
+                throw Refusal(place.Key("data"), "stands beside parameters");
             auto bytes = ParseHex(RequireText(*data, place.Key("data")));
             if (!bytes) throw Refusal(place.Key("data"), "must be pairs of hexadecimal digits");
             return std::move(*bytes);
@@ -103,7 +179,7 @@ class EditReader {
         Json whole = Json::object();
         if (const auto now = WriteParameters({block.data, block.dataSize}, fields->record))
             whole = Json::parse(now->dump());
-        whole.merge_patch(changes);
+        Change(whole, changes);
         return ReadParameters(whole, fields->record, place.Key("parameters"));
     }
 
@@ -125,6 +201,7 @@ class EditReader {
         AddWord(read, edit.at("add").at("name"));
         QuorvelAudioBlocksChain& own = *profile.GetChain(chainNumber, true);
         own.blocks.Add(added);
+        if (added.data) read.remark = RecordRemark(added, name, kDefaults);
         read.requests.push_back(StoreBlock(*profile.FindBlock(chainNumber, added.id)));
         if (const Json* links = FindMember(edit, "links")) ReadLinks(*links, place, read);
     }
@@ -133,7 +210,15 @@ class EditReader {
         const JsonPlace linksPlace = place.Key("links");
         RequireArray(links, linksPlace);
         for (std::size_t i = 0; i < links.size(); ++i)
-            read.requests.push_back(StoreLink(ReadEnds(links[i], linksPlace.At(i))));
+            Connect(ReadEnds(links[i], linksPlace.At(i)), read);
+    }
+
+    void Connect(_QuorvelAudioBlockLink link, ProfileEdit& read) {
+        auto& links = profile.GetChain(chainNumber, true)->links;
+        if (!links.Find(link)) links.Add(link);
+        read.requests.push_back([own = link](QuorvelAudioDevice& device) mutable {
+            return device.SetProfileLink(&own);
+        });
     }
 
     void ReadRemove(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
@@ -147,12 +232,14 @@ class EditReader {
     }
 
     void ReadLink(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
-        read.requests.push_back(StoreLink(ReadEnds(edit.at("link"), place.Key("link"))));
+        Connect(ReadEnds(edit.at("link"), place.Key("link")), read);
         AddEndNames(edit.at("link"), read);
     }
 
     void ReadUnlink(const Json& edit, const JsonPlace& place, ProfileEdit& read) {
-        const _QuorvelAudioBlockLink link = ReadEnds(edit.at("unlink"), place.Key("unlink"));
+        _QuorvelAudioBlockLink link = ReadEnds(edit.at("unlink"), place.Key("unlink"));
+        if (!profile.GetChain(chainNumber, true)->links.Remove(link))
+            throw Refusal(place.Key("unlink"), "there is no such link");
         read.requests.push_back([own = link](QuorvelAudioDevice& device) mutable {
             return device.RemoveProfileLink(&own);
         });
@@ -185,9 +272,20 @@ class EditReader {
             loaded.profile.AddPath(profile.Path(i));
         loaded.profile = CopyProfileAs(profile.id, loaded.profile);
         Adopt(loaded);
+        AddRecordRemarks(read);
         const auto shared = std::make_shared<QuorvelAudioProfile>(profile);
         read.requests.push_back(
             [shared](QuorvelAudioDevice& device) { return device.SetProfileData(shared.get()); });
+    }
+
+    void AddRecordRemarks(ProfileEdit& read) {
+        const QuorvelAudioBlocksChain* const chain = profile.GetChain(chainNumber, false);
+        if (!chain) return;
+        const std::vector<std::string> names = NamesOf(*chain);
+        for (unsigned i = 0; i < chain->blocks.Count(); ++i) {
+            const QuorvelAudioBlock& block = chain->blocks.Item(i);
+            if (block.data) read.remark += RecordRemark(block, names[i], kDefaults);
+        }
     }
 
     static DriverRequest StoreBlock(const QuorvelAudioBlock& block) {
@@ -196,16 +294,11 @@ class EditReader {
         };
     }
 
-    static DriverRequest StoreLink(const _QuorvelAudioBlockLink& link) {
-        return [own = link](QuorvelAudioDevice& device) mutable {
-            return device.SetProfileLink(&own);
-        };
-    }
-
     const std::uint32_t chainNumber;
     const std::filesystem::path folder;
     QuorvelAudioProfile profile;
     std::map<std::string, GUID> idOfName;
+    std::string fault;  // see ProfileEdit
 };
 
 // The places of the edits, the earliest first.

@@ -1,6 +1,7 @@
 // What a configuration application does to a profile while audio plays, read from a JSON file:
 //
-//   { "at": 1.5, "set": "eq", "parameters": {…} }           fields left out keep their values
+//   { "at": 1.5, "set": "eq", "parameters": {…} }           fields left out keep their values;
+//                                                           null is no value
 //   { "at": 2, "set": "other", "data": "00ff10" }
 //   { "at": 3, "add": {block}, "links": [["eq", "new"]] }   links may be left out
 //   { "at": 4, "remove": "eq" }                             its links go with it
@@ -26,7 +27,11 @@ using DriverRequest = std::function<DWORD(QuorvelAudioDevice&)>;
 
 struct ProfileEdit {
     double atSeconds = 0.0;
-    std::string words{};  // "set eq", for a time line
+    std::string words{};   // "set eq", for a time line
+    std::string remark{};  // to be told behind them: "; the block refuses …"; empty mostly
+    // What is wrong with the chain after the edit, for a time line too: that it makes no valid
+    // graph and why, or what the graph leaves out; empty when nothing is.
+    std::string fault{};
     std::vector<DriverRequest> requests{};
 };
 

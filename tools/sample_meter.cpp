@@ -22,6 +22,12 @@ std::int32_t HighestBits(std::span<const float> samples) {
     return highest;
 }
 
+void Warn(const SampleMeter& meter, const char* which, const char* consequence) {
+    if (meter.NonFinite() == 0) return;
+    std::fprintf(stderr, "quorvel: %llu samples of the %s are not finite%s\n",
+                 static_cast<unsigned long long>(meter.NonFinite()), which, consequence);
+}
+
 }  // namespace
 
 void SampleMeter::Add(std::span<const float> samples) {
@@ -51,6 +57,11 @@ std::string SampleMeter::PeakText() const {
     char text[32];
     std::snprintf(text, sizeof(text), "%.2f dB", 20.0 * std::log10(static_cast<double>(peak)));
     return text;
+}
+
+void WarnOfNonFinite(const SampleMeter& input, const SampleMeter& output) {
+    Warn(input, "input", "; they were replaced by silence");
+    Warn(output, "output", "");
 }
 
 }  // namespace quorvel::tool

@@ -26,4 +26,8 @@ class SampleMeter {
     std::uint64_t nonFinite = 0;
 };
 
+// Warns on standard error of samples that are not finite, of an input that was cleaned of them and
+// of the output made of it.
+void WarnOfNonFinite(const SampleMeter& input, const SampleMeter& output);
+
 }  // namespace quorvel::tool

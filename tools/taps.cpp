@@ -1,22 +1,46 @@
 #include "tools/taps.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
+#include <string_view>
 
 #include "profile/quorvel_audio_block.h"
 #include "tools/exit_status.h"
 #include "tools/guid_text.h"
 #include "tools/json_place.h"
+#include "tools/output_file.h"
 
 namespace quorvel::tool {
 namespace {
 
-GUID FindBlockId(const std::string& block, const ChosenChain& chosen) {
+struct TapOption {
+    GUID blockId{};
+    std::string file{};
+};
+
+std::optional<GUID> FindBlockId(std::string_view block, const ChosenChain& chosen) {
     const std::optional<GUID> id = ParseGuid(block);
     for (unsigned i = 0; i < chosen.chain.blocks.Count(); ++i) {
         const GUID& known = chosen.chain.blocks.Item(i).id;
         if (chosen.names[i] == block || (id && *id == known)) return known;
     }
-    throw ToolError(ExitStatus::kUsage, "--tap: no block of the chain is called " + Quoted(block));
+    return {};
+}
+
+TapOption ReadOption(const std::string& option, const ChosenChain& chosen) {
+    const std::size_t first = option.find('=');
+    if (first == std::string::npos || first + 1 == option.size())
+        throw ToolError(ExitStatus::kUsage, "--tap: " + Quoted(option) + " is no BLOCK=FILE");
+    std::optional<TapOption> found;
+    for (std::size_t at = first; at + 1 < option.size(); ++at) {
+        if (option[at] != '=') continue;
+        const auto id = FindBlockId(std::string_view(option).substr(0, at), chosen);
+        if (id) found = {*id, option.substr(at + 1)};
+    }
+    if (found) return *found;
+    throw ToolError(ExitStatus::kUsage, "--tap: no block of the chain is called " +
+                                            Quoted(std::string_view(option).substr(0, first)));
 }
 
 }  // namespace
@@ -50,16 +74,17 @@ void Tap::Finish() {
 }
 
 std::vector<std::unique_ptr<Tap>> MakeTaps(const std::vector<std::string>& options,
-                                           const ChosenChain& chosen) {
+                                           const ChosenChain& chosen, const std::string& outPath) {
     std::vector<std::unique_ptr<Tap>> taps;
+    std::set<std::string> targets = {FollowedTarget(outPath)};
     for (const std::string& option : options) {
-        const std::size_t equals = option.find('=');
-        if (equals == std::string::npos || equals + 1 == option.size())
-            throw ToolError(ExitStatus::kUsage, "--tap: " + Quoted(option) + " is no BLOCK=FILE");
-        const GUID id = FindBlockId(option.substr(0, equals), chosen);
+        const auto [id, file] = ReadOption(option, chosen);
         if (std::ranges::count(taps, id, [](const auto& tap) { return tap->blockId; }) > 0)
             throw ToolError(ExitStatus::kUsage, "--tap: a block is named twice");
-        taps.push_back(std::make_unique<Tap>(id, option.substr(equals + 1)));
+        if (!targets.insert(FollowedTarget(file)).second)
+            throw ToolError(ExitStatus::kUsage,
+                            "--tap: " + Quoted(file) + " is written by something else too");
+        taps.push_back(std::make_unique<Tap>(id, file));
     }
     return taps;
 }

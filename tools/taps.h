@@ -38,8 +38,9 @@ class Tap final : public BlockObserver {
     std::unique_ptr<AudioWriter> writer{};
 };
 
-// From "BLOCK=FILE" each, where BLOCK is a name or an id of the chain. Throws ToolError (usage).
+// From "BLOCK=FILE" each, where BLOCK is a name or an id of the chain; it ends at the last '=' that
+// leaves a known one. Throws ToolError (usage), also when a file is another tap's or `outPath`.
 std::vector<std::unique_ptr<Tap>> MakeTaps(const std::vector<std::string>& options,
-                                           const ChosenChain& chosen);
+                                           const ChosenChain& chosen, const std::string& outPath);
 
 }  // namespace quorvel::tool

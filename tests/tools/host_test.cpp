@@ -80,6 +80,85 @@ TEST_F(Host, TellsWhatTheDriverWasTold) {
     EXPECT_NE(out.samples[2 * 12000], 0.0f);
 }
 
+// At 0.1 s a cycle; the edits at 0.2 s end it, and the loose block between them is never heard.
+TEST_F(Host, TellsWhatComesOfEdits) {
+    WriteChain("plain.json",
+               R"({"name": "a", "type": "GainBlock", "parameters": {"gainDb": -6}},
+                  {"name": "b", "type": "GainBlock"})",
+               R"(["a", "b"])");
+    WriteChain("headless.json", R"({"name": "a", "type": "GainBlock", "data": "00"})",
+               R"(["a", "{796C5F35-FBCB-4DC8-91CC-93829ECD4FE3}"])");
+    Write("edits.json", R"([
+        {"at": 0.1, "link": ["b", "a"]},
+        {"at": 0.2, "unlink": ["b", "a"]},
+        {"at": 0.2, "add": {"name": "c", "type": "GainBlock"}},
+        {"at": 0.2, "remove": "c"},
+        {"at": 0.3, "set": "a", "data": "0000"},
+        {"at": 0.35, "set": "a", "parameters": {}},
+        {"at": 0.36, "unlink": ["a", "b"]}, {"at": 0.36, "link": ["a", "b"]},
+        {"at": 0.4, "profile": "headless.json"},
+        {"at": 0.495, "remove": "a"}, {"at": 7, "add": {"name": "z", "type": "GainBlock"}}])");
+    WriteSound("steady.wav", {1, std::vector<float>(24000, 0.25f)});
+    const Result result = Run("plain.json steady.wav out.wav --edits edits.json --channels 1");
+    std::size_t from = 0;
+    for (const char* words :
+         {"0.100 s  no valid graph, the sound passes unprocessed: the links form a cycle: ",
+          "0.200 s  edit: remove c\n    0.200 s  all of the chain runs again\n",
+          "edit: set a; block \"a\" refuses its record of 2 bytes and keeps its values\n",
+          "edit: profile headless.json; block \"a\" refuses its record of 1 bytes and has its",
+          "0.400 s  not in the graph: link 1: no block has the id {796C5F35-"}) {
+        from = result.out.find(words, from);
+        ASSERT_NE(from, std::string::npos) << words << '\n' << result.out;
+    }
+    EXPECT_EQ(result.out.find("loose"), std::string::npos);
+    EXPECT_EQ(result.error,
+              "quorvel: the edit at 0.495 s was not made, no buffer begins there or later: "
+              "remove a\n"
+              "quorvel: the edit at 7.000 s was not made, no buffer begins there or later: "
+              "add z\n");
+    const Sound out = ReadSound("out.wav");
+    const float gains[] = {0.501187f, 1.0f, 0.501187f, 0.501187f, 1.0f};
+    for (std::size_t part = 0; part < 5; ++part)
+        EXPECT_NEAR(out.samples[part * 4800 + 4000], 0.25f * gains[part], 5e-4f) << part;
+}
+
+TEST_F(Host, TellsWhoseProfileApplies) {
+    Write("mine.json", R"({"paths": ["C:\\mine.exe"], "chains": [{"number": 1, "blocks": [
+                          {"name": "gain", "type": "GainBlock"}]}]})");
+    Write("other.json", R"({"paths": ["C:\\other.exe"], "chains": [{"number": 1, "blocks": [
+                           {"name": "gain", "type": "GainBlock"}]}]})");
+    const struct {
+        const char* words;
+        const char* told;
+    } rows[] = {
+        {"", "C:\\mine.exe has the stream's profile"},
+        {"--client 'c:\\MINE.exe'", "c:\\MINE.exe has the stream's profile"},
+        {"--client x.exe", "x.exe: no profile has this path, its stream passes unprocessed"},
+        {"--stage both", "the endpoint has no profile, the mix passes unprocessed"},
+        {"--stage both --endpoint-profile other.json --client 'C:\\other.exe'",
+         "C:\\other.exe has the endpoint's profile\n    0.000 s  the endpoint has its profile"},
+        {"--stage endpoint", "the endpoint has its profile"},
+    };
+    for (const auto& row : rows) {
+        const Result result = Run(std::string("mine.json in.wav out.wav ") + row.words);
+        EXPECT_NE(result.out.find(row.told), std::string::npos) << row.words << result.out;
+    }
+    for (const char* stage : {"", " --stage endpoint"})
+        EXPECT_EQ(
+            Tool(std::string("host mine.json in.wav out.wav --endpoint-profile other.json") + stage)
+                .status,
+            2);
+}
+
+TEST_F(Host, WarnsOfSamplesThatAreNotFinite) {
+    WriteChain("nan.json", R"({"name": "gain", "type": "GainBlock", "data": "0000c07f"})");
+    for (const char* command : {"process", "host"}) {
+        const Result result = Tool(std::string(command) + " nan.json in.wav out.wav");
+        EXPECT_NE(result.error.find("samples of the output are not finite\n"), std::string::npos)
+            << command << result.error;
+    }
+}
+
 TEST_F(Host, RefusesEditsThatCannotBe) {
     WriteChain("plain.json", R"({"name": "gain", "type": "GainBlock"})");
     const struct {
@@ -93,6 +172,11 @@ TEST_F(Host, RefusesEditsThatCannotBe) {
         {R"([{"at": 2, "remove": "gain"}, {"at": 3, "set": "gain", "parameters": {}}])",
          "$[1].set: no block"},
         {R"([{"at": 1, "set": "gain", "parameters": {"x": 1}}])", "$[0].parameters.x: unknown"},
+        {R"([{"at": 1, "set": "gain", "parameters": {"gainDb": null}}])",
+         "$[0].parameters.gainDb: must be a number"},
+        {R"([{"at": 1, "set": "gain", "parameters": {}, "data": "00"}])",
+         "$[0].data: stands beside parameters"},
+        {R"([{"at": 1, "unlink": ["gain", "gain"]}])", "$[0].unlink: there is no such link"},
         {R"([{"at": 1, "link": ["gain"]}])", "$[0].link: must be a pair"},
         {R"([{"at": 1, "add": {"name": "gain", "type": "GainBlock"}}])", "$[0].add: another"},
         {R"([{"at": 1, "add": {"name": "n", "type": "None"}}])", "unknown block type \"None\""},

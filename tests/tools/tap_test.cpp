@@ -43,11 +43,38 @@ TEST_F(Tapped, EveryBlockCanBeHeard) {
     EXPECT_EQ(ReadSound("i.wav").samples, ReadSound("in.wav").samples);
 }
 
-TEST_F(Tapped, UnknownBlocksAreRefused) {
-    WriteChain("gain.json", R"({"name": "gain", "type": "GainBlock"})");
-    for (const char* tap : {"gate=x.wav", "gain", "gain=", "gain=a.wav --tap gain=b.wav"})
-        EXPECT_EQ(Tool(std::string("process gain.json in.wav out.wav --tap ") + tap).status, 2)
-            << tap;
+TEST_F(Tapped, WrongTapsAreRefusedBeforeAnythingIsWritten) {
+    WriteChain("two.json", R"({"name": "gain", "type": "GainBlock"},
+                              {"name": "trim", "type": "GainBlock"})",
+               R"(["gain", "trim"])");
+    std::filesystem::create_symlink(".", directory / "here");
+    Write("old.wav", "");
+    std::filesystem::create_symlink("old.wav", directory / "link.wav");
+    const std::set<std::string> before = Names();
+    for (const char* words : {
+             "out.wav --tap gate=x.wav",
+             "out.wav --tap gain",
+             "out.wav --tap gain=",
+             "out.wav --tap gain=a.wav --tap gain=b.wav",
+             "out.wav --tap gain=out.wav",
+             "out.wav --tap gain=./out.wav",
+             "old.wav --tap gain=link.wav",
+             "out.wav --tap gain=a.wav --tap trim=here/a.wav",
+             "out.wav --tap gain=\"$PWD\"/a.wav --tap trim=a.wav",
+         }) {
+        EXPECT_EQ(Tool(std::string("process two.json in.wav ") + words).status, 2) << words;
+        EXPECT_EQ(Names(), before) << words;
+    }
+    EXPECT_EQ(Read("old.wav"), "");
+}
+
+TEST_F(Tapped, NamesAndFilesMayHaveEqualsSigns) {
+    WriteChain("named.json", R"({"name": "a=b", "type": "GainBlock"},
+                                {"name": "c", "type": "GainBlock"})",
+               R"(["a=b", "c"])");
+    ASSERT_EQ(Tool("process named.json in.wav out.wav --tap a=b=x.wav --tap c=y=z.wav").status, 0);
+    EXPECT_EQ(Read("x.wav"), Read("y=z.wav"));
+    EXPECT_FALSE(Read("x.wav").empty());
 }
 
 TEST_F(Tapped, BenchTellsEveryBlock) {
