@@ -11,6 +11,7 @@
 #include "tools/json_place.h"
 #include "tools/observed_block.h"
 #include "tools/profile_file.h"
+#include "tools/progress_bar.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {
@@ -70,7 +71,10 @@ std::vector<double> TimeBuffers(AudioGraph& graph, const Options& options) {
     std::vector<float> in(noise.size()), out(frames * options.format.outChannels);
     std::vector<double> times;
     times.reserve(options.buffers);
-    for (std::size_t i = 0; i < options.buffers + kWarmUpBuffers; ++i) {
+    const std::size_t total = options.buffers + kWarmUpBuffers;
+    ProgressBar progress(static_cast<std::int64_t>(total));
+    for (std::size_t i = 0; i < total; ++i) {
+        if (i % kBuffersPerSecond == 0) progress.Show(static_cast<std::int64_t>(i));
         in = noise;
         const auto start = Clock::now();
         graph.Process(in.data(), out.data(), static_cast<std::int32_t>(frames));

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "tools/exit_status.h"
+#include "tools/json_place.h"
 #include "tools/subcommands.h"
 
 namespace {
@@ -23,6 +24,11 @@ int Report(ExitStatus status, const char* message) {
     return static_cast<int>(status);
 }
 
+bool HasSubcommand(const CLI::App& app, const std::string& name) {
+    const auto isCalled = [&](const CLI::App* command) { return command->get_name() == name; };
+    return !app.get_subcommands(isCalled).empty();
+}
+
 int Run(int argc, char** argv) {
     CLI::App app{"Renders sound through headset profiles, and writes and shows profiles."};
     app.name("quorvel");
@@ -34,6 +40,10 @@ int Run(int argc, char** argv) {
         "3 a file cannot be read or written.");
     for (const auto add : kSubcommands)
         add(app);
+    if (argc > 1 && argv[1][0] != '-' && !HasSubcommand(app, argv[1]))
+        return Report(
+            ExitStatus::kUsage,
+            ("no subcommand is called " + Quoted(argv[1]) + "; --help names them").c_str());
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -209,5 +209,43 @@ TEST(SubstituteEngine, RendersItsLayoutLikeTheStage) {
     test::ExpectSameBits(out, expected);
 }
 
+// Angles that are none act as 0, rates beyond the bounds as the nearest, and every layout folds
+// down as its speakers do.
+TEST(SubstituteEngine, IsSafeWithWhateverItIsTold) {
+    constexpr int32_t kFrames = 1000;
+    const auto in = test::Noise(8 * kFrames, 5);
+    const auto render = [&](int32_t rate, float angle) {
+        const ExternalEngine engine = CreateExternalEngine();
+        const float angles[8] = {30, -30, 0, 0, 150, angle, 90, angle};
+        engine->SetSampleRate(rate);
+        EXPECT_EQ(engine->SetSpeakerConfiguration(4), 0);
+        engine->SetSpeakerAngles(angles);
+        engine->SetEffectEnabled(1);
+        std::vector<float> out(2 * kFrames);
+        for (int32_t f = 0; f < kFrames; f += 100)
+            engine->Render(in.data() + 8 * f, 100, out.data() + 2 * f);
+        return out;
+    };
+    test::ExpectSameBits(render(192000, -90.0f), render(96000, -90.0f));
+    test::ExpectSameBits(render(8000, -90.0f), render(32000, -90.0f));
+    EXPECT_NE(render(32000, -90.0f), render(96000, -90.0f));
+    for (const float none : {NAN, INFINITY, -INFINITY})
+        test::ExpectSameBits(render(48000, none), render(48000, 0.0f));
+    for (const float sample : render(48000, 1e30f))
+        ASSERT_TRUE(std::isfinite(sample));
+
+    constexpr uint32_t kMasks[] = {0, 0x3, 0x33, 0x3F, 0x63F};
+    for (const int32_t code : {1, 2, 3, 4}) {
+        const uint32_t mask = kMasks[code];
+        const ExternalEngine engine = CreateExternalEngine();
+        engine->SetSpeakerConfiguration(code);
+        std::vector<float> out(2 * 100), expected(out);
+        engine->Render(in.data(), 100, out.data());
+        FoldFrames(*FindFoldDown(mask, 2), in.data(), expected.data(), 100,
+                   static_cast<uint32_t>(std::popcount(mask)));
+        test::ExpectSameBits(out, expected);
+    }
+}
+
 }  // namespace
 }  // namespace quorvel

@@ -331,6 +331,50 @@ TEST(MatrixDecoderStage, OptionsReshapeTheField) {
     }
 }
 
+Analytic Sine(double frequency) {
+    Analytic sine(48000);
+    for (std::size_t i = 0; i < sine.size(); ++i)
+        sine[i] = std::polar(0.5, 2.0 * M_PI * frequency * static_cast<double>(i) / 48000.0);
+    return sine;
+}
+
+TEST(MatrixDecoderStage, EndsTheOneRearSignalAtSevenKilohertz) {
+    const auto rearDb = [](int mode, double frequency) {
+        const Pairs pairs = Encode(kRear, Sine(frequency), 48000);
+        const Powers powers = PowersOf(Stage(ModeWord(mode)).Decode(pairs), 24000);
+        return Decibels((powers[kBackLeft] + powers[kBackRight]) / PowerOf(pairs, 24000));
+    };
+    EXPECT_NEAR(rearDb(0, 1000.0), 0.0, 0.5);
+    EXPECT_NEAR(rearDb(0, 7000.0), -3.0, 1.0);
+    EXPECT_LT(rearDb(0, 14000.0), -9.0);
+    EXPECT_NEAR(rearDb(1, 14000.0), 0.0, 0.5);
+}
+
+// Brisk: a source in ambience that moves a little is out of its old place sooner.
+TEST(MatrixDecoderStage, FollowsSmallMovesFasterWhenBrisk) {
+    constexpr std::size_t kMove = 48000, kEnd = kMove + 4800;
+    const auto lag = [](uint16_t flags) {
+        const Analytic noise = test::PinkNoise(48000, 17);
+        Pairs pairs(kEnd), there(kEnd);
+        for (Pairs* sound : {&pairs, &there}) {
+            Add(*sound, test::PinkNoise(48000, 18), 0.6, 0.0);
+            Add(*sound, test::PinkNoise(48000, 19), 0.0, 0.6);
+        }
+        Add(pairs, noise, kHalf, kHalf, 0, kMove);
+        Add(pairs, noise, std::cos(M_PI / 5), std::sin(M_PI / 5), kMove);
+        Add(there, noise, std::cos(M_PI / 5), std::sin(M_PI / 5));
+        const auto word = static_cast<uint16_t>(kNoBalance | kNeutralRear | flags);
+        const Frames moved = Stage(ModeWord(1), word).Decode(pairs);
+        const Frames settled = Stage(ModeWord(1), word).Decode(there);
+        double error = 0.0;
+        for (std::size_t i = kMove; i < kEnd; ++i)
+            for (std::size_t c = 0; c < 8; ++c)
+                error += std::pow(double{moved[i][c]} - double{settled[i][c]}, 2.0);
+        return error;
+    };
+    EXPECT_LT(lag(0x1000), 0.85 * lag(0));
+}
+
 // A drifted centre is found and evened out; a source that was panned is left where it is.
 TEST(MatrixDecoderStage, BalancesADriftedCentre) {
     constexpr std::size_t kSecond = 48000;
