@@ -6,6 +6,7 @@
 #include <span>
 
 #include "engine/block_factory.h"
+#include "engine/guid_order.h"
 #include "profile/quorvel_audio_block.h"
 #include "tools/guid_text.h"
 #include "tools/json_place.h"
@@ -102,47 +103,53 @@ class ChainChanges {
         }
     }
 
-    void CompareFields(const std::string& name, const QuorvelAudioBlock& before,
-                       const QuorvelAudioBlock& after) {
-        const auto oldValues = ParameterValues(before), values = ParameterValues(after);
-        const std::size_t told = lines.size();
-        for (const ParameterValue& value : oldValues)
-            if (!FindValue(values, value.name))
-                Tell(name, value.name + " " + value.text + " removed");
-        for (const ParameterValue& value : values) {
-            const ParameterValue* const was = FindValue(oldValues, value.name);
-            if (!was) Tell(name, value.name + " " + value.text + " added");
-            if (was && was->text != value.text)
-                Tell(name, value.name + " " + value.text + ", was " + was->text);
-        }
-        if (lines.size() == told) Tell(name, "the bytes of the record differ");
+    using Values = std::map<std::string, std::string>;
+
+    static Values ValuesByName(const std::vector<ParameterValue>& values) {
+        Values byName;
+        for (const ParameterValue& value : values)
+            byName.emplace(value.name, value.text);
+        return byName;
     }
 
-    static const ParameterValue* FindValue(const std::vector<ParameterValue>& values,
-                                           const std::string& name) {
-        const auto found = std::ranges::find(values, name, &ParameterValue::name);
-        return found == values.end() ? nullptr : &*found;
+    // In the order of the fields.
+    void CompareFields(const std::string& name, const QuorvelAudioBlock& before,
+                       const QuorvelAudioBlock& after) {
+        const auto oldFields = ParameterValues(before), fields = ParameterValues(after);
+        const Values oldValues = ValuesByName(oldFields), values = ValuesByName(fields);
+        const std::size_t told = lines.size();
+        for (const ParameterValue& field : oldFields)
+            if (!values.contains(field.name))
+                Tell(name, field.name + " " + field.text + " removed");
+        for (const ParameterValue& field : fields) {
+            const auto was = oldValues.find(field.name);
+            if (was == oldValues.end())
+                Tell(name, field.name + " " + field.text + " added");
+            else if (was->second != field.text)
+                Tell(name, field.name + " " + field.text + ", was " + was->second);
+        }
+        if (lines.size() == told) Tell(name, "the bytes of the record differ");
     }
 
     // By the block that takes them, in the order of its inputs.
     using Inputs = std::map<std::string, Lines>;
 
     static Inputs InputsOf(const QuorvelAudioBlocksChain& chain, const Lines& names) {
+        std::map<GUID, std::string, GuidLess> nameOfId;
+        for (unsigned i = 0; i < chain.blocks.Count(); ++i)
+            nameOfId.emplace(chain.blocks.Item(i).id, names[i]);
+        const auto nameOf = [&](const GUID& id) {
+            const auto found = nameOfId.find(id);
+            return found == nameOfId.end() ? GuidText(id) : found->second;
+        };
         Inputs inputs;
         for (unsigned i = 0; i < chain.links.Count(); ++i) {
             const auto& link = chain.links.Item(i);
-            const std::string source = NameOf(chain, names, link.sourceBlockId);
-            Lines& sources = inputs[NameOf(chain, names, link.destinationBlockId)];
+            Lines& sources = inputs[nameOf(link.destinationBlockId)];
+            const std::string source = nameOf(link.sourceBlockId);
             if (std::ranges::count(sources, source) == 0) sources.push_back(source);
         }
         return inputs;
-    }
-
-    static std::string NameOf(const QuorvelAudioBlocksChain& chain, const Lines& names,
-                              const GUID& id) {
-        for (unsigned i = 0; i < chain.blocks.Count(); ++i)
-            if (chain.blocks.Item(i).id == id) return names[i];
-        return GuidText(id);
     }
 
     void CompareLinks() {
