@@ -1,11 +1,16 @@
 #include "tools/chain_check.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
 #include <map>
 #include <set>
 #include <utility>
 
 #include "engine/block_factory.h"
+#include "engine/block_type_ids.h"
+#include "engine/channels_combiner_block.h"
 #include "engine/guid_order.h"
 #include "profile/quorvel_audio_block.h"
 #include "tools/guid_text.h"
@@ -15,14 +20,51 @@ namespace quorvel::tool {
 namespace {
 
 constexpr std::size_t kMostNamesTold = 8;
+constexpr std::int64_t kMostChannels = 65535;  // that a sound format can have
+
+std::int64_t FirstWidth(const QuorvelAudioBlock& block) {
+    std::uint32_t width = 0;
+    if (block.dataSize >= sizeof(width)) std::memcpy(&width, block.data, sizeof(width));
+    return width;
+}
+
+// A channel lies behind each offset at least.
+std::int64_t WidthOfOffsets(const QuorvelAudioBlock& block) {
+    std::int64_t width = 0;
+    std::int32_t offset = 0;
+    for (std::size_t at = sizeof(ChannelsCombinerParameters); at + sizeof(offset) <= block.dataSize;
+         at += sizeof(offset)) {
+        std::memcpy(&offset, block.data + at, sizeof(offset));
+        width = std::max(width, std::int64_t{offset} + 1);
+    }
+    return width;
+}
+
+// The kinds whose record sets how wide their output is.
+struct WidthRow {
+    GUID typeId;
+    std::int64_t (*width)(const QuorvelAudioBlock&);
+};
+constexpr WidthRow kWidths[] = {
+    {kBypassBlockTypeId, FirstWidth},
+    {kChannelsCombinerBlockTypeId, WidthOfOffsets},
+    {kStreamExpanderBlockTypeId, FirstWidth},
+};
+
+// In channels, of the output; 0 where the record does not say.
+std::int64_t WidthAskedFor(const QuorvelAudioBlock& block) {
+    const auto* row = std::ranges::find(kWidths, block.typeId, &WidthRow::typeId);
+    return row == std::end(kWidths) ? 0 : row->width(block);
+}
 
 // The blocks of a chain by position, and who feeds whom, each link once.
 class ChainGraph {
   public:
     ChainGraph(const QuorvelAudioBlocksChain& chainToCheck,
-               const std::vector<std::string>& blockNames)
+               const std::vector<std::string>& blockNames, const ChainGaps& chainGaps)
         : chain(chainToCheck),
           names(blockNames),
+          gaps(chainGaps),
           upstream(chain.blocks.Count()),
           downstream(chain.blocks.Count()) {}
 
@@ -43,25 +85,37 @@ class ChainGraph {
     void FindBlockFaults() {
         for (unsigned i = 0; i < chain.blocks.Count(); ++i) {
             const QuorvelAudioBlock& block = chain.blocks.Item(i);
-            if (!IsKnownBlockType(block.typeId)) {
-                faults.push_back({"unknown kind " + GuidText(block.typeId),
-                                  "a newer library may know it",
-                                  i,
-                                  {}});
-            } else if (!TakesRecord(block)) {
-                faults.push_back(
-                    {"refuses its record of " + std::to_string(block.dataSize) + " bytes",
-                     "write it as parameters",
-                     i,
-                     {}});
-            }
-            if (block.id == GUID{}) {
-                faults.push_back({"has the null id", "leave the id out", i, {}});
-                continue;
-            }
-            const auto [other, isNew] = positionOf.emplace(block.id, i);
-            if (!isNew) faults.push_back({"has the id of " + Block(other->second), {}, i, {}});
+            if (!gaps.withoutKind.contains(block.id)) CheckKind(block, i);
+            CheckId(block, i);
         }
+    }
+
+    void CheckKind(const QuorvelAudioBlock& block, std::size_t i) {
+        if (!IsKnownBlockType(block.typeId)) {
+            faults.push_back(
+                {"unknown kind " + GuidText(block.typeId), "a newer library may know it", i, {}});
+        } else if (!TakesRecord(block)) {
+            faults.push_back({"refuses its record of " + std::to_string(block.dataSize) + " bytes",
+                              "write it as parameters",
+                              i,
+                              {}});
+        } else if (const std::int64_t width = WidthAskedFor(block); width > kMostChannels) {
+            faults.push_back({"asks for " + std::to_string(width) + " channels",
+                              "no sound has more than " + std::to_string(kMostChannels),
+                              i,
+                              {}});
+        }
+    }
+
+    void CheckId(const QuorvelAudioBlock& block, std::size_t i) {
+        const auto [other, isNew] = positionOf.emplace(block.id, i);
+        const bool isNull = block.id == GUID{};
+        if (isNew && !isNull) return;
+        sharedIds.insert(block.id);
+        if (isNull)
+            faults.push_back({"has the null id", "leave the id out", i, {}});
+        else
+            faults.push_back({"has the id of " + Block(other->second), {}, i, {}});
     }
 
     static bool TakesRecord(const QuorvelAudioBlock& block) {
@@ -75,13 +129,21 @@ class ChainGraph {
             const _QuorvelAudioBlockLink& link = chain.links.Item(i);
             bool isWhole = true;
             for (const GUID& end : {link.sourceBlockId, link.destinationBlockId}) {
-                if (positionOf.contains(end)) continue;
-                isWhole = false;
-                faults.push_back({"no block has the id " + GuidText(end), {}, {}, i});
+                isWhole = isWhole && positionOf.contains(end) && !sharedIds.contains(end);
+                if (!positionOf.contains(end))
+                    faults.push_back({"no block has the id " + GuidText(end), {}, {}, i});
             }
             if (isWhole)
                 Connect(positionOf[link.sourceBlockId], positionOf[link.destinationBlockId]);
+            else
+                LeaveOut(link);
         }
+    }
+
+    void LeaveOut(const _QuorvelAudioBlockLink& link) {
+        gaps.lacksLinks = true;
+        gaps.linked.insert(link.sourceBlockId);
+        gaps.linked.insert(link.destinationBlockId);
     }
 
     void Connect(std::size_t source, std::size_t destination) {
@@ -112,10 +174,8 @@ class ChainGraph {
             hasCycles = true;
             Positions cycle =
                 CycleUpstreamOf(static_cast<std::size_t>(left - feeders.begin()), feeders);
-            faults.push_back({"the links form a cycle: " + Told(cycle, " -> "),
-                              "remove one of these links",
-                              {},
-                              {}});
+            faults.push_back(
+                {"the links form a cycle: " + Told(cycle), "remove one of these links", {}, {}});
             cycle.pop_back();  // the first again
             for (const std::size_t block : cycle) {
                 feeders[block] = 0;
@@ -144,18 +204,19 @@ class ChainGraph {
 
     // A chain may be a single block.
     void FindLooseBlocks() {
-        if (names.size() < 2) return;
+        if (names.size() < 2 || gaps.mayLinkAny) return;
         for (std::size_t i = 0; i < names.size(); ++i) {
-            if (IsLoose(i))
+            if (IsLoose(i) && !gaps.linked.contains(chain.blocks.Item(unsigned(i)).id))
                 faults.push_back(
                     {"is not linked to any other block", "link it or remove it", i, {}});
         }
     }
 
     // Several ends are joined when the walks from them, always along the first link in, end in one
-    // block. With cycles there is nothing to walk to.
+    // block. With cycles there is nothing to walk to, and a link that is missing may have joined
+    // them.
     void FindEndsFault() {
-        if (hasCycles) return;
+        if (hasCycles || gaps.lacksLinks) return;
         Positions beginning(names.size());
         Positions ends;
         for (const std::size_t i : inOrder) {
@@ -183,16 +244,19 @@ class ChainGraph {
         return ends.size() > kMostNamesTold ? text + ", ..." : text;
     }
 
-    std::string Told(const Positions& blocks, const std::string& between) const {
+    // All of them: which link to remove is for the reader to choose.
+    std::string Told(const Positions& cycle) const {
         std::string text;
-        for (std::size_t k = 0; k < std::min(blocks.size(), kMostNamesTold); ++k)
-            text += (k ? between : "") + Quoted(names[blocks[k]]);
-        return blocks.size() > kMostNamesTold ? text + between + "..." : text;
+        for (std::size_t k = 0; k < cycle.size(); ++k)
+            text += (k ? " -> " : "") + Quoted(names[cycle[k]]);
+        return text;
     }
 
     const QuorvelAudioBlocksChain& chain;
     const std::vector<std::string>& names;
+    ChainGaps gaps;  // grows by the links with faults
     std::map<GUID, std::size_t, GuidLess> positionOf;
+    std::set<GUID, GuidLess> sharedIds;  // of several blocks, or the null id: no block is meant
     std::set<std::pair<std::size_t, std::size_t>> links;
     std::vector<Positions> upstream;    // in the order of the links
     std::vector<Positions> downstream;  // the same
@@ -209,8 +273,9 @@ std::string ChainFault::Text(const std::vector<std::string>& names) const {
 }
 
 std::vector<ChainFault> FindChainFaults(const QuorvelAudioBlocksChain& chain,
-                                        const std::vector<std::string>& names) {
-    return ChainGraph(chain, names).FindFaults();
+                                        const std::vector<std::string>& names,
+                                        const ChainGaps& gaps) {
+    return ChainGraph(chain, names, gaps).FindFaults();
 }
 
 std::string FindChainFault(const QuorvelAudioBlocksChain& chain,

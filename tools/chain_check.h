@@ -2,9 +2,11 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "engine/guid_order.h"
 #include "profile/quorvel_audio_blocks_chain.h"
 
 namespace quorvel::tool {
@@ -20,15 +22,26 @@ struct ChainFault {
     std::string Text(const std::vector<std::string>& names) const;
 };
 
+// What of a chain could not be read. Faults that may only follow from it are not told.
+struct ChainGaps {
+    std::set<GUID, GuidLess> withoutKind{};  // blocks whose kind is unknown
+    std::set<GUID, GuidLess> linked{};       // blocks that a link that is missing may have linked
+    bool lacksLinks = false;                 // links are missing
+    bool mayLinkAny = false;                 // one of them may have linked any block
+};
+
 // Every fault that would leave something of the chain out of the graph or make the graph invalid:
-//   a block of unknown kind, without id, with an id met before, or that refuses its record;
+//   a block of unknown kind, without id, with an id met before, that refuses its record, or whose
+//   record asks for more channels than any sound has;
 //   a link whose end is not in the chain;
 //   cycles, each with its blocks in order;
 //   a block that is not linked to any other of the chain;
 //   several blocks that end the chain without one common beginning.
-// `names` are the blocks' names, one each.
+// `names` are the blocks' names, one each. What follows from a fault is not told beside it: a block
+// does not count as loose when a link that names it has a fault.
 std::vector<ChainFault> FindChainFaults(const QuorvelAudioBlocksChain& chain,
-                                        const std::vector<std::string>& names);
+                                        const std::vector<std::string>& names,
+                                        const ChainGaps& gaps = {});
 
 // The text of the first one; empty when there is none.
 std::string FindChainFault(const QuorvelAudioBlocksChain& chain,

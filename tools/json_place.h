@@ -31,15 +31,20 @@ class JsonPlace {
     std::string Text() const;
 
     // Reads a part that others do not depend on: its fault (a ToolError), when faults are
-    // collected, leaves the others to be read.
+    // collected, leaves the others to be read. Whether no fault was met in the part, however deep.
     template <typename Step>
-    void Attempt(Step&& step) const {
-        if (!faults) return step();
+    bool Attempt(Step&& step) const {
+        if (!faults) {
+            step();
+            return true;
+        }
+        const std::size_t before = faults->size();
         try {
             step();
         } catch (const ToolError& error) {
             faults->push_back(error.what());
         }
+        return faults->size() == before;
     }
 
   private:

@@ -5,7 +5,6 @@
 #include "client/quorvel_audio_device.h"
 #include "tools/exit_status.h"
 #include "tools/file_bytes.h"
-#include "tools/profile_json.h"
 
 namespace quorvel::tool {
 namespace {
@@ -31,12 +30,12 @@ void ReadTextForm(std::string text, NamedProfile& named) {
     }
 }
 
-ProfileForm ReadProfileBytes(std::string_view bytes, NamedProfile& named, FaultList* faults) {
+ProfileForm ReadProfileBytes(std::string_view bytes, NamedProfile& named, ProfileReading* reading) {
     if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
     const std::size_t first = bytes.find_first_not_of(kBlanks);
     if (first == std::string_view::npos) throw InvalidInput("not a profile: the file is empty");
     if (bytes[first] == '{' || bytes[first] == '[') {
-        ReadProfile(ParseJson(bytes), named, faults);
+        ReadProfile(ParseJson(bytes), named, reading);
         return ProfileForm::kJson;
     }
     ReadTextForm(std::string(bytes.substr(first)), named);
@@ -45,10 +44,10 @@ ProfileForm ReadProfileBytes(std::string_view bytes, NamedProfile& named, FaultL
 
 }  // namespace
 
-ProfileForm LoadProfile(const std::string& path, NamedProfile& named, FaultList* faults) {
+ProfileForm LoadProfile(const std::string& path, NamedProfile& named, ProfileReading* reading) {
     const std::string bytes = ReadFileBytes(path);
     try {
-        return ReadProfileBytes(bytes, named, faults);
+        return ReadProfileBytes(bytes, named, reading);
     } catch (const ToolError& error) {
         throw ToolError(error.Status(), path + ": " + error.what());
     }

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "tools/json_place.h"
 #include "tools/named_profile.h"
+#include "tools/profile_json.h"
 
 namespace quorvel::tool {
 
@@ -15,8 +15,9 @@ enum class ProfileForm { kJson, kText };
 // Reads a profile file into `named`, which must be empty. A file whose first character, blanks and
 // a byte order mark apart, opens a JSON object or array is JSON; any other is the text form.
 // Throws ToolError with the path: file when it cannot be read, invalid when it holds no valid
-// profile. With a list, faults of a JSON profile go there, as ReadProfile has it.
-ProfileForm LoadProfile(const std::string& path, NamedProfile& named, FaultList* faults = nullptr);
+// profile. With a `reading`, faults of a JSON profile go there, as ReadProfile has it.
+ProfileForm LoadProfile(const std::string& path, NamedProfile& named,
+                        ProfileReading* reading = nullptr);
 
 // The text form, one line.
 std::string ProfileText(NamedProfile& named);

@@ -12,8 +12,10 @@
 // reading refuses.
 #pragma once
 
-#include <string>
+#include <cstddef>
+#include <vector>
 
+#include "tools/chain_check.h"
 #include "tools/json_place.h"
 #include "tools/json_text.h"
 #include "tools/named_profile.h"
@@ -21,10 +23,28 @@
 
 namespace quorvel::tool {
 
+// Where one chain that was read stands in the document.
+struct ChainSource {
+    std::size_t position = 0;           // in "chains"
+    bool hasNumber = false;             // else the chain has the number 0
+    bool isWhole = false;               // no fault was met in it
+    std::vector<std::size_t> blocks{};  // by block of the chain: its position in "blocks"
+    std::vector<std::size_t> links{};   // by link: its position in "links"
+    ChainGaps gaps{};
+};
+
+// What reading met, where it goes on behind faults.
+struct ProfileReading {
+    FaultList faults{};                 // each with its place
+    std::vector<ChainSource> chains{};  // one for each of the profile, in its order
+};
+
 // Reads `document` into `named`, which must be empty. Throws ToolError (invalid) with the place of
-// the first fault. With a list, every fault that does not hide others goes there instead, and
-// `named` has what could be read: the blocks and names of chains with faults may then not match.
-void ReadProfile(const Json& document, NamedProfile& named, FaultList* faults = nullptr);
+// the first fault. With a `reading`, which must be empty too, every fault that does not hide others
+// goes there instead, and `named` has what could be read: chains may then share a number; a block
+// without a readable type has the null type, one whose record has a fault has none, one without an
+// id of its own has a fresh one, and one without a name is called by its id.
+void ReadProfile(const Json& document, NamedProfile& named, ProfileReading* reading = nullptr);
 
 OrderedJson WriteProfile(const NamedProfile& named);
 

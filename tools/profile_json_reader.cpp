@@ -1,10 +1,14 @@
+#include <array>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <set>
 #include <span>
+#include <utility>
 
 #include "engine/block_factory.h"
 #include "engine/guid_order.h"
+#include "profile/make_room.h"
 #include "profile/quorvel_audio_block.h"
 #include "tools/guid_text.h"
 #include "tools/hex_text.h"
@@ -91,114 +95,218 @@ std::vector<std::uint8_t> ReadRecordBytes(const Json& block, const GUID& typeId,
 class ChainReader {
   public:
     ChainReader(QuorvelAudioProfile& owner, QuorvelAudioBlocksChain& target,
-                std::vector<std::string>& blockNames)
-        : profile(owner), chain(target), names(blockNames) {}
+                std::vector<std::string>& blockNames, ChainSource& chainSource)
+        : profile(owner), chain(target), names(blockNames), source(chainSource) {}
 
     void Read(const Json& value, const JsonPlace& place) {
-        const Json& blocks = RequiredMember(value, "blocks", place);
-        RequireArray(blocks, place.Key("blocks"));
         const JsonPlace blocksPlace = place.Key("blocks");
-        for (std::size_t i = 0; i < blocks.size(); ++i)
-            blocksPlace.Attempt([&] { ReadBlock(blocks[i], blocksPlace.At(i)); });
+        lacksBlocks = !place.Attempt(
+            [&] { RequireArray(RequiredMember(value, "blocks", place), blocksPlace); });
+        if (!lacksBlocks) ReadBlocks(value["blocks"], blocksPlace);
         const Json* links = FindMember(value, "links");
         if (!links) return;
         const JsonPlace linksPlace = place.Key("links");
-        RequireArray(*links, linksPlace);
+        const bool hasLinks = place.Attempt([&] { RequireArray(*links, linksPlace); });
+        if (!hasLinks) return LoseLink();
         for (std::size_t i = 0; i < links->size(); ++i)
-            linksPlace.Attempt([&] { ReadLink((*links)[i], linksPlace.At(i)); });
+            linksPlace.Attempt([&] { ReadLink((*links)[i], linksPlace.At(i), i); });
     }
 
   private:
-    void ReadBlock(const Json& value, const JsonPlace& place) {
-        RequireObject(value, place);
+    void ReadBlocks(const Json& blocks, const JsonPlace& place) {
+        for (std::size_t i = 0; i < blocks.size(); ++i) {
+            const JsonPlace blockPlace = place.At(i);
+            if (place.Attempt([&] { RequireObject(blocks[i], blockPlace); }))
+                ReadBlock(blocks[i], blockPlace, i);
+            else
+                lacksBlocks = true;
+        }
+    }
+
+    void ReadBlock(const Json& value, const JsonPlace& place, std::size_t position) {
         RefuseUnknownKeys(
             value, {"name", "id", "type", "parameters", "data", "profileId", "chainId"}, place);
-        std::optional<GUID> typeId;
-        place.Attempt([&] {
+        GUID typeId{};
+        const bool hasType = place.Attempt([&] {
             const JsonPlace typePlace = place.Key("type");
             typeId = ReadType(RequiredMember(value, "type", place), typePlace);
         });
-        GUID id{};
-        place.Attempt([&] { id = ReadId(value, place); });
-        place.Attempt([&] { ReadName(value, place, id); });
-        if (typeId) AddBlock(value, *typeId, id, place);
+        const GUID id = ReadId(value, place);
+        std::string name = ReadName(value, place, id);
+        QuorvelAudioBlock block(&profile, &chain, typeId, id);
+        ReadOwners(value, place, block);
+        if (hasType)
+            ReadRecord(value, place, block);
+        else
+            source.gaps.withoutKind.insert(id);
+        chain.blocks.Add(block);
+        names.push_back(std::move(name));
+        source.blocks.push_back(position);
     }
 
+    // A block without an id that only it has gets a fresh one: it is there all the same.
     GUID ReadId(const Json& block, const JsonPlace& place) {
-        const GUID id = GuidOrFresh(block, place);
-        if (ids.insert(id).second) return id;
+        GUID id{};
+        const bool hasId = place.Attempt([&] { id = GuidOrFresh(block, place); });
+        if (hasId && place.Attempt([&] { ClaimId(id, place); })) return id;
+        lacksBlocks = lacksBlocks || !hasId;
+        id = FreshGuid(place);
+        ids.insert(id);
+        source.gaps.linked.insert(id);
+        return id;
+    }
+
+    void ClaimId(const GUID& id, const JsonPlace& place) {
+        if (ids.insert(id).second) return;
+        sharedIds.insert(id);
+        source.gaps.linked.insert(id);
         throw Refusal(place.Key("id"), "another block of the chain has this id");
     }
 
-    void AddBlock(const Json& value, const GUID& typeId, const GUID& id, const JsonPlace& place) {
-        QuorvelAudioBlock block(&profile, &chain, typeId, id);
-        if (const Json* other = FindMember(value, "profileId")) {
-            block.profileId = RequireGuid(*other, place.Key("profileId"));
-        }
-        if (const Json* other = FindMember(value, "chainId")) {
-            block.chainId = RequireUnsigned32(*other, place.Key("chainId"));
-        }
-        std::vector<std::uint8_t> record = ReadRecordBytes(value, typeId, place);
-        block.SetData(record.data(), static_cast<unsigned>(record.size()));
-        if (block.DataSize() != record.size()) throw Refusal(place, "out of memory");
-        chain.blocks.Add(block);
+    std::string ReadName(const Json& block, const JsonPlace& place, const GUID& id) {
+        std::string name;
+        const bool hasName = place.Attempt([&] { name = RequireName(block, place); });
+        if (hasName && place.Attempt([&] { ClaimName(name, id, place); })) return name;
+        source.gaps.linked.insert(id);
+        if (hasName) return name;
+        lacksBlocks = true;
+        return GuidText(id);
     }
 
-    void ReadName(const Json& block, const JsonPlace& place, const GUID& id) {
+    static std::string RequireName(const Json& block, const JsonPlace& place) {
         const JsonPlace namePlace = place.Key("name");
         const std::string& name = RequireText(RequiredMember(block, "name", place), namePlace);
         if (name.empty()) throw Refusal(namePlace, "must not be empty");
-        if (!idOfName.emplace(name, id).second) {
-            throw Refusal(namePlace, "another block of the chain is called " + Quoted(name));
-        }
-        names.push_back(name);
+        return name;
     }
 
-    void ReadLink(const Json& value, const JsonPlace& place) {
+    void ClaimName(const std::string& name, const GUID& id, const JsonPlace& place) {
+        const auto [other, isNew] = idOfName.emplace(name, id);
+        if (isNew) return;
+        if (other->second) source.gaps.linked.insert(*other->second);
+        other->second.reset();
+        throw Refusal(place.Key("name"), "another block of the chain is called " + Quoted(name));
+    }
+
+    void ReadOwners(const Json& value, const JsonPlace& place, QuorvelAudioBlock& block) const {
+        if (const Json* other = FindMember(value, "profileId")) {
+            place.Attempt([&] { block.profileId = RequireGuid(*other, place.Key("profileId")); });
+        }
+        if (const Json* other = FindMember(value, "chainId")) {
+            place.Attempt([&] { block.chainId = RequireUnsigned32(*other, place.Key("chainId")); });
+        }
+    }
+
+    // A record in part would only lead to further faults.
+    static void ReadRecord(const Json& value, const JsonPlace& place, QuorvelAudioBlock& block) {
+        std::vector<std::uint8_t> record;
+        const bool isWhole =
+            place.Attempt([&] { record = ReadRecordBytes(value, block.typeId, place); });
+        if (!isWhole) return;
+        block.SetData(record.data(), static_cast<unsigned>(record.size()));
+        if (block.DataSize() != record.size()) throw Refusal(place, "out of memory");
+    }
+
+    void ReadLink(const Json& value, const JsonPlace& place, std::size_t position) {
         if (!value.is_array() || value.size() != 2) {
+            LoseLink();
             throw Refusal(place, "must be a pair of blocks");
         }
+        std::array<std::optional<GUID>, 2> ends;
+        for (std::size_t k = 0; k < ends.size(); ++k)
+            place.Attempt([&] { ends[k] = ReadLinkEnd(value[k], place.At(k)); });
+        if (ends[0] && ends[1]) return AddLink(*ends[0], *ends[1], position);
+        source.gaps.lacksLinks = true;
+        for (const std::optional<GUID>& end : ends)
+            if (end) source.gaps.linked.insert(*end);
+    }
+
+    void AddLink(const GUID& sourceId, const GUID& destinationId, std::size_t position) {
         _QuorvelAudioBlockLink link;
         link.profileId = profile.id;
         link.chainId = chain.id;
-        link.sourceBlockId = ReadLinkEnd(value[0], place.At(0));
-        link.destinationBlockId = ReadLinkEnd(value[1], place.At(1));
+        link.sourceBlockId = sourceId;
+        link.destinationBlockId = destinationId;
         chain.links.Add(link);
+        source.links.push_back(position);
     }
 
-    GUID ReadLinkEnd(const Json& value, const JsonPlace& place) const {
+    // Empty where the end may be a block that was told to be at fault.
+    std::optional<GUID> ReadLinkEnd(const Json& value, const JsonPlace& place) {
+        if (!value.is_string()) LoseLink();
         const std::string& end = RequireText(value, place);
         const auto named = idOfName.find(end);
         if (named != idOfName.end()) return named->second;
         const std::optional<GUID> id = ParseGuid(end);
+        if (id && sharedIds.contains(*id)) return {};
+        if (lacksBlocks && !(id && ids.contains(*id))) return {};
         if (!id) throw Refusal(place, "no block of the chain is called " + Quoted(end));
-        return *id;
+        return id;
+    }
+
+    void LoseLink() {
+        source.gaps.lacksLinks = true;
+        source.gaps.mayLinkAny = true;
     }
 
     QuorvelAudioProfile& profile;
     QuorvelAudioBlocksChain& chain;
     std::vector<std::string>& names;
-    std::map<std::string, GUID> idOfName;
+    ChainSource& source;
+    std::map<std::string, std::optional<GUID>> idOfName;  // empty: of several blocks
     std::set<GUID, GuidLess> ids;
+    std::set<GUID, GuidLess> sharedIds;
+    bool lacksBlocks = false;  // some are unknown, or known without the name or the id
 };
 
-void ReadChain(const Json& value, const JsonPlace& place, NamedProfile& named) {
-    RequireObject(value, place);
-    RefuseUnknownKeys(value, {"number", "blocks", "links"}, place);
-    const JsonPlace numberPlace = place.Key("number");
-    const auto number = RequireUnsigned32(RequiredMember(value, "number", place), numberPlace);
-    if (named.profile.GetChain(number, false)) {
-        throw Refusal(numberPlace, "another chain has this number");
+// Reads the chains of the profile.
+class ChainsReader {
+  public:
+    ChainsReader(NamedProfile& target, std::vector<ChainSource>& chainSources)
+        : named(target), sources(chainSources) {}
+
+    void Read(const Json& chains, const JsonPlace& place) {
+        RequireArray(chains, place);
+        for (std::size_t i = 0; i < chains.size(); ++i) {
+            const std::size_t before = sources.size();
+            const bool isWhole = place.Attempt([&] { ReadChain(chains[i], place.At(i), i); });
+            if (sources.size() > before) sources.back().isWhole = isWhole;
+        }
     }
-    QuorvelAudioBlocksChain* chain = named.profile.GetChain(number, true);
-    if (!chain) throw Refusal(place, "out of memory");
-    ChainReader(named.profile, *chain, named.names.emplace_back()).Read(value, place);
-}
+
+  private:
+    void ReadChain(const Json& value, const JsonPlace& place, std::size_t position) {
+        RequireObject(value, place);
+        RefuseUnknownKeys(value, {"number", "blocks", "links"}, place);
+        std::optional<std::uint32_t> number;
+        place.Attempt([&] { ReadNumber(value, place, number); });
+        QuorvelAudioBlocksChain empty(&named.profile, number.value_or(0));
+        QuorvelAudioBlocksChain* chain = TryAdd(named.profile.chains, empty);
+        if (!chain) throw Refusal(place, "out of memory");
+        ChainSource& source = sources.emplace_back();
+        source.position = position;
+        source.hasNumber = number.has_value();
+        ChainReader(named.profile, *chain, named.names.emplace_back(), source).Read(value, place);
+    }
+
+    void ReadNumber(const Json& value, const JsonPlace& place,
+                    std::optional<std::uint32_t>& number) {
+        const JsonPlace numberPlace = place.Key("number");
+        number = RequireUnsigned32(RequiredMember(value, "number", place), numberPlace);
+        if (!numbers.insert(*number).second)
+            throw Refusal(numberPlace, "another chain has this number");
+    }
+
+    NamedProfile& named;
+    std::vector<ChainSource>& sources;
+    std::set<std::uint32_t> numbers;
+};
 
 }  // namespace
 
-void ReadProfile(const Json& document, NamedProfile& named, FaultList* faults) {
-    const JsonPlace place(faults);
+void ReadProfile(const Json& document, NamedProfile& named, ProfileReading* reading) {
+    ProfileReading unasked;
+    const JsonPlace place(reading ? &reading->faults : nullptr);
     RequireObject(document, place);
     RefuseUnknownKeys(document, {"$schema", "id", "purpose", "paths", "chains"}, place);
     place.Attempt([&] { named.profile.id = GuidOrFresh(document, place); });
@@ -208,11 +316,9 @@ void ReadProfile(const Json& document, NamedProfile& named, FaultList* faults) {
     if (const Json* paths = FindMember(document, "paths")) {
         place.Attempt([&] { ReadPaths(*paths, place.Key("paths"), named.profile); });
     }
-    const Json& chains = RequiredMember(document, "chains", place);
-    const JsonPlace chainsPlace = place.Key("chains");
-    RequireArray(chains, chainsPlace);
-    for (std::size_t i = 0; i < chains.size(); ++i)
-        chainsPlace.Attempt([&] { ReadChain(chains[i], chainsPlace.At(i), named); });
+    ChainsReader reader(named, (reading ? *reading : unasked).chains);
+    place.Attempt(
+        [&] { reader.Read(RequiredMember(document, "chains", place), place.Key("chains")); });
 }
 
 }  // namespace quorvel::tool

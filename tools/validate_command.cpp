@@ -1,6 +1,10 @@
+#include <algorithm>
+#include <map>
 #include <memory>
+#include <utility>
 
 #include "profile/quorvel_audio_block.h"
+#include "tools/band_check.h"
 #include "tools/chain_graph.h"
 #include "tools/chain_options.h"
 #include "tools/exit_status.h"
@@ -20,40 +24,55 @@ struct Options {
     std::uint32_t sampleRate = 48000;
 };
 
-// Says every fault of one profile.
+// "2 channels", "2, 6 and 8 channels".
+std::string WidthsText(const std::vector<std::uint32_t>& widths) {
+    std::string text;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        if (i > 0) text += i + 1 < widths.size() ? ", " : " and ";
+        text += std::to_string(widths[i]);
+    }
+    return text + (widths.back() == 1 ? " channel" : " channels");
+}
+
+// Says every fault of one profile. What shows only in the built graph is looked for in chains
+// without any other fault.
 class Validation {
   public:
     explicit Validation(const Options& given) : options(given) {}
 
     // How many there are.
     std::size_t Run() {
-        FaultList misread;
-        isJson = LoadProfile(options.profile, named, &misread) == ProfileForm::kJson;
-        for (const std::string& fault : misread)
+        LoadProfile(options.profile, named, &reading);
+        for (const std::string& fault : reading.faults)
             Tell(fault);
         for (unsigned i = 0; i < named.profile.chains.Count(); ++i)
-            if (!HasMisreadPart(misread, i)) CheckChain(i);
+            CheckChain(i);
         return count;
     }
 
   private:
-    static std::string ChainPlace(unsigned i) { return "$.chains[" + std::to_string(i) + "]"; }
+    // The same in graphs of several widths.
+    struct GraphFault {
+        ChainFault fault;
+        std::vector<std::uint32_t> widths;
+    };
 
-    // What could be read of such a chain would only lead to further faults.
-    bool HasMisreadPart(const FaultList& misread, unsigned i) const {
-        for (const std::string& fault : misread)
-            if (fault.starts_with(ChainPlace(i)) || fault.starts_with("$.chains:")) return true;
-        return false;
+    // Null for a chain of the text form.
+    const ChainSource* Source(unsigned i) const {
+        return i < reading.chains.size() ? &reading.chains[i] : nullptr;
     }
 
     void CheckChain(unsigned i) {
         const QuorvelAudioBlocksChain& chain = named.profile.chains.Item(i);
-        const auto faults = FindChainFaults(chain, named.names[i]);
+        const ChainSource* const source = Source(i);
+        const auto faults =
+            FindChainFaults(chain, named.names[i], source ? source->gaps : ChainGaps{});
         for (const ChainFault& fault : faults)
             Tell(i, "", fault);
-        if (!faults.empty()) return;
-        for (const std::uint32_t width : Widths(chain))
-            CheckGraph(i, width);
+        for (const ChainFault& fault : FindBandFaults(chain, options.sampleRate))
+            Tell(i, "", fault);
+        const bool isWhole = !source || source->isWhole;
+        if (isWhole && faults.empty()) CheckGraphs(i);
     }
 
     // Those that the engine brings: of the headset, and of the microphone.
@@ -63,31 +82,52 @@ class Validation {
         return {2, 6, 8};
     }
 
-    void CheckGraph(unsigned i, std::uint32_t width) {
+    void CheckGraphs(unsigned i) {
+        std::vector<GraphFault> found;
+        std::map<std::pair<std::optional<std::size_t>, std::string>, std::size_t> known;
+        for (const std::uint32_t width : Widths(named.profile.chains.Item(i))) {
+            for (ChainFault& fault : GraphFaults(i, width)) {
+                const auto [place, isNew] =
+                    known.emplace(std::pair(fault.block, fault.what), found.size());
+                if (isNew) found.push_back({std::move(fault), {}});
+                auto& widths = found[place->second].widths;
+                if (std::ranges::find(widths, width) == widths.end()) widths.push_back(width);
+            }
+        }
+        for (const auto& [fault, widths] : found)
+            Tell(i, " with " + WidthsText(widths) + " in", fault);
+    }
+
+    std::vector<ChainFault> GraphFaults(unsigned i, std::uint32_t width) const {
         const QuorvelAudioBlocksChain& chain = named.profile.chains.Item(i);
-        const std::string with = " with " + std::to_string(width) + " channels in";
         AudioGraph graph;
         SetUpChainGraph(graph, chain, {.channels = width, .sampleRate = options.sampleRate});
-        if (!graph.IsValid()) return Tell(i, with, {.what = "the graph cannot be built"});
-        for (const ChainFault& fault : FindGraphFaults(graph, chain))
-            Tell(i, with, fault);
+        if (!graph.IsValid()) return {{.what = "the graph cannot be built"}};
+        return FindGraphFaults(graph, chain, named.names[i]);
     }
 
     void Tell(unsigned i, const std::string& with, const ChainFault& fault) {
         const QuorvelAudioBlocksChain& chain = named.profile.chains.Item(i);
-        std::string text = "chain " + std::to_string(chain.id) + with + ", " +
-                           fault.Text(named.names[i]) +
-                           (fault.advice.empty() ? "" : "; " + fault.advice);
+        const ChainSource* const source = Source(i);
+        const bool hasNumber = !source || source->hasNumber;
+        std::string text = hasNumber ? "chain " + std::to_string(chain.id) : "chain without number";
+        text.append(with).append(", ").append(fault.Text(named.names[i]));
+        if (!fault.advice.empty()) text.append("; ").append(fault.advice);
         if (fault.block)
             text += "\n    block " + GuidText(chain.blocks.Item(unsigned(*fault.block)).id);
-        if (isJson) text += (fault.block ? " at " : "\n    at ") + Place(i, fault);
+        if (source) text += (fault.block ? " at " : "\n    at ") + Place(*source, fault);
         Tell(text);
     }
 
-    static std::string Place(unsigned i, const ChainFault& fault) {
-        if (fault.block) return ChainPlace(i) + ".blocks[" + std::to_string(*fault.block) + "]";
-        if (fault.link) return ChainPlace(i) + ".links[" + std::to_string(*fault.link) + "]";
-        return ChainPlace(i) + ".links";
+    static std::string Place(const ChainSource& source, const ChainFault& fault) {
+        const JsonPlace document;
+        const JsonPlace chains = document.Key("chains");
+        const JsonPlace chain = chains.At(source.position);
+        const JsonPlace blocks = chain.Key("blocks");
+        const JsonPlace links = chain.Key("links");
+        if (fault.block) return blocks.At(source.blocks[*fault.block]).Text();
+        if (fault.link) return links.At(source.links[*fault.link]).Text();
+        return links.Text();
     }
 
     void Tell(const std::string& fault) {
@@ -97,7 +137,7 @@ class Validation {
 
     const Options& options;
     NamedProfile named{};
-    bool isJson = false;
+    ProfileReading reading{};
     std::size_t count = 0;
 };
 

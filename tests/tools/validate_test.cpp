@@ -1,4 +1,6 @@
 // `quorvel validate`: every fault at once, each with its place and what to do.
+#include <array>
+
 #include "tests/tools/tool_run.h"
 
 namespace quorvel::tool {
@@ -81,19 +83,124 @@ TEST_F(Validate, FindsBlocksThatDoNothing) {
              ["join", "out"])"},
          {R"({"name": "seven", "type": "StreamExpanderBlock", "parameters": {"targetChannels": 7}},
              {"name": "lost", "type": "BypassBlock"})",
-          R"(["seven", "lost"])"}},
+          R"(["seven", "lost"])"},
+         {R"({"name": "vast", "type": "ChannelsCombinerBlock", "data": "01000000f0ffff7f"})", ""}},
         {"with 6 channels in, block \"expand\": is asked to narrow 6 channels (FL FR FC LFE SL SR) "
          "to 4",
          "block \"bank\": band 1 has no frequency or no width: all its bands are bypassed",
          "block \"join\": leaves a channel of its 5 without an input",
          "block \"out\": does not render 5 channels",
-         "block \"lost\": has no fold-down from 7 channels"},
-        5, "--channels 6");
+         "block \"lost\": has no fold-down from 7 channels",
+         "block \"vast\": asks for 2147483633 channels"},
+        6, "--channels 6");
     WriteChain("high.json", R"({"name": "eq", "type": "NotchFilterBlock",
         "parameters": {"bands": [{"frequency": 5000, "width": 1}]}})");
     EXPECT_EQ(Tool("validate high.json").out, "high.json: valid\n");
     const Result slow = Tool("validate high.json --rate 8000 --channels 2");
     EXPECT_NE(slow.out.find("band 1 lies above half the sample rate"), std::string::npos);
+}
+
+// Blocks of a ring "k0" -> "k1" -> ... -> "k0", and its links.
+std::array<std::string, 2> Ring(int size) {
+    std::array<std::string, 2> ring;
+    for (int i = 0; i < size; ++i) {
+        const std::string comma = i ? ", " : "";
+        const std::string name = "\"k" + std::to_string(i) + "\"";
+        ring[0] += comma + R"({"type": "GainBlock", "name": )" + name + "}";
+        ring[1] += comma + "[" + name + ", \"k" + std::to_string((i + 1) % size) + "\"]";
+    }
+    return ring;
+}
+
+TEST_F(Validate, LooksAtWhatCouldBeReadOfAChain) {
+    const auto [blocks, links] = Ring(12);
+    const std::string odd = blocks + R"(, {"name": "loose", "type": "GainBlock"}, 5,
+        {"name": "bank", "type": "NotchFilterBlock", "parameters":
+         {"bands": [{"frequency": "low", "width": 1}]}},
+        {"name": "far", "type": "NoBlock"}, {"type": "GainBlock"},
+        {"name": "twin", "type": "GainBlock"}, {"name": "twin", "type": "GainBlock"})";
+    const std::string odder = links + R"(, ["five", "bank"], ["bank", "far"], ["twin", "twin"])";
+    ExpectFaults({{odd.c_str(), odder.c_str()}},
+                 {"a cycle: \"k0\" -> \"k1\" -> ", "\"k10\" -> \"k11\" -> \"k0\"; remove",
+                  "block \"loose\": is not linked", "at $.chains[0].blocks[12]",
+                  "$.chains[0].blocks[13]: must be an object", "bands[0].frequency: must be",
+                  "blocks[15].type: unknown", "blocks[16].name: is required",
+                  "blocks[18].name: another block of the chain is called \"twin\""},
+                 7);
+    // What is missing may be what would have linked the blocks.
+    for (const char* lost : {"5", R"(["p", 5])", R"(["p", "pp"])"})
+        ExpectFaults({{R"({"name": "p", "type": "GainBlock"}, {"name": "q", "type": "GainBlock"})",
+                       (std::string(R"(["q", "p"], )") + lost).c_str()}},
+                     {"$.chains[0].links[1]"}, 1);
+}
+
+TEST_F(Validate, KnowsWhichChainOfTheFileAFaultIsIn) {
+    const std::string ring = R"("blocks": [{"name": "r", "type": "GainBlock"}],
+        "links": [["r", "r"]]})";
+    Write("p.json", R"({"chains": [5, {"number": 3, )" + ring + R"(, {"number": 3, )" + ring +
+                        ", {" + ring + "]}");
+    const Result told = Tool("validate p.json");
+    for (const char* message :
+         {"$.chains[0]: must be an object", "$.chains[2].number: another chain has this number",
+          "$.chains[3].number: is required", "chain 3, the links form", "at $.chains[1].links",
+          "at $.chains[2].links", "chain without number, the links form", "at $.chains[3].links"})
+        EXPECT_NE(told.out.find(message), std::string::npos) << message << "\n" << told.out;
+    EXPECT_NE(told.error.find(": 6 faults"), std::string::npos) << told.out;
+}
+
+TEST_F(Validate, TellsEveryBandAndAFaultOfSeveralWidthsOnce) {
+    ExpectFaults(
+        {{R"({"name": "eq", "type": "LowPassFilterBlock", "parameters": {"bands": [
+              {"frequency": 30000, "width": 1}, {"frequency": 90, "width": 1},
+              {"frequency": 24000, "width": 1}]}},
+             {"name": "wide", "type": "StereoExpanderBlock", "parameters": {
+              "lowPassBand": {"frequency": 25000, "width": 1},
+              "highPassBand": {"frequency": 90, "width": 1}}},
+             {"name": "raw", "type": "NotchFilterBlock",
+              "data": "010000000000c842000080bf000000000000"},
+             {"name": "left", "type": "ChannelExtractorBlock", "parameters": {"channelIndex": 2}})",
+          R"(["eq", "wide"], ["wide", "raw"], ["raw", "left"])"}},
+        {"block \"eq\": band 1 lies above half the sample rate: its filter may run away; move it "
+         "below 24000 Hz",
+         "band 3 lies at half the sample rate", "block \"wide\": lowPassBand lies above",
+         "block \"raw\": band 1 gives a filter that is not stable",
+         "chain 1 with 2, 6 and 8 channels in, block \"left\": takes channelIndex 2 (counted from "
+         "0) of 2 channels (FL FR): it gives silence; give it a channelIndex of 0 to 1"},
+        5);
+}
+
+TEST_F(Validate, LooksAtWhatIsCombinedAndAtTheGraphsOwnBlocks) {
+    constexpr const char* kEnds =
+        R"({"name": "in", "type": "MixerBlock"}, {"name": "same", "type": "GainBlock"},
+           {"name": "one", "type": "ChannelExtractorBlock"})";
+    ExpectFaults(
+        {{R"({"name": "in", "type": "MixerBlock"}, {"name": "one", "type": "ChannelExtractorBlock"},
+             {"name": "two", "type": "ChannelExtractorBlock"},
+             {"name": "few", "type": "ChannelsCombinerBlock", "parameters": {"channelOffsets": [1]}},
+             {"name": "same", "type": "ChannelsCombinerBlock",
+              "parameters": {"channelOffsets": [0, -1, 2, 1]}},
+             {"name": "sum", "type": "BypassBlock"})",
+          R"(["in", "one"], ["in", "two"], ["one", "few"], ["two", "few"], ["few", "same"],
+             ["two", "same"], ["one", "same"], ["few", "sum"], ["one", "sum"], ["few", "same"],
+             ["in", "same"], ["same", "sum"])"},
+         {kEnds, R"(["in", "one"], ["in", "same"])"}},
+        {"block \"few\": has channelOffsets for 1 of its 2 inputs: at channel 0 it adds what comes "
+         "from \"two\"",
+         "block \"same\": adds its inputs \"few\" and \"in\", which overlap from channel 1 on",
+         "block \"sum\": takes the 1 channel (FC) of \"one\" for FL of the widest input's",
+         "chain 2 with 7 channels in, the sum of its ends takes the 1 channel (FC) of "
+         "\"one\" for FL",
+         "the sum of its ends has 7 channels"},
+        6, "--channels 7");
+    const Result games = Tool("validate \"$PROFILES\"/games.json --channels 2 5 7");
+    EXPECT_EQ(games.status, 1);
+    for (const char* width : {"5", "7"})
+        EXPECT_NE(games.out.find(std::string("with ") + width +
+                                 " channels in, block \"limiter\": "
+                                 "ends the chain with " +
+                                 width + " channels"),
+                  std::string::npos)
+            << games.out;
 }
 
 TEST_F(Validate, TakesTheSampleProfiles) {
