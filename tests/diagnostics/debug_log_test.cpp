@@ -40,7 +40,8 @@ TEST_F(DebugLog, TheVerbosityChoosesTheLevels) {
             EXPECT_EQ(text.ends_with(": text"), level >= 0 && level <= std::min(verbosity, 5));
             EXPECT_EQ(logSettings.wasUsed, !text.empty()) << level;
             const std::string line = Shown([&] { WriteLogLine(level, u"line"); });
-            EXPECT_EQ(line, level <= std::min(verbosity, 5) ? "line" : "") << level << " of " << verbosity;
+            EXPECT_EQ(line, level <= std::min(verbosity, 5) ? "line" : "")
+                << level << " of " << verbosity;
         }
     }
 }
