@@ -26,7 +26,7 @@ constexpr std::size_t kWarmUpBuffers = 100;
 
 struct Options {
     std::string profile{};
-    std::uint32_t chain = kHeadsetChain;
+    std::optional<std::uint32_t> chain{};
     ChainFormat format{};
     std::size_t buffers = 5000;
 };

@@ -43,7 +43,11 @@ void BuildObserved(AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
 
 }  // namespace
 
-ChosenChain ChooseChain(NamedProfile& named, const std::string& path, std::uint32_t number) {
+ChosenChain ChooseChain(NamedProfile& named, const std::string& path,
+                        std::optional<std::uint32_t> chosenNumber) {
+    const bool isOnly = named.profile.chains.Count() == 1;
+    const std::uint32_t number =
+        chosenNumber.value_or(isOnly ? named.profile.chains.Item(0).id : kHeadsetChain);
     std::string numbers;
     for (unsigned i = 0; i < named.profile.chains.Count(); ++i) {
         const QuorvelAudioBlocksChain& chain = named.profile.chains.Item(i);

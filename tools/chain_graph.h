@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,9 +23,11 @@ struct ChosenChain {
     const std::vector<std::string>& names;  // of its blocks, in their order
 };
 
-// The chain with the number, checked. Throws ToolError (invalid), which begins with `path`, when
-// there is none or a graph cannot be made of it.
-ChosenChain ChooseChain(NamedProfile& named, const std::string& path, std::uint32_t number);
+// The chain with the number, checked; without a number the only one, or the headset's. Throws
+// ToolError (invalid), which begins with `path`, when there is none or a graph cannot be made of
+// it.
+ChosenChain ChooseChain(NamedProfile& named, const std::string& path,
+                        std::optional<std::uint32_t> number);
 
 struct ChainFormat {
     std::uint32_t channels = 2;  // of the input

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 
 #include "tools/chain_graph.h"
@@ -13,9 +14,9 @@ inline void AddProfileOption(CLI::App& command, std::string& profile) {
     command.add_option("PROFILE", profile, "Profile, JSON or text form")->required();
 }
 
-// --chain, whose default is what `number` holds.
-inline void AddChainOption(CLI::App& command, std::uint32_t& number) {
-    command.add_option("--chain", number, "Number of the chain")->capture_default_str();
+// --chain.
+inline void AddChainOption(CLI::App& command, std::optional<std::uint32_t>& number) {
+    command.add_option("--chain", number, "Number of the chain; the only one, or 1, when left out");
 }
 
 // --channels, --out-channels and --rate, whose defaults are what `format` holds.

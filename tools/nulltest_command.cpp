@@ -26,7 +26,7 @@ struct Options {
     std::string first{};
     std::string second{};
     std::string input{};
-    std::uint32_t chain = kHeadsetChain;
+    std::optional<std::uint32_t> chain{};
     std::uint32_t channels = 2;
     double toleranceDb = -144.0;
     double mostShiftMs = 50.0;

@@ -31,8 +31,8 @@ DrawnChain::DrawnChain(const PictureOptions& options)
     if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
     title = named.purpose.empty() ? options.profile : named.purpose;
     subtitle =
-        Formatted("chain %u, %u channels in, %u out, %u Hz", options.chain, options.format.channels,
-                  options.format.outChannels, options.format.sampleRate);
+        Formatted("chain %u, %u channels in, %u out, %u Hz", chosen.chain.id,
+                  options.format.channels, options.format.outChannels, options.format.sampleRate);
 }
 
 }  // namespace quorvel::tool

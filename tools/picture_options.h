@@ -14,7 +14,7 @@ enum class PictureForm { kSvg, kPng, kScript };
 struct PictureOptions {
     std::string profile{};
     std::string out{};  // empty: standard output
-    std::uint32_t chain = kHeadsetChain;
+    std::optional<std::uint32_t> chain{};
     ChainFormat format{};
 };
 

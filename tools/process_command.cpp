@@ -26,7 +26,7 @@ struct Options {
     std::string profile{};
     std::string in{};
     std::string out{};
-    std::uint32_t chain = 1;
+    std::optional<std::uint32_t> chain{};
     std::uint32_t channels = 2;
     std::int32_t frames = 480;
     std::uint32_t holdMs = 0;
