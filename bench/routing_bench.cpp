@@ -202,7 +202,7 @@ BENCHMARK_CAPTURE(Expander, 2_to_8, 2, 0, ExpandZeroFill)->Apply(Timing);
 BENCHMARK_CAPTURE(Expander, 6_to_8, 6, 0, ExpandZeroFill)->Apply(Timing);
 BENCHMARK_CAPTURE(Expander, mono_to_all_8, 1, 1, ExpandMonoToAll)->Apply(Timing);
 BENCHMARK_CAPTURE(Expander, mono_to_pair_of_8, 1, 2, ExpandMonoToStereo)->Apply(Timing);
-BENCHMARK(StereoExpander)->ArgName("channels")->Arg(2)->Arg(8)->Apply(Timing);
+BENCHMARK(StereoExpander)->ArgName("channels")->Arg(2)->Arg(6)->Arg(8)->Apply(Timing);
 
 }  // namespace
 }  // namespace quorvel

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "bench/buffers.h"
+#include "blocks/external_surround_block.h"
 #include "blocks/surround/matrix_decoder_stage.h"
 #include "blocks/surround/stereo_renderer_stage.h"
 #include "blocks/surround_block.h"
@@ -97,6 +98,23 @@ void Surround(benchmark::State& bench, int32_t first, int32_t step) {
 BENCHMARK_CAPTURE(Surround, off, 0, 0)->Arg(2)->Arg(6)->Arg(8);
 BENCHMARK_CAPTURE(Surround, on, 1, 0)->Arg(2)->Arg(6)->Arg(8);
 BENCHMARK_CAPTURE(Surround, fading, 1, 1)->Arg(2)->Arg(6)->Arg(8);
+
+// The substitute engine, which renders every speaker by itself.
+void ExternalSurround(benchmark::State& bench) {
+    const auto block = std::make_unique<ExternalSurroundBlock>(GUID{});
+    const ExternalSurroundParameters parameters{.effectEnabled = 1};
+    block->SetParameters(&parameters);
+    const auto channels = static_cast<int32_t>(bench.range(0));
+    block->SetFormat(channels, DefaultChannelMask(static_cast<uint32_t>(channels)), 48000);
+    std::vector<float> in = Noise(channels), out(2 * kFrames);
+    for (auto _ : bench) {
+        block->Process(in.data(), out.data(), kFrames);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    Report(bench);
+}
+BENCHMARK(ExternalSurround)->Arg(2)->Arg(6)->Arg(8);
 
 }  // namespace
 }  // namespace quorvel
