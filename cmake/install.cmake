@@ -18,7 +18,8 @@ set(manual ${CMAKE_BINARY_DIR}/quorvel.1.gz)
 set(completion ${CMAKE_BINARY_DIR}/quorvel.bash)
 add_custom_command(
   OUTPUT ${manual} ${completion}
-  COMMAND quorvel_tool manual man | gzip -9n > ${manual}
+  COMMAND quorvel_tool manual man > ${CMAKE_BINARY_DIR}/quorvel.1
+  COMMAND gzip -9nkf ${CMAKE_BINARY_DIR}/quorvel.1
   COMMAND quorvel_tool manual bash > ${completion}
   DEPENDS quorvel_tool
   VERBATIM)

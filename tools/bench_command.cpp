@@ -10,6 +10,7 @@
 #include "tools/formatted_print.h"
 #include "tools/json_place.h"
 #include "tools/observed_block.h"
+#include "tools/printable.h"
 #include "tools/profile_file.h"
 #include "tools/progress_bar.h"
 #include "tools/subcommands.h"

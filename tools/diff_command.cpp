@@ -6,6 +6,7 @@
 #include "tools/exit_status.h"
 #include "tools/formatted_print.h"
 #include "tools/frequency_grid.h"
+#include "tools/printable.h"
 #include "tools/profile_difference.h"
 #include "tools/profile_file.h"
 #include "tools/response_measurement.h"
@@ -42,7 +43,7 @@ Change CompareResponses(const MeasuredResponse& before, const MeasuredResponse& 
             const double changeDb = after.LevelDb(i, c) - before.LevelDb(i, c);
             row += Formatted("  %+8.2f dB", changeDb);
             differs |= std::fabs(changeDb) >= kAudibleDb;
-            if (std::fabs(changeDb) > std::fabs(change.largestDb))
+            if (std::fabs(changeDb) > std::fabs(change.largestDb) + kAudibleDb)
                 change.largestDb = changeDb, change.frequency = frequency;
             const double distance = std::abs(after.At(i, c) - before.At(i, c));
             change.turns |= distance > kAudiblePart * std::abs(before.At(i, c));
@@ -81,6 +82,16 @@ void TellResponses(const QuorvelAudioBlocksChain& before, const QuorvelAudioBloc
     if (areSame) Print("  the measured responses are the same\n");
 }
 
+// What cannot be measured is told, and the other chains go on.
+void TryResponses(const QuorvelAudioBlocksChain& before, const QuorvelAudioBlocksChain& after,
+                  const ChainFormat& format) {
+    try {
+        TellResponses(before, after, format);
+    } catch (const ToolError& error) {
+        WriteStandardOutput(std::string("  not measured: ") + error.what() + "\n");
+    }
+}
+
 const QuorvelAudioBlocksChain* FindChain(const NamedProfile& named, std::uint32_t number) {
     for (unsigned i = 0; i < named.profile.chains.Count(); ++i)
         if (named.profile.chains.Item(i).id == number) return &named.profile.chains.Item(i);
@@ -102,7 +113,7 @@ void CompareChains(const NamedProfile& before, const NamedProfile& after,
         Print("\nchain %u, %u channels in, %u out, %u Hz\n", chain.id, format.channels,
               format.outChannels, format.sampleRate);
         if (IsPlayable(*old, format) && IsPlayable(chain, format))
-            TellResponses(*old, chain, format);
+            TryResponses(*old, chain, format);
         else
             Print("  nothing to measure: a graph cannot be built\n");
     }

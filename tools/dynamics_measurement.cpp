@@ -8,11 +8,13 @@
 #include "engine/block_factory.h"
 #include "engine/block_type_ids.h"
 #include "engine/channel_masks.h"
+#include "tools/exit_status.h"
 #include "tools/observed_block.h"
 
 namespace quorvel::tool {
 namespace {
 
+constexpr std::uint32_t kCurveRate = 8000;  // Hz; levels do not depend on it
 constexpr double kLeastSettlingSeconds = 2.0;
 constexpr double kSettledAttacks = 6.0;  // time constants; the rest is a fraction of a dB
 constexpr double kLoudestDb = 200.0;     // what a chart can still show of a runaway
@@ -46,7 +48,10 @@ std::vector<float> Run(const QuorvelAudioBlock& stored, std::uint32_t sampleRate
     graph.SetFormats(&mono.Format, &mono.Format);
     std::vector<float> out(in.size());
     graph.Process(in.data(), out.data(), static_cast<std::int32_t>(in.size()));
-    recorder.samples.resize(in.size());  // silence is not processed
+    recorder.samples.resize(in.size());
+    const auto isFinite = [](float sample) { return std::isfinite(sample); };
+    if (!std::ranges::all_of(recorder.samples, isFinite))
+        throw InvalidInput("what a compressor, limiter or gate gives is not finite");
     return std::move(recorder.samples);
 }
 
@@ -55,7 +60,6 @@ float Amplitude(double decibels) {
 }
 
 double Decibels(double amplitude) {
-    if (std::isnan(amplitude)) return kSilenceDb;
     return std::clamp(20.0 * std::log10(amplitude), kSilenceDb, kLoudestDb);
 }
 
@@ -92,16 +96,15 @@ std::size_t Delay(const QuorvelAudioBlock& block, std::uint32_t sampleRate) {
 
 }  // namespace
 
-std::vector<LevelPoint> MeasureStaticCurve(const QuorvelAudioBlock& block,
-                                           std::uint32_t sampleRate) {
+std::vector<LevelPoint> MeasureStaticCurve(const QuorvelAudioBlock& block) {
     std::vector<LevelPoint> curve;
     const double seconds =
         std::max(kLeastSettlingSeconds, kSettledAttacks * TimesOf(block).attackMs / 1000.0);
-    std::vector<float> in(static_cast<std::size_t>(seconds * sampleRate));
+    std::vector<float> in(static_cast<std::size_t>(seconds * kCurveRate));
     for (int level = kLowestDb; level <= kHighestDb; ++level) {
         for (std::size_t i = 0; i < in.size(); ++i)
-            in[i] = Amplitude(level) * Sign(i, sampleRate);
-        const std::vector<float> out = Run(block, sampleRate, in);
+            in[i] = Amplitude(level) * Sign(i, kCurveRate);
+        const std::vector<float> out = Run(block, kCurveRate, in);
         curve.push_back({double(level), Decibels(std::fabs(out.back()))});
     }
     return curve;

@@ -1,7 +1,8 @@
 // What compressors, limiters and gates do, measured from the block running in a graph of its own.
 //
 // The test signal is a square wave of 1 kHz in one channel: its level is that of every sample, so
-// that the gain can be read at every frame.
+// that the gain can be read at every frame. Throws ToolError (invalid) when a block's output is not
+// finite.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +20,7 @@ struct LevelPoint {
 
 // The output level once it has settled after a level set in, for levels from -80 to +6 dB in steps
 // of 1 dB, each with a fresh block.
-std::vector<LevelPoint> MeasureStaticCurve(const QuorvelAudioBlock& block,
-                                           std::uint32_t sampleRate);
+std::vector<LevelPoint> MeasureStaticCurve(const QuorvelAudioBlock& block);
 
 // A level that sets in and ends again. Levels in dB of full scale.
 struct LevelStep {
@@ -36,8 +36,8 @@ struct GainPoint {
     double gainDb = 0.0;  // output over input
 };
 
-// A step that shows the block: long enough for its attack and release. A limiter gets a burst above
-// full scale.
+// A step that shows the block: long enough for its attack and release, of which it takes ten
+// seconds at most. A limiter gets a burst above full scale.
 LevelStep UsualStep(const QuorvelAudioBlock& block);
 
 // The gain over time, eight points a millisecond, 20000 at most: of the output over the input that

@@ -22,11 +22,4 @@ void Print(const char* format, Values... values) {
     WriteStandardOutput(Formatted(format, values...));
 }
 
-// For the terminal: control characters, which would steer it, become spaces.
-inline std::string Printable(std::string text) {
-    for (char& character : text)
-        if (static_cast<unsigned char>(character) < ' ' || character == '\x7F') character = ' ';
-    return text;
-}
-
 }  // namespace quorvel::tool

@@ -5,6 +5,7 @@
 
 #include "engine/block_factory.h"
 #include "profile/quorvel_audio_block.h"
+#include "tools/printable.h"
 #include "tools/speakers.h"
 
 namespace quorvel::tool {
@@ -17,9 +18,9 @@ constexpr const char* kFills[] = {"#ffffff", "#d7e8f7", "#fbe3c8", "#d9f0d3",
 // As a string of the DOT language. Line ends of names would end the label's line.
 std::string Text(const std::string& text) {
     std::string quoted = "\"";
-    for (const char character : text) {
+    for (const char character : Printable(text)) {
         if (character == '"' || character == '\\') quoted += '\\';
-        quoted += static_cast<unsigned char>(character) < ' ' ? ' ' : character;
+        quoted += character;
     }
     return quoted + "\"";
 }

@@ -7,6 +7,7 @@
 #include "tools/exit_status.h"
 #include "tools/formatted_print.h"
 #include "tools/host_session.h"
+#include "tools/printable.h"
 #include "tools/profile_file.h"
 #include "tools/speakers.h"
 #include "tools/subcommands.h"
@@ -35,7 +36,7 @@ void PrintLine(const std::string& line) {
 }
 
 void TellTime(double second, const std::string& words) {
-    PrintLine(Formatted("%9.3f s  ", second) + words);
+    PrintLine(Formatted("%9.3f s  ", second) + Printable(words));
 }
 
 // The objects run what the driver has; a chain that makes no graph is better known beforehand.

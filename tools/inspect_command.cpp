@@ -12,6 +12,7 @@
 #include "tools/formatted_print.h"
 #include "tools/guid_text.h"
 #include "tools/parameter_text.h"
+#include "tools/printable.h"
 #include "tools/profile_file.h"
 #include "tools/response_measurement.h"
 #include "tools/speakers.h"
@@ -39,7 +40,8 @@ std::string Sound(std::uint32_t channels, std::uint32_t mask) {
 }
 
 std::vector<std::string> PrintableNames(std::vector<std::string> names) {
-    std::ranges::transform(names, names.begin(), Printable);
+    for (std::string& name : names)
+        name = Printable(name);
     return names;
 }
 
@@ -125,7 +127,7 @@ class ChainReport {
 
     void TellLatency() {
         const std::int64_t frames = MeasureLatency(chain, format);
-        if (frames < 0) return PrintLine("  nothing comes out");
+        if (frames < 0) return PrintLine("  latency: nothing comes out within 24 seconds");
         PrintLine(Formatted("  latency %lld frames (%.3f ms)", static_cast<long long>(frames),
                             static_cast<double>(frames) * 1000.0 / format.sampleRate));
     }

@@ -84,8 +84,7 @@ Rendered RunProfile(const std::string& path, SoundSamples in, const Options& opt
     }
     SampleMeter heard;
     heard.Add(out.samples);
-    if (heard.NonFinite() > 0)
-        throw InvalidInput(path + ": what comes out is not finite: a filter runs away");
+    if (heard.NonFinite() > 0) throw InvalidInput(path + ": what comes out is not finite");
     const std::int64_t onset = MeasureLatency(chosen.chain, format);
     return {std::move(out), std::max<std::int64_t>(onset, 0)};
 }
@@ -108,11 +107,19 @@ Pair CompareFiles(const Options& options) {
     return pair;
 }
 
+void TellUnpaired(const char* which, std::int64_t frames) {
+    if (frames > 0)
+        Print("unpaired  %lld frames of the %s have no partner, and are not silent\n",
+              static_cast<long long>(frames), which);
+}
+
 void Tell(const SoundDifference& difference, double rate) {
     Print("compared  %lld frames (%.3f s), the second %lld frames (%.3f ms) later\n",
           static_cast<long long>(difference.frames), static_cast<double>(difference.frames) / rate,
           static_cast<long long>(difference.shift),
           static_cast<double>(difference.shift) * kMsPerSecond / rate);
+    TellUnpaired("first", difference.unpairedFirst);
+    TellUnpaired("second", difference.unpairedSecond);
     for (std::size_t c = 0; c < difference.channels.size(); ++c) {
         Print("channel %zu residual peak %8.2f dB, rms %8.2f dB\n", c + 1,
               Decibels(difference.channels[c].peak), Decibels(difference.channels[c].rms));

@@ -39,28 +39,28 @@ constexpr Field BandField(std::optional<double> defaultGainDb) {
 }
 constexpr Field kFrequency = {"frequency", kFloat32, offsetof(FilterBand, frequency),
                               "Hz",        1.0,      192000.0};
-constexpr Field kWidth = {"width",
-                          kFloat32,
-                          offsetof(FilterBand, width),
-                          "",
-                          0.001,
-                          1000.0,
-                          {},
-                          {},
-                          nullptr,
-                          {},
-                          "what `widthMode` says: Q factor, octaves, or slope of a shelf (1 is the "
-                          "steepest without a bump)"};
+constexpr Field WidthField(const char* meaning) {
+    return {"width", kFloat32, offsetof(FilterBand, width), "", 0.001, 1000.0, {}, {}, nullptr,
+            {},      meaning};
+}
+constexpr Field kWidth =
+    WidthField("by `widthMode`: Q factor, bandwidth in octaves, or slope as of a shelf");
+constexpr Field kShelfWidth = WidthField("without effect: shelves always have the slope 1");
 constexpr Field kWidthMode = {
     "widthMode", kChoice16, offsetof(FilterBand, widthMode), "", 0.0, 2.0, 0.0, kWidthModes};
 
 constexpr Field kBandFields[] = {kFrequency, kWidth, kWidthMode, BandField(0.0)};
 constexpr Field kGainBandFields[] = {kFrequency, kWidth, kWidthMode, BandField({})};
+constexpr Field kShelfBandFields[] = {kFrequency, kShelfWidth, kWidthMode, BandField({})};
+constexpr RecordLayout kShelfBand = {kShelfBandFields, sizeof(FilterBand)};
 constexpr RecordLayout kBand = {kBandFields, sizeof(FilterBand)};
 constexpr RecordLayout kGainBand = {kGainBandFields, sizeof(FilterBand)};
 
 constexpr Field kBandsField[] = {{"bands", kList, 0, "", 1.0, kMostItems, {}, {}, &kBand}};
 constexpr Field kGainBandsField[] = {{"bands", kList, 0, "", 1.0, kMostItems, {}, {}, &kGainBand}};
+constexpr Field kShelfBandsField[] = {
+    {"bands", kList, 0, "", 1.0, kMostItems, {}, {}, &kShelfBand}};
+constexpr RecordLayout kShelfFilter = {kShelfBandsField, sizeof(std::uint32_t)};
 constexpr RecordLayout kFilter = {kBandsField, sizeof(std::uint32_t)};
 constexpr RecordLayout kGainFilter = {kGainBandsField, sizeof(std::uint32_t)};
 
@@ -230,9 +230,10 @@ constexpr Field Threshold(std::uint32_t offset) {
             {},
             "peak level of full scale, of the loudest channel"};
 }
-constexpr Field Attack(std::uint32_t offset, double defaultMs) {
-    return {"attackMs", kUnsigned32, offset, "ms",           0.0, kLongestAttackMs, defaultMs,
-            {},         nullptr,     {},     "time constant"};
+constexpr Field Attack(std::uint32_t offset, double defaultMs,
+                       const char* meaning = "time constant") {
+    return {"attackMs", kUnsigned32, offset,  "ms", 0.0,    kLongestAttackMs,
+            defaultMs,  {},          nullptr, {},   meaning};
 }
 constexpr Field Release(std::uint32_t offset, double defaultMs) {
     return {"releaseMs", kUnsigned32, offset, "ms",           0.0, kLongestReleaseMs, defaultMs,
@@ -259,9 +260,10 @@ constexpr Field kGateFields[] = {Threshold(offsetof(NoiseGateParameters, thresho
                                  Attack(offsetof(NoiseGateParameters, attackMs), 1.0),
                                  Release(offsetof(NoiseGateParameters, releaseMs), 100.0)};
 
-constexpr Field kLimiterFields[] = {Threshold(offsetof(LimiterParameters, thresholdDb)),
-                                    Attack(offsetof(LimiterParameters, attackMs), 1.0),
-                                    Release(offsetof(LimiterParameters, releaseMs), 10.0)};
+constexpr Field kLimiterFields[] = {
+    Threshold(offsetof(LimiterParameters, thresholdDb)),
+    Attack(offsetof(LimiterParameters, attackMs), 1.0, "look-ahead, by which the sound is late"),
+    Release(offsetof(LimiterParameters, releaseMs), 10.0)};
 
 constexpr BlockFields kBlocks[] = {
     {&kBandPassFilterBlockTypeId, "band-pass",
@@ -290,7 +292,7 @@ constexpr BlockFields kBlocks[] = {
     {&kHighPassFilterBlockTypeId, "high-pass",
      "Filters that pass what lies above a frequency, in series", kFilter},
     {&kHighShelfFilterBlockTypeId, "high-shelf",
-     "Filters that raise or lower what lies above a frequency, in series", kGainFilter},
+     "Filters that raise or lower what lies above a frequency, in series", kShelfFilter},
     {&kLimiterBlockTypeId,
      "limiter",
      "Lets nothing above the threshold pass; the sound comes out `attackMs` later",
@@ -298,7 +300,7 @@ constexpr BlockFields kBlocks[] = {
     {&kLowPassFilterBlockTypeId, "low-pass",
      "Filters that pass what lies below a frequency, in series", kFilter},
     {&kLowShelfFilterBlockTypeId, "low-shelf",
-     "Filters that raise or lower what lies below a frequency, in series", kGainFilter},
+     "Filters that raise or lower what lies below a frequency, in series", kShelfFilter},
     {&kMatrixDecoderBlockTypeId, "decoder",
      "Surround and stereo on headphones: a matrix decoder (when `decodeEnabled`) before a "
      "renderer; two channels out",

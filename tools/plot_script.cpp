@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "tools/formatted_print.h"
+#include "tools/printable.h"
 
 namespace quorvel::tool {
 namespace {
@@ -22,9 +23,9 @@ constexpr const char* kPlainAxis =
 // As a string of gnuplot, in one line.
 std::string Text(const std::string& text) {
     std::string quoted = "'";
-    for (const char character : text) {
+    for (const char character : Printable(text)) {
         if (character == '\'') quoted += '\'';
-        quoted += static_cast<unsigned char>(character) < ' ' ? ' ' : character;
+        quoted += character;
     }
     return quoted + "'";
 }

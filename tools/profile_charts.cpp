@@ -107,10 +107,10 @@ void AddResponseCharts(const ChosenChain& chosen, const ChainFormat& format, std
         only < 0 ? "a sine on all inputs" : "a sine on input " + std::to_string(only + 1);
     const Axis frequency{"frequency (Hz)", grid.front(), grid.back(), true};
     Chart magnitude{"Magnitude, " + input, frequency, {}, {}};
-    Chart phase{Formatted("Phase, without the delay of %lld frames", static_cast<long long>(delay)),
-                frequency,
-                {"phase (degrees)", -180.0, 180.0},
-                {}};
+    const std::string without =
+        delay > 0 ? Formatted(", without the delay of %lld frames", static_cast<long long>(delay))
+                  : "";
+    Chart phase{"Phase" + without, frequency, {"phase (degrees)", -180.0, 180.0}, {}};
     for (const Part& part : parts) {
         magnitude.curves.push_back(LevelCurve(part));
         phase.curves.push_back(PhaseCurve(part));
@@ -143,7 +143,7 @@ std::string StepTitle(const LevelStep& step) {
 void AddDynamicsCharts(const QuorvelAudioBlock& block, const std::string& name,
                        std::uint32_t sampleRate, std::vector<Chart>& charts) {
     Curve curve{name, {}}, unchanged{"unchanged", {}};
-    for (const LevelPoint& point : MeasureStaticCurve(block, sampleRate)) {
+    for (const LevelPoint& point : MeasureStaticCurve(block)) {
         curve.points.emplace_back(point.inDb, point.outDb);
         unchanged.points.emplace_back(point.inDb, point.inDb);
     }

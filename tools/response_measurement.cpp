@@ -19,54 +19,82 @@ namespace {
 
 using Complex = std::complex<double>;
 
-constexpr double kLevel = 1.0 / 1024.0;
+// The usual level, and the one where it would reach the graph's own limiter.
+constexpr double kLevels[] = {0x1p-10, 0x1p-30};
+constexpr float kNearFullScale = 0.5f;
+constexpr float kImpulse = 0x1p-10f;
 constexpr float kOutOfReachDb = 60.0f;
 constexpr std::uint32_t kSeed = 1;
 
 constexpr double kPeriodsInWindow = 8.0;
 constexpr double kLeastWindowSeconds = 0.025;
-constexpr int kMostWindows = 24;
-constexpr double kSettled = 1e-4;  // of the larger change from one window to the next
-constexpr double kSilence = 1e-6;  // -120 dB
+constexpr double kMostSeconds = 8.0;   // for one frequency
+constexpr double kSettled = 1e-4;      // from one window to the next, of what comes out
+constexpr double kSilence = 1e-6;      // -120 dB
+constexpr std::size_t kHistory = 12;   // windows; a change that is no smaller than so many before
+constexpr double kStillFalling = 0.9;  // is that of noise
 
 constexpr float kCarrier = 1.0f / 8192.0f;  // above what the graph takes for silence
-constexpr std::int64_t kLongestLatencySeconds = 12;
+constexpr std::int64_t kLongestLatencySeconds = 24;
 constexpr std::uint32_t kPiecesPerSecond = 100;
 
 // One window after the other of a sine, through the graph.
 class SineMeter {
   public:
-    SineMeter(AudioGraph& measuredGraph, std::int32_t onlyChannel)
+    SineMeter(AudioGraph& measuredGraph, double sineLevel, std::int32_t onlyChannel,
+              std::int64_t latency)
         : graph(measuredGraph),
+          level(sineLevel),
           only(onlyChannel),
+          delay(static_cast<std::size_t>(std::max<std::int64_t>(latency, 0))),
           rate(graph.InputFormat().Format.nSamplesPerSec),
           inWidth(graph.InputFormat().Format.nChannels),
           outWidth(graph.OutputFormat().Format.nChannels) {}
 
-    // By output channel.
+    // By output channel. The sine first goes on for as long as the chain is late.
     std::vector<Complex> Measure(double frequency) {
         step = 2.0 * std::numbers::pi * frequency / rate;
         phase = 0.0;
+        if (delay > 0) RunWindow(delay);
         const double seconds = std::max(kPeriodsInWindow / frequency, kLeastWindowSeconds);
         frames = static_cast<std::size_t>(std::ceil(seconds * rate));
+        const auto windows = static_cast<std::size_t>(kMostSeconds / seconds);
         std::vector<Complex> last = MeasureWindow();
-        for (int i = 1; i < kMostWindows; ++i) {
+        std::vector<double> changes;
+        while (changes.size() < windows) {
             std::vector<Complex> next = MeasureWindow();
-            const bool hasSettled = std::ranges::equal(next, last, IsNear);
+            changes.push_back(Distance(last, next));
+            const bool hasSettled = std::ranges::equal(last, next, IsNear);
             last = std::move(next);
-            if (hasSettled) break;
+            if (hasSettled || IsNoise(changes)) break;
         }
         return last;
     }
+
+    // The largest sample that has come out.
+    float Peak() const { return peak; }
 
   private:
     static bool IsNear(const Complex& a, const Complex& b) {
         return std::abs(a - b) <= kSettled * std::max(std::abs(a), kSilence);
     }
 
+    static double Distance(const std::vector<Complex>& a, const std::vector<Complex>& b) {
+        double most = 0.0;
+        for (std::size_t c = 0; c < a.size(); ++c)
+            most = std::max(most, std::abs(a[c] - b[c]));
+        return most;
+    }
+
+    static bool IsNoise(const std::vector<double>& changes) {
+        const std::size_t count = changes.size();
+        return count > 2 * kHistory &&
+               changes.back() > kStillFalling * changes[count - 1 - kHistory];
+    }
+
     // The window's shape (Hann) keeps what is beside the frequency out.
     std::vector<Complex> MeasureWindow() {
-        RunWindow();
+        RunWindow(frames);
         std::vector<Complex> sums(outWidth);
         Complex inSum = 0.0;
         for (std::size_t f = 0; f < frames; ++f) {
@@ -83,52 +111,71 @@ class SineMeter {
     }
 
     // In pieces of 10 ms, as sound comes.
-    void RunWindow() {
-        sine.resize(frames);
-        in.assign(frames * inWidth, 0.0f);
-        out.assign(frames * outWidth, 0.0f);
-        for (std::size_t f = 0; f < frames; ++f) {
-            sine[f] = static_cast<float>(kLevel * std::cos(phase));
+    void RunWindow(std::size_t count) {
+        sine.resize(count);
+        in.assign(count * inWidth, 0.0f);
+        out.assign(count * outWidth, 0.0f);
+        for (std::size_t f = 0; f < count; ++f) {
+            sine[f] = static_cast<float>(level * std::cos(phase));
             phase = std::remainder(phase + step, 2.0 * std::numbers::pi);
             for (std::size_t c = 0; c < inWidth; ++c)
                 if (only < 0 || c == static_cast<std::size_t>(only)) in[f * inWidth + c] = sine[f];
         }
         const std::size_t piece = rate / kPiecesPerSecond;
-        for (std::size_t f = 0; f < frames; f += piece) {
-            const auto count = static_cast<std::int32_t>(std::min(piece, frames - f));
-            graph.Process(in.data() + f * inWidth, out.data() + f * outWidth, count);
+        for (std::size_t f = 0; f < count; f += piece) {
+            const auto length = static_cast<std::int32_t>(std::min(piece, count - f));
+            graph.Process(in.data() + f * inWidth, out.data() + f * outWidth, length);
         }
+        for (const float sample : out)
+            peak = std::max(peak, std::fabs(sample));
     }
 
     AudioGraph& graph;
+    double level;
     std::int32_t only;
+    std::size_t delay;  // frames
     std::uint32_t rate;
     std::size_t inWidth;
     std::size_t outWidth;
     double step = 0.0;  // of the phase, by frame
     double phase = 0.0;
-    std::size_t frames = 0;
+    std::size_t frames = 0;  // of a window
+    float peak = 0.0f;
     std::vector<float> sine{};
     std::vector<float> in{};
     std::vector<float> out{};
 };
 
-MeasuredResponse Measure(AudioGraph& graph, const std::vector<double>& frequencies,
-                         std::int32_t only) {
-    MeasuredResponse response;
-    response.sampleRate = graph.InputFormat().Format.nSamplesPerSec;
-    response.channels = graph.OutputFormat().Format.nChannels;
-    response.frequencies = frequencies;
-    SineMeter meter(graph, only);
+// False when the graph's own limiter has, or may have, a part in it.
+bool Measure(SineMeter& meter, const std::vector<double>& frequencies, MeasuredResponse& response) {
+    response.values.clear();
     for (const double frequency : frequencies) {
         for (const Complex& value : meter.Measure(frequency)) {
             if (!std::isfinite(std::abs(value)))
-                throw InvalidInput(Formatted(
-                    "what comes out at %.0f Hz is not finite: a filter runs away", frequency));
+                throw InvalidInput(Formatted("what comes out at %.0f Hz is not finite", frequency));
             response.values.push_back(value);
         }
+        if (meter.Peak() > kNearFullScale) return false;
     }
-    return response;
+    return true;
+}
+
+// `SetUp(graph)` makes the graph that is measured, anew for every level.
+template <typename SetUpFunction>
+MeasuredResponse Measure(const std::vector<double>& frequencies, std::int32_t only,
+                         std::int64_t latency, const SetUpFunction& SetUp) {
+    for (const double level : kLevels) {
+        AudioGraph graph;
+        platform::SeedRand(kSeed);
+        SetUp(graph);
+        MeasuredResponse response;
+        response.sampleRate = graph.InputFormat().Format.nSamplesPerSec;
+        response.channels = graph.OutputFormat().Format.nChannels;
+        response.frequencies = frequencies;
+        SineMeter meter(graph, level, only, latency);
+        if (Measure(meter, frequencies, response)) return response;
+    }
+    throw InvalidInput("what comes out is too loud to be measured");
 }
 
 // A mixer with one input, or with the sum of several, changes nothing else.
@@ -193,26 +240,26 @@ double MeasuredResponse::LevelDb(std::size_t place, std::uint32_t channel) const
 
 MeasuredResponse MeasureChain(const QuorvelAudioBlocksChain& chain, const ChainFormat& format,
                               const std::vector<double>& frequencies, std::int32_t only) {
-    AudioGraph graph;
-    SetUpNeutralGraph(graph, chain, format);
-    return Measure(graph, frequencies, only);
+    return Measure(frequencies, only, MeasureLatency(chain, format),
+                   [&](AudioGraph& graph) { SetUpNeutralGraph(graph, chain, format); });
 }
 
 MeasuredResponse MeasureBlock(const QuorvelAudioBlock& block, const ChainFormat& format,
                               const std::vector<double>& frequencies) {
-    AudioGraph graph;
-    graph.SetNoiseEnabled(false);
-    graph.AddNewBlock(block.typeId, block.data, block.dataSize, block.id);
-    const AudioFormat in = MakeFloatFormat(
-        static_cast<std::uint16_t>(format.channels),
-        format.mask != 0 ? format.mask : DefaultChannelMask(format.channels), format.sampleRate);
-    graph.SetFormats(&in.Format, &in.Format);
-    return Measure(graph, frequencies, -1);
+    return Measure(frequencies, -1, 0, [&](AudioGraph& graph) {
+        const std::uint32_t mask =
+            format.mask != 0 ? format.mask : DefaultChannelMask(format.channels);
+        const AudioFormat in =
+            MakeFloatFormat(static_cast<std::uint16_t>(format.channels), mask, format.sampleRate);
+        graph.SetNoiseEnabled(false);
+        graph.AddNewBlock(block.typeId, block.data, block.dataSize, block.id);
+        graph.SetFormats(&in.Format, &in.Format);
+    });
 }
 
 // Both runs are the same, bit for bit, up to what the impulse changes; so are their seeds.
 std::int64_t MeasureLatency(const QuorvelAudioBlocksChain& chain, const ChainFormat& format) {
-    ImpulseRun with(chain, format, static_cast<float>(kLevel)), without(chain, format, 0.0f);
+    ImpulseRun with(chain, format, kImpulse), without(chain, format, 0.0f);
     const auto frames = static_cast<std::int64_t>(with.Frames());
     const std::int64_t pieces = kLongestLatencySeconds * kPiecesPerSecond;
     for (std::int64_t piece = 0; piece < pieces; ++piece) {

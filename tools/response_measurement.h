@@ -1,8 +1,9 @@
 // What a chain or a block does to sines, and how late: measured from the running graph.
 //
-// The sines have -60 dB, so that neither the graph's own limiter nor gains up to 60 dB reach full
-// scale. What depends on the level is left out: compressors and gates pass the sound as it is, a
-// limiter only delays it. The noise that some blocks add starts alike in every measurement.
+// The sines have -60 dB; where that would come out near full scale, where the graph's own limiter
+// waits, they have -180 dB. What depends on the level is left out: compressors and gates pass the
+// sound as it is, a limiter only delays it. The noise that some blocks add starts alike in every
+// measurement.
 #pragma once
 
 #include <complex>
@@ -31,9 +32,10 @@ struct MeasuredResponse {
     double LevelDb(std::size_t place, std::uint32_t channel) const;  // kSilenceDb at least
 };
 
-// Each frequency, up to half the sample rate, is held until the response has settled, for eight
-// periods at least. All input channels get the sine, or the channel `only` alone. Throws ToolError
-// (invalid) when what comes out is not finite.
+// Each frequency, up to half the sample rate, is held until the response has settled, or its noise
+// lets it settle no further; for eight seconds at most, in which a resonance of Q = 1000 settles
+// from 400 Hz up. All input channels get the sine, or the channel `only` alone. Throws ToolError
+// (invalid) when what comes out is not finite, or full scale at either level.
 MeasuredResponse MeasureChain(const QuorvelAudioBlocksChain& chain, const ChainFormat& format,
                               const std::vector<double>& frequencies, std::int32_t only = -1);
 
@@ -42,7 +44,7 @@ MeasuredResponse MeasureBlock(const QuorvelAudioBlock& block, const ChainFormat&
                               const std::vector<double>& frequencies);
 
 // Frames until an impulse at the chain's input changes the output; -1 when it does not within
-// twelve seconds.
+// 24 seconds.
 std::int64_t MeasureLatency(const QuorvelAudioBlocksChain& chain, const ChainFormat& format);
 
 // Whether the kind is a compressor, limiter or gate.

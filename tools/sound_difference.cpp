@@ -36,13 +36,13 @@ struct Planes {
                powerBefore[static_cast<std::size_t>(from)];
     }
 
-    // Where a window of that many frames around the loudest frame begins.
-    std::int64_t LoudestPlace(std::int64_t window) const {
+    // Where a window around the loudest of the first `count` frames begins.
+    std::int64_t LoudestPlace(std::int64_t count) const {
         std::int64_t loudest = 0;
-        for (std::int64_t f = 1; f < frames; ++f)
+        for (std::int64_t f = 1; f < count; ++f)
             if (Power(f, f + 1) > Power(loudest, loudest + 1)) loudest = f;
-        return std::clamp<std::int64_t>(loudest - window / 2, 0,
-                                        std::max<std::int64_t>(frames - window, 0));
+        return std::clamp<std::int64_t>(loudest - kCorrelatedFrames / 2, 0,
+                                        std::max<std::int64_t>(count - kCorrelatedFrames, 0));
     }
 
     std::int64_t frames;
@@ -52,7 +52,7 @@ struct Planes {
 
 // Of the window from `start` on, 0 to 1; 0 where less than half of it overlaps.
 double Correlation(const Planes& a, const Planes& b, std::int64_t start, std::int64_t shift) {
-    const std::int64_t window = std::min(kCorrelatedFrames, a.frames);
+    const std::int64_t window = std::min({kCorrelatedFrames, a.frames, b.frames});
     const std::int64_t from = std::max(start, -shift);
     const std::int64_t to = std::min(start + window, b.frames - shift);
     if (to - from < window / 2) return 0.0;
@@ -76,22 +76,38 @@ double Residual(float a, float b) {
     return isSame ? 0.0 : std::numeric_limits<double>::infinity();
 }
 
+// A millisecond.
+struct Block {
+    double power = 0.0;  // of the residual, over its frames and channels
+    std::int64_t frames = 0;
+};
+
 // The loudest ten of the blocks in a row.
-void FindWorst(const std::vector<double>& blocks, std::int64_t begin, std::int64_t blockFrames,
+void FindWorst(const std::vector<Block>& blocks, std::int64_t begin, std::int64_t blockFrames,
                std::size_t width, SoundDifference& difference) {
     double worst = -1.0;
-    std::size_t place = 0;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
-        double sum = 0.0;
-        for (std::size_t k = i; k < std::min(i + kBlocksInWindow, blocks.size()); ++k)
-            sum += blocks[k];
-        if (sum > worst) worst = sum, place = i;
+        Block window;
+        for (std::size_t k = i; k < std::min(i + kBlocksInWindow, blocks.size()); ++k) {
+            window.power += blocks[k].power;
+            window.frames += blocks[k].frames;
+        }
+        if (window.power <= worst) continue;
+        worst = window.power;
+        difference.worstFrame = begin + static_cast<std::int64_t>(i) * blockFrames;
+        difference.worstRms =
+            std::sqrt(worst / (static_cast<double>(window.frames) * static_cast<double>(width)));
     }
-    if (worst < 0.0) return;
-    difference.worstFrame = begin + static_cast<std::int64_t>(place) * blockFrames;
-    const auto samples =
-        static_cast<double>(blockFrames) * double(kBlocksInWindow) * static_cast<double>(width);
-    difference.worstRms = std::sqrt(worst / samples);
+}
+
+// Frames of [from, to) that are not silent.
+std::int64_t SoundingFrames(const SoundSamples& sound, std::int64_t from, std::int64_t to) {
+    std::int64_t count = 0;
+    for (std::int64_t f = from; f < to; ++f) {
+        const float* const frame = sound.samples.data() + f * sound.channels;
+        count += std::any_of(frame, frame + sound.channels, [](float x) { return x != 0.0f; });
+    }
+    return count;
 }
 
 }  // namespace
@@ -99,7 +115,7 @@ void FindWorst(const std::vector<double>& blocks, std::int64_t begin, std::int64
 std::int64_t FindShift(const SoundSamples& first, const SoundSamples& second, std::int64_t most) {
     const Planes a(first), b(second);
     if (a.frames == 0 || b.frames == 0) return 0;
-    const std::int64_t start = a.LoudestPlace(kCorrelatedFrames);
+    const std::int64_t start = a.LoudestPlace(std::min(a.frames, b.frames));
     std::int64_t best = 0;
     double largest = Correlation(a, b, start, 0);
     for (std::int64_t size = 1; size <= most; ++size) {
@@ -119,11 +135,18 @@ SoundDifference Compare(const SoundSamples& first, const SoundSamples& second, s
     const std::int64_t begin = std::max<std::int64_t>(0, -shift);
     const std::int64_t end = std::min(first.Frames(), second.Frames() - shift);
     difference.frames = std::max<std::int64_t>(end - begin, 0);
+    const std::int64_t last = std::max(begin, end);
+    difference.unpairedFirst = SoundingFrames(first, 0, std::min(begin, first.Frames())) +
+                               SoundingFrames(first, last, first.Frames());
+    difference.unpairedSecond =
+        SoundingFrames(second, 0, std::min(begin + shift, second.Frames())) +
+        SoundingFrames(second, last + shift, second.Frames());
     const auto blockFrames =
         std::max<std::int64_t>(first.sampleRate / std::int64_t{kBlocksPerSecond}, 1);
-    std::vector<double> blocks;
+    std::vector<Block> blocks;
     for (std::int64_t f = begin; f < end; ++f) {
-        if ((f - begin) % blockFrames == 0) blocks.push_back(0.0);
+        if ((f - begin) % blockFrames == 0) blocks.emplace_back();
+        ++blocks.back().frames;
         for (std::size_t c = 0; c < width; ++c) {
             const std::size_t a = static_cast<std::size_t>(f) * width + c;
             const std::size_t b = static_cast<std::size_t>(f + shift) * width + c;
@@ -132,7 +155,7 @@ SoundDifference Compare(const SoundSamples& first, const SoundSamples& second, s
             ChannelDifference& channel = difference.channels[c];
             channel.peak = std::max(channel.peak, std::fabs(residual));
             channel.rms += residual * residual;
-            blocks.back() += std::min(residual * residual, kFarthest);
+            blocks.back().power += std::min(residual * residual, kFarthest);
         }
     }
     FindWorst(blocks, begin, blockFrames, width, difference);

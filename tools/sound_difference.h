@@ -23,8 +23,10 @@ struct ChannelDifference {
 };
 
 struct SoundDifference {
-    std::int64_t shift = 0;   // frames by which the second sound is later
-    std::int64_t frames = 0;  // that were compared
+    std::int64_t shift = 0;           // frames by which the second sound is later
+    std::int64_t frames = 0;          // that were compared
+    std::int64_t unpairedFirst = 0;   // frames of the first sound that were not, though not silent
+    std::int64_t unpairedSecond = 0;  // and of the second
     std::vector<ChannelDifference> channels{};
     std::int64_t firstFrame = -1;  // of the first sound, that differs; -1: none does
     std::int64_t worstFrame = 0;   // where the 10 ms with the most residual begin, to a millisecond
@@ -33,8 +35,8 @@ struct SoundDifference {
 
 // By how many frames, at most `most` either way, `second` is later than `first`: where their
 // channels' cross-correlation, with either sign and relative to their power, is largest around the
-// loudest place of `first`. The smallest shift where several are as good; 0 for silence. Equal
-// widths. Samples that are not finite count as silence.
+// loudest place of `first` that both may have. The smallest shift where several are as good; 0 for
+// silence. Equal widths. Samples that are not finite count as silence.
 std::int64_t FindShift(const SoundSamples& first, const SoundSamples& second, std::int64_t most);
 
 // The residual second - first of the frames that both have. Equal widths. A sample that is not

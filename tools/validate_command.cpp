@@ -12,6 +12,7 @@
 #include "tools/graph_check.h"
 #include "tools/guid_text.h"
 #include "tools/json_place.h"
+#include "tools/number_check.h"
 #include "tools/profile_file.h"
 #include "tools/subcommands.h"
 
@@ -68,6 +69,8 @@ class Validation {
         const auto faults =
             FindChainFaults(chain, named.names[i], source ? source->gaps : ChainGaps{});
         for (const ChainFault& fault : faults)
+            Tell(i, "", fault);
+        for (const ChainFault& fault : FindNumberFaults(chain))
             Tell(i, "", fault);
         for (const ChainFault& fault : FindBandFaults(chain, options.sampleRate))
             Tell(i, "", fault);

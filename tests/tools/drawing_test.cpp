@@ -29,7 +29,8 @@ class Drawn : public ToolRun {
     }
 
     static double At(const std::map<double, double>& curve, double x) {
-        return curve.lower_bound(x)->second;
+        const auto point = curve.lower_bound(x);
+        return point == curve.end() ? std::nan("") : point->second;
     }
 };
 
@@ -87,6 +88,23 @@ TEST_F(Drawn, ResponsesAreWhatSinesComeTo) {
         ASSERT_EQ(Tool("plot" + profile + "-o plot.gnuplot").status, 0);
         EXPECT_NEAR(At(Curves("plot.gnuplot")[0], kFrequency - 0.1), heard, 0.1) << name;
     }
+}
+
+// Look-ahead, gain that the graph's limiter would hold back, and a resonance that takes its time.
+TEST_F(Drawn, ResponsesAreHeldUntilTheySettle) {
+    WriteChain("late.json", R"({"name": "late", "type": "LimiterBlock", "parameters":
+                                {"thresholdDb": -3, "attackMs": 1500, "releaseMs": 10}},
+                               {"name": "up", "type": "GainBlock", "parameters": {"gainDb": 60}},
+                               {"name": "upper", "type": "GainBlock", "parameters": {"gainDb": 20}},
+                               {"name": "sharp", "type": "BandPassFilterBlock", "parameters": {"bands":
+                                [{"frequency": 1000, "width": 1000, "widthMode": "Q"}]}})",
+               R"(["late", "up"], ["up", "upper"], ["upper", "sharp"])");
+    const Result run = Tool("plot late.json -o plot.gnuplot");
+    ASSERT_EQ(run.status, 0) << run.error;
+    const auto curves = Curves("plot.gnuplot");
+    EXPECT_NEAR(At(curves[0], 1000.0), 80.0, 0.1);
+    EXPECT_NEAR(At(curves[0], 1015.0), 80.0 - 30.03, 0.2);
+    EXPECT_NEAR(At(curves[2], 1000.0), 0.0, 5.0) << "phase, without the delay";
 }
 
 TEST_F(Drawn, PicturesAreMadeWhereTheProgramsAre) {

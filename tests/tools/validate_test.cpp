@@ -211,5 +211,22 @@ TEST_F(Validate, TakesTheSampleProfiles) {
               0);
 }
 
+// Raw records may hold what is no number.
+TEST_F(Validate, FindsNumbersThatAreNone) {
+    WriteChain("raw.json", R"({"name": "gain", "type": "GainBlock", "data": "0000c07f"},
+                              {"name": "hold", "type": "CompressorBlock",
+                               "data": "000080ff0a000000640000000000007f"})",
+               R"(["gain", "hold"])");
+    const Result told = Tool("validate raw.json");
+    EXPECT_EQ(told.status, 1);
+    EXPECT_NE(told.out.find("\"gain\": gainDb is not a finite number"), std::string::npos)
+        << told.out;
+    EXPECT_NE(told.out.find("\"hold\": thresholdDb is not"), std::string::npos) << told.out;
+    EXPECT_EQ(told.out.find("ratio is not"), std::string::npos) << told.out;
+    const Result drawn = Tool("plot raw.json -o raw.gnuplot");
+    EXPECT_EQ(drawn.status, 1);
+    EXPECT_NE(drawn.error.find("not finite"), std::string::npos) << drawn.error;
+}
+
 }  // namespace
 }  // namespace quorvel::tool
