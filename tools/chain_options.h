@@ -15,8 +15,9 @@ inline void AddProfileOption(CLI::App& command, std::string& profile) {
 }
 
 // --chain.
-inline void AddChainOption(CLI::App& command, std::optional<std::uint32_t>& number) {
-    command.add_option("--chain", number, "Number of the chain; the only one, or 1, when left out");
+inline CLI::Option* AddChainOption(CLI::App& command, std::optional<std::uint32_t>& number) {
+    return command.add_option("--chain", number,
+                              "Number of the chain; the only one, or 1, when left out");
 }
 
 // --channels, --out-channels and --rate, whose defaults are what `format` holds.

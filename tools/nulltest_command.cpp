@@ -159,9 +159,11 @@ void AddNulltestCommand(CLI::App& app) {
     const auto options = std::make_shared<Options>();
     command->add_option("A", options->first, "Audio file, or a profile with --input")->required();
     command->add_option("B", options->second, "The other one")->required();
-    command->add_option("--input", options->input, "Audio file that both profiles process");
-    AddChainOption(*command, options->chain);
+    CLI::Option* const input =
+        command->add_option("--input", options->input, "Audio file that both profiles process");
+    AddChainOption(*command, options->chain)->needs(input);
     command->add_option("--channels", options->channels, "Output channels of the profiles")
+        ->needs(input)
         ->check(CLI::Range(1, 8))
         ->capture_default_str();
     command

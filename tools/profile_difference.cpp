@@ -112,10 +112,25 @@ class ChainChanges {
         return byName;
     }
 
+    // Whether the record could not be read as fields.
+    static bool IsWhole(const std::vector<ParameterValue>& values) {
+        return values.size() == 1 && values.front().name == "record";
+    }
+
+    static std::string Joined(const std::vector<ParameterValue>& values) {
+        if (IsWhole(values)) return values.front().text;
+        std::string text;
+        for (const ParameterValue& value : values)
+            text.append(text.empty() ? "" : ", ").append(value.name + " " + value.text);
+        return text;
+    }
+
     // In the order of the fields.
     void CompareFields(const std::string& name, const QuorvelAudioBlock& before,
                        const QuorvelAudioBlock& after) {
         const auto oldFields = ParameterValues(before), fields = ParameterValues(after);
+        if (IsWhole(oldFields) != IsWhole(fields))
+            return Tell(name, Joined(fields) + ", was " + Joined(oldFields));
         const Values oldValues = ValuesByName(oldFields), values = ValuesByName(fields);
         const std::size_t told = lines.size();
         for (const ParameterValue& field : oldFields)

@@ -67,6 +67,12 @@ TEST_F(Difference, OfProfilesIsFoundWhereLevelsAreAlike) {
     EXPECT_TRUE(Tells(run, "pair: its inputs have another order: right, left")) << run.out;
     EXPECT_TRUE(Tells(run, "input 1, at most")) << run.out;
 
+    WriteGain("a.json", "0");
+    WriteChain("b.json", R"({"name": "gain", "type": "GainBlock", "data": "0000c07f"})");
+    run = Tool("diff a.json b.json");
+    EXPECT_TRUE(Tells(run, "gain: a record of 4 bytes, was gainDb 0.0 dB\n")) << run.out;
+    EXPECT_TRUE(Tells(run, "not measured: what comes out at 20 Hz is not finite")) << run.out;
+
     const std::string limiter = R"({"name": "limiter", "type": "LimiterBlock", "parameters":
         {"thresholdDb": -1, "releaseMs": 60, "attackMs": )";
     WriteChain("a.json", limiter + "2}}");
@@ -118,6 +124,7 @@ TEST_F(Difference, OfSoundsIsPlaced) {
         EXPECT_TRUE(Tells(run, text)) << text << "\n" << run.out;
     EXPECT_EQ(Tool("nulltest a.wav b.wav --tolerance -19").status, 0);
 
+    EXPECT_EQ(Tool("nulltest a.wav b.wav --chain 2").status, 2) << "without --input";
     for (const char* wrong : {"nan", "-nan", "x"})
         EXPECT_EQ(Tool(std::string("nulltest a.wav b.wav --tolerance ") + wrong).status, 2);
 
