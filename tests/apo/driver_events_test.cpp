@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <mutex>
 #include <random>
 #include <thread>
 
@@ -249,19 +250,25 @@ TEST_F(DriverEvents, StormEndsInTheStoredProfile) {
 }
 
 // Objects come and go while the application edits; one that begins in the midst of it ends up with
-// what is stored.
+// what is stored. (One that begins while nothing is stored has no profile, and follows none.)
 TEST_F(DriverEvents, ComeWhileObjectsBeginAndEnd) {
     for (const ClassRow& row : {kClassRows[0], kClassRows[1]}) {
         for (std::uint32_t round = 0; round < 15; ++round) {
             QuorvelAudioProfile profile = GainProfile(row, -6.0f);
             ASSERT_EQ(application.SetProfileData(&profile), 0u);
+            std::mutex nothingStored;
             std::thread editor([&, round] {
                 std::mt19937 random(round);
                 for (int i = 0; i < 60; ++i) {
                     QuorvelAudioProfile model =
                         GainProfile(row, -static_cast<float>(random() % 12));
-                    if (random() % 4 == 0) application.ClearProfiles();
+                    std::unique_lock lock(nothingStored, std::defer_lock);
+                    if (random() % 4 == 0) {
+                        lock.lock();
+                        application.ClearProfiles();
+                    }
                     application.SetProfileData(&model);
+                    if (lock) lock.unlock();
                     application.SetAudioBlock(&model.GetChain(row.chain, true)->blocks.Item(0));
                 }
             });
@@ -271,7 +278,10 @@ TEST_F(DriverEvents, ComeWhileObjectsBeginAndEnd) {
                 EXPECT_EQ(Initialize(*passing.Get(), row), S_OK);
             }
             const auto object = Make(*row.id);
-            EXPECT_EQ(Initialize(*object.Get(), row), S_OK);
+            {
+                const std::lock_guard lock(nothingStored);
+                EXPECT_EQ(Initialize(*object.Get(), row), S_OK);
+            }
             editor.join();
             while (!headset->driver.IsHeard())
                 std::this_thread::yield();
