@@ -17,15 +17,17 @@ HRESULT APOGFX::Initialize(UINT32 cbDataSize, BYTE* pbyData) {
 }
 
 // False when it has to be done again: events came that may be newer than what was fetched, and
-// which passed by as long as the object had no profile.
+// which passed by as long as the object had no profile. The last time they have to wait.
 bool APOGFX::FetchEndpointProfile(bool isLast) {
-    const std::uint32_t before = DriverEventCount();
+    std::unique_lock lock(profileLock);
+    const std::uint32_t before = driverEventCount;
+    if (!isLast) lock.unlock();
     QuorvelAudioProfile fetched;
     fetched.id = kEndpointProfileId;
-    if (device->GetProfileData(&fetched) != ERROR_SUCCESS) return true;
-    const std::lock_guard lock(profileLock);
-    if (driverEventCount != before && !isLast) return false;
-    profile = std::move(fetched);
+    const bool isFound = device->GetProfileData(&fetched) == ERROR_SUCCESS;
+    if (!isLast) lock.lock();
+    if (driverEventCount != before) return false;
+    if (isFound) profile = std::move(fetched);
     return true;
 }
 

@@ -103,25 +103,24 @@ void APOLFX::ProbeClientProcess() {
     ReloadProfileForClient();
 }
 
-// Asks again when the client became known, or events came, while the driver was asked.
+// Asks again when the client became known, or events came, while the driver was asked; the last
+// time both have to wait.
 bool APOLFX::ReloadProfileForClient() {
     for (int fetches = 1;; ++fetches) {
-        const auto [client, before] = AskedFor();
+        const bool isLast = fetches == kMostFetches;
+        std::unique_lock lock(profileLock);
+        const auto asked = std::pair(clientProcessId, driverEventCount);
+        if (!isLast) lock.unlock();
         QuorvelAudioProfile fetched;
-        if (device->GetProfileForPID(client, &fetched) != ERROR_SUCCESS) return false;
-        const std::lock_guard lock(profileLock);
-        const bool isOld = client != clientProcessId || before != driverEventCount;
-        if (isOld && fetches < kMostFetches) continue;
+        const bool isFound = device->GetProfileForPID(asked.first, &fetched) == ERROR_SUCCESS;
+        if (!isLast) lock.lock();
+        if (asked != std::pair(clientProcessId, driverEventCount)) continue;
+        if (!isFound) return false;
         if (fetched.id == profile.id && fetched.cookie == profile.cookie) return false;
         profile = std::move(fetched);
         isProfilePending = true;
         return true;
     }
-}
-
-std::pair<DWORD, std::uint32_t> APOLFX::AskedFor() {
-    const std::lock_guard lock(profileLock);
-    return {clientProcessId, driverEventCount};
 }
 
 }  // namespace quorvel

@@ -36,9 +36,6 @@ class APOLFX : public BaseAPO {
     // Whether the driver has another profile, or another state of it, for the client.
     bool ReloadProfileForClient();
 
-    // For which process a profile is asked for, and after how many events.
-    std::pair<DWORD, std::uint32_t> AskedFor();
-
     DWORD clientProcessId = 0;  // 0 as long as nothing was found; under profileLock
     std::basic_string<WCHAR> clientImagePath;
 };

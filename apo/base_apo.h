@@ -9,7 +9,8 @@
 // Locks, in this order: the base lock, `profileLock`, `processLock`. The first two are never taken
 // on the real-time thread. `profileLock` guards the profile and the flag beside it; `processLock`
 // guards the graph, and is what the real-time thread takes. Neither is held while the driver is
-// asked. The driver's client has no lock; the lock of the device beneath it comes last.
+// asked, but for `profileLock` when events have made eight fetches of a profile old. The driver's
+// client has no lock; the lock of the device beneath it comes last.
 #pragma once
 
 #include <memory>
@@ -118,10 +119,8 @@ class BaseAPO : public CBaseAudioProcessingObject,
     // The profile's id, under its lock.
     GUID ProfileId();
 
-    // How many of the driver's events have begun to be handled.
-    std::uint32_t DriverEventCount();
-
-    // How often a profile is asked for again because events arrived before it could be stored.
+    // How often a profile is asked for because events arrived before it could be stored; the last
+    // time they wait until it is.
     static constexpr int kMostFetches = 8;
 
     AudioGraph graph;

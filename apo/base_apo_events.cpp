@@ -63,11 +63,6 @@ GUID BaseAPO::ProfileId() {
     return profile.id;
 }
 
-std::uint32_t BaseAPO::DriverEventCount() {
-    const std::lock_guard lock(profileLock);
-    return driverEventCount;
-}
-
 void BaseAPO::FetchProfile(const GUID& profileId) {
     if (profileId != ProfileId()) return;
     QuorvelAudioProfile fetched;
