@@ -61,20 +61,28 @@ BENCHMARK_CAPTURE(Decoder, surround_centre, 1, 0.9f);
 BENCHMARK_CAPTURE(Decoder, surround_rear, 1, -0.7f);
 BENCHMARK_CAPTURE(Decoder, adjustable_rear, 2, -0.7f);
 
+// A block to stereo, with as many input channels as the argument says; `Before()` comes before
+// every buffer.
+template <typename Step>
+void RunBlock(benchmark::State& bench, AudioBlock& block, const Step& Before) {
+    const auto channels = static_cast<int32_t>(bench.range(0));
+    block.SetFormat(channels, DefaultChannelMask(static_cast<uint32_t>(channels)), 48000);
+    std::vector<float> in = Noise(channels), out(2 * kFrames);
+    for (auto _ : bench) {
+        Before();
+        block.Process(in.data(), out.data(), kFrames);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    Report(bench);
+}
+
 // Stereo and 5.1 are decoded, 7.1 is rendered as it is.
 void MatrixDecoder(benchmark::State& bench) {
     const auto block = std::make_unique<MatrixDecoderBlock>(GUID{});
     const MatrixDecoderParameters parameters{.decodeMode = 1};
     block->SetParameters(&parameters);
-    const auto channels = static_cast<int32_t>(bench.range(0));
-    block->SetFormat(channels, DefaultChannelMask(static_cast<uint32_t>(channels)), 48000);
-    std::vector<float> in = Noise(channels), out(2 * kFrames);
-    for (auto _ : bench) {
-        block->Process(in.data(), out.data(), kFrames);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    Report(bench);
+    RunBlock(bench, *block, [] {});
 }
 BENCHMARK(MatrixDecoder)->Arg(2)->Arg(6)->Arg(8);
 
@@ -83,17 +91,10 @@ void Surround(benchmark::State& bench, int32_t first, int32_t step) {
     const auto block = std::make_unique<SurroundBlock>(GUID{});
     SurroundParameters parameters{.surroundOn = first, .decoderParameters = {.decodeMode = 1}};
     block->SetParameters(&parameters);
-    const auto channels = static_cast<int32_t>(bench.range(0));
-    block->SetFormat(channels, DefaultChannelMask(static_cast<uint32_t>(channels)), 48000);
-    std::vector<float> in = Noise(channels), out(2 * kFrames);
-    for (auto _ : bench) {
+    RunBlock(bench, *block, [&] {
         parameters.surroundOn += step;
         if (step != 0) block->SetParameters(&parameters);
-        block->Process(in.data(), out.data(), kFrames);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    Report(bench);
+    });
 }
 BENCHMARK_CAPTURE(Surround, off, 0, 0)->Arg(2)->Arg(6)->Arg(8);
 BENCHMARK_CAPTURE(Surround, on, 1, 0)->Arg(2)->Arg(6)->Arg(8);
@@ -104,15 +105,7 @@ void ExternalSurround(benchmark::State& bench) {
     const auto block = std::make_unique<ExternalSurroundBlock>(GUID{});
     const ExternalSurroundParameters parameters{.effectEnabled = 1};
     block->SetParameters(&parameters);
-    const auto channels = static_cast<int32_t>(bench.range(0));
-    block->SetFormat(channels, DefaultChannelMask(static_cast<uint32_t>(channels)), 48000);
-    std::vector<float> in = Noise(channels), out(2 * kFrames);
-    for (auto _ : bench) {
-        block->Process(in.data(), out.data(), kFrames);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    Report(bench);
+    RunBlock(bench, *block, [] {});
 }
 BENCHMARK(ExternalSurround)->Arg(2)->Arg(6)->Arg(8);
 

@@ -59,16 +59,17 @@ void TellResponses(const QuorvelAudioBlocksChain& before, const QuorvelAudioBloc
     std::vector<double> grid = LogarithmicGrid(kPointsPerOctave, format.sampleRate);
     AddBandFrequencies(before, grid);
     AddBandFrequencies(after, grid);
-    const std::int64_t oldLatency = MeasureLatency(before, format);
-    const std::int64_t latency = MeasureLatency(after, format);
-    if (latency != oldLatency)
-        Print("  latency %lld frames, was %lld\n", static_cast<long long>(latency),
-              static_cast<long long>(oldLatency));
-    bool areSame = latency == oldLatency;
+    bool areSame = true;
     for (std::uint32_t input = 0; input < format.channels; ++input) {
         const auto only = static_cast<std::int32_t>(input);
-        const Change change = CompareResponses(MeasureChain(before, format, grid, only),
-                                               MeasureChain(after, format, grid, only));
+        const MeasuredResponse old = MeasureChain(before, format, grid, only);
+        const MeasuredResponse now = MeasureChain(after, format, grid, only);
+        if (input == 0 && now.latency != old.latency) {
+            areSame = false;
+            Print("  latency %lld frames, was %lld\n", static_cast<long long>(now.latency),
+                  static_cast<long long>(old.latency));
+        }
+        const Change change = CompareResponses(old, now);
         if (change.table.empty() && !change.turns) continue;
         areSame = false;
         if (change.table.empty()) {

@@ -12,8 +12,8 @@ namespace quorvel::tool {
 namespace {
 
 // The record is a count and its bands.
-void AddBandsOf(const QuorvelAudioBlock& block, std::vector<double>& grid) {
-    const double lowest = grid.front(), highest = grid.back();
+void AddBandsOf(const QuorvelAudioBlock& block, double lowest, double highest,
+                std::vector<double>& grid) {
     for (std::size_t at = sizeof(std::uint32_t); at + sizeof(FilterBand) <= block.dataSize;
          at += sizeof(FilterBand)) {
         FilterBand band;
@@ -21,7 +21,6 @@ void AddBandsOf(const QuorvelAudioBlock& block, std::vector<double>& grid) {
         const double frequency = double{band.frequency};
         if (frequency > lowest && frequency < highest) grid.push_back(frequency);
     }
-    std::ranges::sort(grid);
 }
 
 }  // namespace
@@ -40,10 +39,12 @@ std::vector<double> LogarithmicGrid(int pointsPerOctave, std::uint32_t sampleRat
 }
 
 void AddBandFrequencies(const QuorvelAudioBlocksChain& chain, std::vector<double>& grid) {
+    const double lowest = grid.front(), highest = grid.back();
     for (unsigned i = 0; i < chain.blocks.Count(); ++i) {
         const QuorvelAudioBlock& block = chain.blocks.Item(i);
-        if (IsFilter(block.typeId) && block.data) AddBandsOf(block, grid);
+        if (IsFilter(block.typeId) && block.data) AddBandsOf(block, lowest, highest, grid);
     }
+    std::ranges::sort(grid);
     const auto repeated = std::ranges::unique(grid);
     grid.erase(repeated.begin(), repeated.end());
 }

@@ -93,8 +93,8 @@ void AddResponseCharts(const ChosenChain& chosen, const ChainFormat& format, std
     std::vector<double> grid = LogarithmicGrid(kPointsPerOctave, format.sampleRate);
     AddBandFrequencies(chosen.chain, grid);
     const MeasuredResponse chain = MeasureChain(chosen.chain, format, grid, only);
-    const std::int64_t delay = MeasureLatency(chosen.chain, format);
-    std::vector<Part> parts = ChainParts(chain, std::max<std::int64_t>(delay, 0));
+    const std::int64_t delay = std::max<std::int64_t>(chain.latency, 0);
+    std::vector<Part> parts = ChainParts(chain, delay);
     std::vector<MeasuredResponse> filters;
     filters.reserve(chosen.chain.blocks.Count());
     for (unsigned i = 0; i < chosen.chain.blocks.Count(); ++i) {

@@ -172,6 +172,7 @@ MeasuredResponse Measure(const std::vector<double>& frequencies, std::int32_t on
         response.sampleRate = graph.InputFormat().Format.nSamplesPerSec;
         response.channels = graph.OutputFormat().Format.nChannels;
         response.frequencies = frequencies;
+        response.latency = latency;
         SineMeter meter(graph, level, only, latency);
         if (Measure(meter, frequencies, response)) return response;
     }

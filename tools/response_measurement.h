@@ -24,6 +24,7 @@ struct MeasuredResponse {
     std::uint32_t channels = 0;                  // of the output
     std::vector<double> frequencies{};           // Hz
     std::vector<std::complex<double>> values{};  // output over input: frequencies × channels
+    std::int64_t latency = 0;                    // frames; of a chain as MeasureLatency tells it
 
     // At the frequency with that place in `frequencies`.
     std::complex<double> At(std::size_t place, std::uint32_t channel) const {
