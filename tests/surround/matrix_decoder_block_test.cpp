@@ -308,6 +308,26 @@ TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     EXPECT_FALSE(block->SetParameterData(&parameters, 131));
 }
 
+// New options let the kept channels start from silence too.
+TEST(MatrixDecoderBlock, DropsBothSetsOfDelaysForNewOptions) {
+    constexpr uint16_t kModeWord = 0x2000 + 3 * 32 + 25;
+    MatrixDecoderParameters parameters{.decodeMode = 1};
+    const auto block = MakeBlock(parameters, 6, 0x3F);
+    Samples slots, heard;
+    for (const uint32_t option7 : {0u, 1u}) {
+        const Samples in = test::Noise(6 * 2000, 7 + option7);
+        parameters.option7 = option7;
+        EXPECT_TRUE(block->SetParameters(&parameters));
+        const Samples more = Hear(*block, in);
+        heard.insert(heard.end(), more.begin(), more.end());
+        Samples part =
+            Decode(in, 6, 4, kModeWord, option7 ? 0x702 : 0x700, {0, 0, 0, 0, 480, 480, 480, 480});
+        Join(part, in, 6, 4, 4, 240);
+        slots.insert(slots.end(), part.begin(), part.end());
+    }
+    test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
+}
+
 // The decoder counts the frames of a call in 16 bits.
 TEST(MatrixDecoderBlock, LeavesLongCallsUndecoded) {
     const Samples in = test::Noise(2 * 70000, 4);

@@ -126,20 +126,22 @@ TEST(SurroundBlock, KeepsItsOddities) {
 
 // Every record reaches the decoder, whatever it says of the switch.
 TEST(SurroundBlock, PassesOnWhatTheDecoderIsTold) {
-    Switchable sound(2, 0x3, 400);
+    Switchable sound(2, 0x3);
     SurroundParameters told{.surroundOn = 0, .decoderParameters = {.decodeMode = 1, .option7 = 1}};
-    for (const uint32_t delay : {20u, 30u}) {
-        told.decoderParameters.outputDelaysMs[1][4] = delay;
+    const auto tell = [&] {
         EXPECT_TRUE(sound.block.SetParameterData(&told, sizeof(told)));
         EXPECT_TRUE(sound.decoder.SetParameters(&told.decoderParameters));
-        const Samples heard = sound.Run(sound.block);
-        if (told.surroundOn == 0)
-            test::ExpectSameBits(heard, sound.Run(sound.plain));
-        else
-            test::ExpectSameBits(heard, sound.Fade(true, 0, 400));
-        told.surroundOn = 1;
+    };
+    tell();
+    test::ExpectSameBits(sound.Run(sound.block), sound.Run(sound.plain));
+    for (const int32_t surroundOn : {1, 0}) {
+        told.surroundOn = surroundOn;
+        told.decoderParameters.outputDelaysMs[1][4] = surroundOn ? 5 : 20;
+        told.decoderParameters.option5 = static_cast<uint32_t>(surroundOn);
+        tell();
+        for (std::size_t done = 0; done < 4 * kFrames; done += kFrames)
+            test::ExpectSameBits(sound.Run(sound.block), sound.Fade(surroundOn != 0, done, 48000));
     }
-    test::ExpectSameBits(sound.Run(sound.block), sound.Run(sound.decoder));
 }
 
 TEST(SurroundBlock, LeavesAFadeAloneWithoutFrames) {
