@@ -295,5 +295,34 @@ TEST_F(DriverEvents, ComeWhileObjectsBeginAndEnd) {
     }
 }
 
+// The profile changes behind each of the first fetches of an object that begins, which has none yet
+// and so follows none: it ends up with the last one all the same. Eight is as often as it asks.
+TEST_F(DriverEvents, MakeFetchesOldWhileAnObjectBegins) {
+    for (const ClassRow& row : {kClassRows[0], kClassRows[1]}) {
+        const DWORD fetch = row.isStream ? control::kGetProfileForPID : control::kGetProfileData;
+        for (const std::uint32_t changes : {1u, 8u}) {
+            SCOPED_TRACE(testing::Message() << row.isStream << ", changes: " << changes);
+            QuorvelAudioProfile profile = GainProfile(row, -20.0f);
+            ASSERT_EQ(application.SetProfileData(&profile), 0u);
+            Core().Misbehave({.code = fetch, .times = changes, .silent = true});
+            const auto object = Make(*row.id);
+            std::thread engine([&] { EXPECT_EQ(Initialize(*object.Get(), row), S_OK); });
+            for (std::uint32_t i = 1; i <= changes; ++i) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the answer is held
+                profile = GainProfile(row, -static_cast<float>(i));
+                EXPECT_EQ(application.SetProfileData(&profile), 0u);
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the event has come
+                Core().EndSilence();
+            }
+            engine.join();
+            EngineStream stream(*object.Get(), 2, 2);
+            ASSERT_EQ(stream.Lock(), S_OK);
+            ExpectGain(stream, -static_cast<double>(changes));
+            stream.Unlock();
+            EXPECT_EQ(application.ClearProfiles(), 0u);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace quorvel::test
