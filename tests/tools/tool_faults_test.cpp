@@ -113,7 +113,7 @@ TEST_F(ToolFaults, ASignalLeavesNoTrace) {
     WriteSound("long.wav", Noise(200000, 2));
     const Result result = Shell(
         "mkfifo pipe; (head -c 1000000 long.wav; sleep 60) > pipe & feeder=$!;\n"
-        "\"$QUORVEL\" process ok.json pipe out --tap gain=tapped & tool=$!;\n"
+        "\"$QUORVEL\" process ok.json pipe out --tap gain=tapped >/dev/null & tool=$!;\n"
         "for i in $(seq 600); do [ $(ls -A | grep -c '^.quorvel-') = 2 ] && break; sleep 0.1;\n"
         "done; ls -A | grep -c '^.quorvel-'; kill -TERM $tool; wait $tool; echo $?; kill $feeder");
     EXPECT_TRUE(result.out.ends_with("2\n143\n")) << result.out << result.error;
