@@ -21,6 +21,7 @@
 #include "apo/process_lock.h"
 #include "client/quorvel_audio_device.h"
 #include "engine/audio_graph.h"
+#include "engine/sample_guard.h"
 #include "platform/windows_api.h"
 #include "profile/quorvel_audio_profile.h"
 
@@ -70,6 +71,7 @@ class BaseAPO : public CBaseAudioProcessingObject,
 
     // --- IAudioProcessingObjectRT ---
     // Runs the graph over a valid buffer, resets it for a silent one, leaves an invalid one alone.
+    // Whatever samples come in, those that go out are finite (engine/sample_guard.h).
     // Buffers are 32-bit floats, frames × channels of the locked formats; in and out may be one.
     // Allocates nothing but what AudioGraph::Process may, takes no lock but `processLock`; a change
     // of the active channels is told to the driver from here.
@@ -85,6 +87,10 @@ class BaseAPO : public CBaseAudioProcessingObject,
         UINT32 u32NumInputConnections, APO_CONNECTION_DESCRIPTOR** ppInputConnections,
         UINT32 u32NumOutputConnections, APO_CONNECTION_DESCRIPTOR** ppOutputConnections) override;
     HRESULT STDMETHODCALLTYPE UnlockForProcess() override;
+
+    // What was caught of bad samples since the object was made. For a control thread, while the
+    // object does not process.
+    const SampleGuard::Counts& CaughtSamples() const { return guard.Caught(); }
 
     // --- IQuorvelAudioDeviceEventsListener, on the events thread ---
     // Follows changes of the profile and of the blocks and links of the object's chain. A change
@@ -140,6 +146,7 @@ class BaseAPO : public CBaseAudioProcessingObject,
     std::uint32_t driverEventCount = 0;  // events that have begun to be handled, under profileLock
     ComReference<IMMDeviceEnumerator> deviceEnumerator;
     UINT32 lastActiveChannels = 0;  // channel mask
+    SampleGuard guard;              // of the graph
 
   private:
     struct BlockEvent;

@@ -52,8 +52,9 @@ QUORVEL_RT_CODE void BaseAPO::ProcessValid(const APO_CONNECTION_PROPERTY& input,
     const UINT32 frames = input.u32ValidFrameCount;
 
     const std::lock_guard lock(processLock);
-    if (graph.Process(Samples(input), Samples(output), static_cast<std::int32_t>(frames)) == 0)
-        std::fill_n(Samples(output), std::size_t{frames} * outputChannelCount, 0.0f);
+    const auto active =
+        guard.Process(graph, Samples(input), Samples(output), static_cast<std::int32_t>(frames));
+    if (active == 0) std::fill_n(Samples(output), std::size_t{frames} * outputChannelCount, 0.0f);
     PassOn(input, output);
 }
 
@@ -64,6 +65,7 @@ QUORVEL_RT_CODE void BaseAPO::ProcessSilent(const APO_CONNECTION_PROPERTY& input
     {
         const std::lock_guard lock(processLock);
         graph.Reset();
+        guard.PassBy(static_cast<std::int32_t>(input.u32ValidFrameCount));
     }
     if (outputs > 0) PassOn(input, *outputConnections[0]);
     FollowActiveChannels(0);

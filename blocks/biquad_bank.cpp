@@ -95,6 +95,12 @@ void BiquadBank::Recompute() {
         ComputeSection(sections[i]);
 }
 
+void BiquadBank::ClearPast() QUORVEL_REAL_TIME {
+    const int64_t count = sections ? int64_t{channels} * bands : 0;
+    for (int64_t i = 0; i < count; ++i)
+        sections[i].x1 = sections[i].x2 = sections[i].y1 = sections[i].y2 = 0.0f;
+}
+
 void BiquadBank::Process(const float* in, float* out, int32_t frames,
                          int32_t width) QUORVEL_REAL_TIME {
     if (frames <= 0 || width <= 0) return;

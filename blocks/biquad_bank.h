@@ -44,6 +44,9 @@ struct BiquadBank {
     // Computes all coefficients again, after a new `sampleRate`. The past is kept.
     void Recompute();
 
+    // Lets every section start from silence. The coefficients are kept.
+    void ClearPast() QUORVEL_REAL_TIME;
+
     // Filters `in` into `out`: interleaved, `width` floats a frame, the same buffer or without
     // overlap. Nothing happens when `frames` or `width` is below 1. Copies unchanged: all channels
     // while the bank is not valid or has no sections, and those beyond `channels`.

@@ -8,6 +8,7 @@ namespace quorvel {
 
 CompressorBlock::CompressorBlock(const GUID& instanceId) : AudioBlock(instanceId) {
     typeId = kCompressorBlockTypeId;
+    StartAfreshByClearing<CompressorBlock>();
 }
 
 void CompressorBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {

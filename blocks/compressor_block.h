@@ -38,6 +38,9 @@ class CompressorBlock final : public AudioBlock {
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
 
+    // For StartAfresh.
+    void ClearState() QUORVEL_REAL_TIME { compressor.ResetRuntime(); }
+
   private:
     dynamics::SimpleComp compressor;
 };

@@ -9,7 +9,9 @@
 namespace quorvel {
 
 EQFilterBlock::EQFilterBlock(const GUID& instanceId, FilterType type)
-    : AudioBlock(instanceId), filterType(type) {}
+    : AudioBlock(instanceId), filterType(type) {
+    StartAfreshByClearing<EQFilterBlock>();
+}
 
 void EQFilterBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
     AudioBlock::SetFormat(width, mask, rate);

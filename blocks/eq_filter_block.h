@@ -21,9 +21,9 @@ inline constexpr uint32_t kSmallestFilterRecord = sizeof(uint32_t) + sizeof(Filt
 // Bands are taken by the setters and applied by the next Process or SetFormat. Applying keeps the
 // filters' past when the number of channels and of bands stays the same (a moved slider does not
 // click), else it allocates the sections anew, on whichever thread that happens, and starts from
-// silence. Reset does not clear the past. Channels that a format brought by SetInputsFormat adds
-// pass unchanged until bands are applied again. A sample that is not finite stays in the past until
-// then too; who feeds the graph keeps such samples out.
+// silence. Reset does not clear the past; StartAfresh does, when a sample that is not finite has
+// come to stay in it. Channels that a format brought by SetInputsFormat adds pass unchanged until
+// bands are applied again.
 class EQFilterBlock : public AudioBlock {
   public:
     EQFilterBlock(const GUID& instanceId, FilterType type);
@@ -36,6 +36,9 @@ class EQFilterBlock : public AudioBlock {
     // asks for, or the memory for the bands cannot be had.
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
+
+    // For StartAfresh.
+    void ClearState() QUORVEL_REAL_TIME { bank.ClearPast(); }
 
   private:
     void ApplyBands();

@@ -43,6 +43,7 @@ ExternalSurroundBlock::ExternalSurroundBlock(const GUID& instanceId)
 ExternalSurroundBlock::ExternalSurroundBlock(const GUID& instanceId, ExternalEngine otherEngine)
     : AudioBlock(instanceId), engine(std::move(otherEngine)) {
     typeId = kExternalSurroundBlockTypeId;
+    StartAfreshByClearing<ExternalSurroundBlock>();
     postEq.ConfigureTyped(kPostBands);
 }
 
@@ -107,6 +108,17 @@ void ExternalSurroundBlock::RunPostStage(float* out, int32_t frames) {
     if (speakerConfiguration == kStereoConfiguration) postEq.Process(out, out, frames, 2);
     for (std::ptrdiff_t i = 0; i < std::ptrdiff_t{2} * frames; ++i)
         out[i] *= kPostGain;
+}
+
+void ExternalSurroundBlock::ClearState() QUORVEL_REAL_TIME {
+    postEq.ClearPast();
+    scratch.Silence();
+    if (!engine || !formatOk) return;
+    if (settings.effectEnabled) engine->SetEffectEnabled(0);
+    engine->SetSampleRate(static_cast<int32_t>(sampleRate));
+    engine->SetSpeakerConfiguration(speakerConfiguration);
+    if (settings.effectEnabled) engine->SetEffectEnabled(1);
+    SendSpeakerAngles();
 }
 
 bool ExternalSurroundBlock::SetParameterData(const void* data, uint32_t size) {

@@ -55,6 +55,9 @@ class ExternalSurroundBlock final : public AudioBlock {
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
 
+    // For StartAfresh. An engine cannot be told to; it is configured again, its effect off and on.
+    void ClearState() QUORVEL_REAL_TIME;
+
   private:
     bool AcceptWidth();
     void SendParameters();

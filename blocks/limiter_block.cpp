@@ -8,6 +8,7 @@ namespace quorvel {
 
 LimiterBlock::LimiterBlock(const GUID& instanceId) : AudioBlock(instanceId) {
     typeId = kLimiterBlockTypeId;
+    StartAfreshByClearing<LimiterBlock>();
 }
 
 void LimiterBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {

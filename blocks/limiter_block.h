@@ -23,13 +23,11 @@ static_assert(offsetof(LimiterParameters, releaseMs) == 8);
 // Every frame gets one gain, keyed by its largest sample; audio comes out delayed by the look-ahead
 // (dynamics::SimpleLimit, which is a member: a block never lacks it).
 //
-// A sample that is not finite stays in the gain for as long as the block lives; who feeds the graph
-// keeps such samples out.
-//
 // Parameters act from the next frame. A record and a format rebuild the delay lines, which
 // allocates and gives a look-ahead of silence; the gain goes on from where it is. Both survive
-// Reset. While there are no delay lines (a rate of 0, an attack beyond SimpleLimit's bounds, no
-// memory) `out` is left unwritten: in place audio passes, otherwise `out` keeps what it held.
+// Reset, not StartAfresh. While there are no delay lines (a rate of 0, an attack beyond
+// SimpleLimit's bounds, no memory) `out` is left unwritten: in place audio passes, otherwise `out`
+// keeps what it held.
 class LimiterBlock final : public AudioBlock {
   public:
     explicit LimiterBlock(const GUID& instanceId);
@@ -40,6 +38,9 @@ class LimiterBlock final : public AudioBlock {
     // Takes LimiterParameters. Any values are accepted.
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
+
+    // For StartAfresh.
+    void ClearState() QUORVEL_REAL_TIME { limiter.StartAfresh(); }
 
   private:
     dynamics::SimpleLimit limiter;

@@ -86,6 +86,7 @@ const MatrixDecoderBlock::Layout* MatrixDecoderBlock::FindLayout(uint32_t width,
 
 MatrixDecoderBlock::MatrixDecoderBlock(const GUID& instanceId) : AudioBlock(instanceId) {
     typeId = kMatrixDecoderBlockTypeId;
+    StartAfreshByClearing<MatrixDecoderBlock>();
     decoder.state = decoderMemory;
     renderer.memory = rendererMemory;
 }
@@ -210,6 +211,16 @@ void MatrixDecoderBlock::JoinDiscreteChannels(const Layout& layout, const float*
         std::copy_n(in, layout.kept, frame);
     }
     discreteDelays.Process(decoded.data, frames);
+}
+
+// The delay lines are built anew by the next Process, in the memory that they have.
+void MatrixDecoderBlock::ClearState() QUORVEL_REAL_TIME {
+    if (decoderReady) RunMatrixDecoder(kDecoderInitialise, &decoder);
+    std::fill_n(rendererMemory, kStereoRendererClearedMemory, std::byte{0});
+    decodedDelays.Drop();
+    discreteDelays.Drop();
+    decoded.Silence();
+    rendererInput.Silence();
 }
 
 bool MatrixDecoderBlock::SetParameterData(const void* data, uint32_t size) {

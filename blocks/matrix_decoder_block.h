@@ -69,6 +69,9 @@ class MatrixDecoderBlock final : public AudioBlock {
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
 
+    // For StartAfresh. Both stages are set up again, which takes some sines and powers.
+    void ClearState() QUORVEL_REAL_TIME;
+
   private:
     struct Layout;
     static const Layout* FindLayout(uint32_t width, uint32_t mask);

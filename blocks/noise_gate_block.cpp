@@ -8,6 +8,7 @@ namespace quorvel {
 
 NoiseGateBlock::NoiseGateBlock(const GUID& instanceId) : AudioBlock(instanceId) {
     typeId = kNoiseGateBlockTypeId;
+    StartAfreshByClearing<NoiseGateBlock>();
 }
 
 void NoiseGateBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {

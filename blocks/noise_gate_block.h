@@ -36,6 +36,9 @@ class NoiseGateBlock final : public AudioBlock {
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
 
+    // For StartAfresh.
+    void ClearState() QUORVEL_REAL_TIME { gate.ResetRuntime(); }
+
   private:
     dynamics::SimpleGate gate;
 };

@@ -163,6 +163,7 @@ void SetBand(std::span<const BlockReference> filters, const FilterBand& band) {
 
 StereoExpanderBlock::StereoExpanderBlock(const GUID& instanceId) : AudioBlock(instanceId) {
     typeId = kStereoExpanderBlockTypeId;
+    StartAfreshByClearing<StereoExpanderBlock>();
     try {
         BuildNetwork();
     } catch (const std::bad_alloc&) {
@@ -211,6 +212,10 @@ void StereoExpanderBlock::Process(float* in, float* out, int32_t frames) QUORVEL
     } else {
         std::fill_n(out, int64_t{kPairWidth} * std::max(frames, 0), 0.0f);
     }
+}
+
+void StereoExpanderBlock::ClearState() QUORVEL_REAL_TIME {
+    if (network) network->StartAfresh();
 }
 
 bool StereoExpanderBlock::SetParameterData(const void* data, uint32_t size) {

@@ -66,6 +66,9 @@ class StereoExpanderBlock final : public AudioBlock {
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
 
+    // For StartAfresh.
+    void ClearState() QUORVEL_REAL_TIME;
+
   private:
     using Pair = std::array<std::shared_ptr<AudioBlock>, 2>;  // left, right
 

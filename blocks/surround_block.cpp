@@ -15,6 +15,7 @@ constexpr GUID kNoId = {};
 SurroundBlock::SurroundBlock(const GUID& instanceId)
     : AudioBlock(instanceId), decoder(kNoId), plain(kNoId) {
     typeId = kSurroundBlockTypeId;  // `plain` folds to two channels from the start
+    StartAfreshByClearing<SurroundBlock>();
 }
 
 int32_t SurroundBlock::GetInputChannels() const {
@@ -68,6 +69,12 @@ void SurroundBlock::Crossfade(const float* outgoing, const float* incoming, floa
         fadeOutGain -= fadeStep;
         fadeInGain += fadeStep;
     }
+}
+
+void SurroundBlock::ClearState() QUORVEL_REAL_TIME {
+    decoder.ClearState();
+    scratch.Silence();
+    fadeRemaining = 0;
 }
 
 bool SurroundBlock::SetParameterData(const void* data, uint32_t size) {

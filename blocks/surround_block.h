@@ -46,6 +46,9 @@ class SurroundBlock final : public AudioBlock {
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
 
+    // For StartAfresh. Ends a fade.
+    void ClearState() QUORVEL_REAL_TIME;
+
   private:
     void Switch(int32_t surroundOn);
     void ProcessFade(float* in, float* out, int32_t frames);

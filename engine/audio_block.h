@@ -86,6 +86,13 @@ class AudioBlock {
 
     const GUID& GetId() const { return id; }
 
+    // Returns the signal state (histories, envelopes, delay lines) to what it was behind the
+    // block's construction and configuration. Parameters and format stay. Reset is something else:
+    // in several kinds it is settled to keep the state. Allocates nothing.
+    void StartAfresh() QUORVEL_REAL_TIME {
+        if (startAfresh) startAfresh(*this);
+    }
+
     // Calls `callback(float* in, float* out)` for every sample in ascending order. Does
     // nothing when the block's input and output widths differ.
     template <typename Callback>
@@ -128,6 +135,13 @@ class AudioBlock {
     GUID typeId{};                // set by the constructor of each concrete class
     GUID id{};                    // unique within a graph
 
+    // Makes StartAfresh call `Block::ClearState`. For the constructor of a block with state.
+    template <typename Block>
+    void StartAfreshByClearing() {
+        startAfresh = [](AudioBlock& block)
+                          QUORVEL_REAL_TIME { static_cast<Block&>(block).ClearState(); };
+    }
+
     // Tells the graph that holds the block, unless it is suspended, that the output width changed:
     // it configures every block again, this one included.
     void AnnounceWidth();
@@ -139,6 +153,9 @@ class AudioBlock {
     std::vector<std::shared_ptr<AudioBlock>> outputs;
     AudioGraph* graph = nullptr;  // the graph that holds the block, not owned
     bool isInternal = false;      // made by the graph itself (mixer of several ends, width adapter)
+
+  private:
+    void (*startAfresh)(AudioBlock& block) QUORVEL_REAL_TIME = nullptr;  // null: without state
 };
 
 }  // namespace quorvel

@@ -21,6 +21,10 @@ bool AudioBuffer::Grow(uint64_t bytes) {
     return true;
 }
 
+void AudioBuffer::Silence() {
+    if (data) std::memset(data, 0, capacityBytes);
+}
+
 void AudioBuffer::Release() {
     std::free(data);
     data = nullptr;

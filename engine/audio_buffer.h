@@ -18,6 +18,9 @@ struct AudioBuffer {
     // cannot be had or `bytes` is above 4 GiB - 1; the old memory and content then stay.
     bool Grow(uint64_t bytes);
 
+    // Fills all of the memory with silence.
+    void Silence();
+
     // Returns the memory.
     void Release();
 

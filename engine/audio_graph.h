@@ -7,7 +7,8 @@
 // when their first-input walks end in one common source.
 //
 // Processing (audio_graph_formats.cpp, audio_graph_process.cpp): the blocks run at the processing
-// format, internal adapters fit the result to the output width, a fixed limiter guards full scale.
+// format, internal adapters fit the result to the output width, and a fixed compressor holds back
+// what is above full scale (output_limiter.h: it is no ceiling).
 //
 // Bounds: `out` is written only at its own width, and an input frame is read only as far as it
 // goes: where automatic width asks for more channels than the input has, the rest are silent.
@@ -159,13 +160,22 @@ class AudioGraph {
 
     // --- Running -------------------------------------------------------------------------------
 
-    // Clears the signal state of every block.
+    // Clears the signal state of every block that lets it be cleared.
     void Reset() QUORVEL_REAL_TIME;
+
+    // Forgets all audio: every block, the limiter and the buffers are as after their configuration
+    // (AudioBlock::StartAfresh). Parameters, formats and the channels detected stay. Allocates
+    // nothing.
+    void StartAfresh() QUORVEL_REAL_TIME;
 
     // Runs `frames` frames from `in` (frames × input channels) to `out` (frames × output channels);
     // the two may be one buffer. Both formats must be set. With noise on, `in` is changed in place.
     // Returns the speaker mask of the input channels that carried signal (a sample above 3/32768);
     // 0 means silence: the caller then fills `out` with zeros.
+    //
+    // Samples pass as the blocks' arithmetic has them, whatever they are (engine/sample_guard.h
+    // keeps bad ones out). A block whose last frame is not finite starts afresh: such a sample in
+    // a filter or an envelope would stay for good.
     uint32_t Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME;
 
   private:

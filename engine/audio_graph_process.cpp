@@ -3,12 +3,33 @@
 
 #include "engine/audio_graph.h"
 #include "engine/node_configuration.h"
+#include "engine/sample_check.h"
 
 namespace quorvel {
+namespace {
+
+// Whether the last frame is finite. One that is not shows a state that is not: a history or an
+// envelope puts it into every frame.
+bool EndsFinite(const float* samples, int32_t frames, int32_t channels) {
+    if (frames < 1 || channels < 1) return true;
+    const float* const last = samples + int64_t{frames - 1} * channels;
+    return std::all_of(last, last + channels, IsFinite);
+}
+
+}  // namespace
 
 void AudioGraph::Reset() QUORVEL_REAL_TIME {
     for (const auto& [id, block] : network.Blocks())
         block->Reset();
+}
+
+void AudioGraph::StartAfresh() QUORVEL_REAL_TIME {
+    for (const auto& [id, block] : network.Blocks())
+        block->StartAfresh();
+    limiter.StartAfresh();
+    bufferPool.Silence();
+    conversionBuffer.Silence();
+    mixBuffer.Silence();
 }
 
 uint32_t AudioGraph::Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME {
@@ -103,10 +124,11 @@ void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t
     if (node.inputs.size() < 2) {
         float* source = node.inputs.empty() ? chainInput : node.inputs.front().buffer->data;
         block.Process(source, destination, frames);
-        return;
+    } else {
+        WidenInputs(node, frames);
+        MixInputs(node, destination, frames);
     }
-    WidenInputs(node, frames);
-    MixInputs(node, destination, frames);
+    if (!EndsFinite(destination, frames, width)) block.StartAfresh();
 }
 
 void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {

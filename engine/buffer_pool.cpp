@@ -12,6 +12,11 @@ AudioBuffer* BufferPool::Append(uint64_t bytes) {
     return buffers.emplace_back(std::move(buffer)).get();
 }
 
+void BufferPool::Silence() const {
+    for (const auto& buffer : buffers)
+        buffer->Silence();
+}
+
 BufferPlanner::BufferPlanner(BufferPool& bufferPool)
     : pool(bufferPool), leaves(std::bit_ceil(std::max<std::size_t>(bufferPool.Count(), 1))) {
     capacity.resize(2 * leaves);

@@ -19,6 +19,9 @@ class BufferPool {
     // Frees every buffer. No processing list may refer to them any more.
     void Clear() { buffers.clear(); }
 
+    // Fills every buffer with silence.
+    void Silence() const;
+
     // Appends a buffer of exactly `bytes` bytes; null when the memory cannot be had.
     AudioBuffer* Append(uint64_t bytes);
 

@@ -5,7 +5,9 @@
 namespace quorvel::tool {
 
 ObservedBlock::ObservedBlock(std::shared_ptr<AudioBlock> watched, BlockObserver& blockObserver)
-    : AudioBlock(watched->GetId()), block(std::move(watched)), observer(blockObserver) {}
+    : AudioBlock(watched->GetId()), block(std::move(watched)), observer(blockObserver) {
+    StartAfreshByClearing<ObservedBlock>();
+}
 
 GUID ObservedBlock::GetTypeId() const {
     return block->GetTypeId();

@@ -42,6 +42,9 @@ class ObservedBlock final : public AudioBlock {
     bool SetParameterData(const void* data, uint32_t size) override;
     bool SetParameters(const void* record) override;
 
+    // For StartAfresh.
+    void ClearState() QUORVEL_REAL_TIME { block->StartAfresh(); }
+
   private:
     std::shared_ptr<AudioBlock> block;
     BlockObserver& observer;

@@ -10,7 +10,7 @@
 // of 0 or below writes nothing; frames without channels still let the envelope run, with key 0.
 //
 // Real-time: no allocation, no lock, no system call. Infinities and NaNs act as the formulas say,
-// which means that they can stay in an envelope until it is reset.
+// which means that a NaN can stay in an envelope until it is reset.
 #pragma once
 
 #include <cstdint>

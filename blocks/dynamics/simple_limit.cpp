@@ -90,6 +90,11 @@ void SimpleLimit::ResetRuntime() {
         std::ranges::fill(line, 0.0f);
 }
 
+void SimpleLimit::StartAfresh() QUORVEL_REAL_TIME {
+    SimpleLimit::ResetRuntime();
+    maxPeak = envelope = kFreshLevel;
+}
+
 void SimpleLimit::SetChannelCount(uint32_t count) {
     channelCount = count;
     BuildDelayLines();

@@ -67,6 +67,9 @@ class SimpleLimit {
     // Lets go of the peak held, of the gain and of the audio in the delay lines.
     virtual void ResetRuntime();
 
+    // The same, but back to the gain of a fresh one, whatever the threshold. Real-time.
+    void StartAfresh() QUORVEL_REAL_TIME;
+
     // Builds a delay line for each of `count` channels.
     void SetChannelCount(uint32_t count);
 
@@ -83,17 +86,19 @@ class SimpleLimit {
     const std::vector<float>& DelayLine(uint32_t channel) const;
 
   protected:
+    static constexpr double kFreshLevel = 1.0;  // linear
+
     double thresholdDb = 0.0;
-    double threshold = 1.0;  // the same, linear
-    uint32_t peakHold = 0;   // samples; also the look-ahead
-    uint32_t peakTimer = 0;  // samples since the held peak was taken
-    double maxPeak = 1.0;    // the held peak
+    double threshold = 1.0;        // the same, linear
+    uint32_t peakHold = 0;         // samples; also the look-ahead
+    uint32_t peakTimer = 0;        // samples since the held peak was taken
+    double maxPeak = kFreshLevel;  // the held peak
     FastEnvelope attack;
     FastEnvelope release;
-    double envelope = 1.0;       // of the held peak
-    uint32_t bufferSize = 1024;  // samples a delay line; a power of two, or 0
-    uint32_t mask = 1023;        // bufferSize - 1
-    uint32_t cursor = 0;         // where the next sample goes
+    double envelope = kFreshLevel;  // of the held peak
+    uint32_t bufferSize = 1024;     // samples a delay line; a power of two, or 0
+    uint32_t mask = 1023;           // bufferSize - 1
+    uint32_t cursor = 0;            // where the next sample goes
     std::vector<std::vector<float>> delayLines;
     double attackMs = 1.0;
     uint32_t channelCount = 0;

@@ -4,6 +4,7 @@
 // The program has support/watched_new.cpp, so that operator new is counted too.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "engine/audio_graph.h"
 #include "engine/block_factory.h"
 #include "engine/block_type_ids.h"
+#include "engine/sample_guard.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/probe_block.h"
 
@@ -63,10 +65,13 @@ TEST(RealTime, SteadyStateOfEveryKindKeepsThePromise) {
             in[i] = 0.3f;
         graph.Process(in.data(), out.data(), 480);  // settles the width
         EXPECT_EQ(+graph.ProcessingFormat().Format.nChannels, holdMs ? 2 : 8);
+        SampleGuard guard;
         const test::AllocationFaults allocations;
         for (int buffer = 0; buffer < 20; ++buffer) {
-            EXPECT_NE(graph.Process(in.data(), out.data(), 480), 0u);
+            in[1] = buffer % 2 == 0 ? NAN : 0.0f;
+            EXPECT_NE(guard.Process(graph, in.data(), out.data(), 480), 0u);
             graph.Reset();
+            if (buffer % 5 == 0) graph.StartAfresh();
         }
         EXPECT_EQ(allocations.Asked(), 0u);
     }
