@@ -11,6 +11,7 @@
 #include <limits>
 #include <span>
 
+#include "base/math/exponential.h"
 #include "blocks/dynamics/linked_gain.h"
 #include "blocks/dynamics/sample_kernels.h"
 #include "blocks/dynamics/simple_comp.h"
@@ -53,7 +54,7 @@ bool IsAtRest(const SimpleComp& compressor) {
 double EffectiveGain(double gainDb) {
     constexpr double kCertain = kUnityTolerance / 2.0;
     const double exponent = gainDb * kNepersPerDecibel;
-    return std::fabs(exponent) <= kCertain ? 1.0 : std::exp(exponent);
+    return std::fabs(exponent) <= kCertain ? 1.0 : math::Exp(exponent);
 }
 
 // Turns peaks into levels over the threshold. The loud frames are listed first, without a branch
