@@ -1,4 +1,4 @@
-// Compiled for AVX on x86. Nothing but the function below may leave this file.
+// Compiled for AVX2 on x86. Nothing but the function below may leave this file.
 #include "blocks/dynamics/compressor_lanes.h"
 
 namespace quorvel::dynamics {

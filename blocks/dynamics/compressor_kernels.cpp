@@ -5,7 +5,7 @@
 namespace quorvel::dynamics {
 
 CompressorKernel ChooseCompressorKernel() QUORVEL_REAL_TIME {
-    return platform::ProcessorHasAvx() ? RunCompressorInFours : RunCompressorInTwos;
+    return platform::ProcessorHasAvx2() ? RunCompressorInFours : RunCompressorInTwos;
 }
 
 }  // namespace quorvel::dynamics

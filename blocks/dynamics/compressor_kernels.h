@@ -31,7 +31,7 @@ using CompressorKernel = int32_t (*)(CompressorRun& run) QUORVEL_REAL_TIME;
 // Vectors of two doubles: the processor's baseline.
 int32_t RunCompressorInTwos(CompressorRun& run) QUORVEL_REAL_TIME;
 
-// Vectors of four doubles. On x86 only where platform::ProcessorHasAvx().
+// Vectors of four doubles. On x86 only where platform::ProcessorHasAvx2().
 int32_t RunCompressorInFours(CompressorRun& run) QUORVEL_REAL_TIME;
 
 // The fastest kernel for this processor.
