@@ -3,7 +3,7 @@
 //   quorvel_same_bits check [KERNELS]   compares; exits with 1 and says what differs
 //   quorvel_same_bits write             makes the list anew, with the plain definitions
 //
-// KERNELS is plain, fours, eights or fastest (the default): tests/same_bits/forced_kernels.h.
+// KERNELS is plain, fours, eights or fastest (the default): tests/support/forced_kernels.h.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/same_bits/forced_kernels.h"
 #include "tests/same_bits/rendering.h"
 #include "tests/same_bits/signals.h"
+#include "tests/support/forced_kernels.h"
 #include "tools/profile_file.h"
 
 namespace quorvel::test {

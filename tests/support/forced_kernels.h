@@ -6,8 +6,8 @@
 namespace quorvel::test {
 
 // "plain": the definitions; "fours": 16-byte vectors, the processor's baseline; "eights": 32-byte
-// vectors, AVX; "fastest": the library's own choice. For everything that is built from now on;
-// before any graph is. False for another name, and for "eights" where the processor has no AVX.
+// vectors, AVX2; "fastest": the library's own choice. For filters that are shaped and dynamics that
+// run from now on. False for another name, and for "eights" where the processor lacks AVX2.
 //
 // The program is linked with --wrap for each function that chooses a kernel.
 bool ForceKernels(std::string_view name);
