@@ -23,4 +23,13 @@ inline bool ProcessorHasAvx2() {
 #endif
 }
 
+// The same for AVX2 together with fused multiplication and addition.
+inline bool ProcessorHasFusedAdd() {
+#if defined(__x86_64__) || defined(__i386__)
+    return ProcessorHasAvx2() && __builtin_cpu_supports("fma") != 0;
+#else
+    return false;
+#endif
+}
+
 }  // namespace quorvel::platform

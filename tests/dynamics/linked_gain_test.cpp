@@ -171,7 +171,7 @@ void CompareAfterBurst(double releaseMs, double thresholdDb) {
     for (const int32_t channels : {1, 2, 3, 8}) {
         std::vector<float> in(static_cast<std::size_t>(1001 * channels));
         std::ranges::generate(in, [&] { return chance.Sample(peak); });
-        Compare(fast, plain, in, 1001, channels, false);
+        Compare(fast, plain, in, 1001, channels, channels != 2);
     }
 }
 
