@@ -5,6 +5,10 @@
 #include <cstddef>
 #include <numbers>
 
+#include "base/math/exponential.h"
+#include "base/math/power.h"
+#include "base/math/trigonometry.h"
+
 namespace quorvel {
 namespace {
 
@@ -30,8 +34,8 @@ bool UsesGain(FilterType type) {
 
 // Both ways lead to 10^(g/40), but not to the same last bit.
 float Amplitude(FilterType type, float gainDb) {
-    if (UsesGain(type)) return static_cast<float>(std::pow(10.0, double{gainDb / 40.0f}));
-    return std::sqrt(static_cast<float>(std::pow(10.0, double{gainDb / 20.0f})));
+    if (UsesGain(type)) return static_cast<float>(math::Pow(10.0, double{gainDb / 40.0f}));
+    return std::sqrt(static_cast<float>(math::Pow(10.0, double{gainDb / 20.0f})));
 }
 
 double UncheckedAlpha(const FilterBand& band, const Prototype& p) {
@@ -42,7 +46,7 @@ double UncheckedAlpha(const FilterBand& band, const Prototype& p) {
         case BandwidthMode::Q:
             return sn / (w * 2.0);
         case BandwidthMode::Octaves:
-            return std::sinh(std::numbers::ln2 / 2.0 * w * p.w0 / sn) * sn;
+            return math::Sinh(std::numbers::ln2 / 2.0 * w * p.w0 / sn) * sn;
         case BandwidthMode::ShelfSlope:
             return std::sqrt((1.0 / A + A) * (1.0 / w - 1.0) + 2.0) * (sn * 0.5);
     }
@@ -54,8 +58,8 @@ Prototype MakePrototype(FilterType type, const FilterBand& band, uint32_t sample
     Prototype p;
     p.A = Amplitude(type, band.gainDb);
     p.w0 = static_cast<float>(double{band.frequency} * (2.0 * std::numbers::pi) / fs);
-    p.sn = static_cast<float>(std::sin(double{p.w0}));
-    p.cs = static_cast<float>(std::cos(double{p.w0}));
+    p.sn = static_cast<float>(math::Sin(double{p.w0}));
+    p.cs = static_cast<float>(math::Cos(double{p.w0}));
     const auto alpha = static_cast<float>(UncheckedAlpha(band, p));
     p.alpha = std::isfinite(alpha) ? alpha : 0.0f;
     p.K = std::sqrt(p.A + p.A) * p.sn;

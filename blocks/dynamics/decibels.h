@@ -1,7 +1,8 @@
 // Conversions between amplitude factors and decibels, in double precision.
 #pragma once
 
-#include <cmath>
+#include "base/math/exponential.h"
+#include "base/math/logarithm.h"
 
 namespace quorvel::dynamics {
 
@@ -13,11 +14,11 @@ inline constexpr double kNepersPerDecibel = 0.11512925464970228;  // ln 10 / 20
 inline constexpr double kDcOffset = 1e-25;
 
 inline double LinearToDecibels(double amplitude) {
-    return std::log(amplitude) * kDecibelsPerNeper;
+    return math::Log(amplitude) * kDecibelsPerNeper;
 }
 
 inline double DecibelsToLinear(double dB) {
-    return std::exp(dB * kNepersPerDecibel);
+    return math::Exp(dB * kNepersPerDecibel);
 }
 
 }  // namespace quorvel::dynamics

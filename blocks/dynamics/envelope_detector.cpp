@@ -1,6 +1,6 @@
 #include "blocks/dynamics/envelope_detector.h"
 
-#include <cmath>
+#include "base/math/exponential.h"
 
 namespace quorvel::dynamics {
 
@@ -30,7 +30,7 @@ double EnvelopeDetector::GetSampleRate() const {
 }
 
 void EnvelopeDetector::UpdateCoefficient() {
-    coefficient = std::exp(-1000.0 / (timeConstantMs * sampleRate));
+    coefficient = math::Exp(-1000.0 / (timeConstantMs * sampleRate));
 }
 
 }  // namespace quorvel::dynamics

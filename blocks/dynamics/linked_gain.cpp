@@ -40,8 +40,8 @@ void ProcessLinkedPlain(SimpleGate& gate, const float* in, float* out, int32_t f
     ProcessPlain(gate, in, out, frames, channels);
 }
 
-void ProcessLinked(SimpleLimit& limiter, const float* in, float* out, int32_t frames,
-                   int32_t channels) QUORVEL_REAL_TIME {
+void ProcessLinkedPlain(SimpleLimit& limiter, const float* in, float* out, int32_t frames,
+                        int32_t channels) QUORVEL_REAL_TIME {
     if (channels < 0) return;
     for (int32_t f = 0; f < frames; ++f, in += channels, out += channels)
         limiter.ProcessFrame(in, out, static_cast<uint32_t>(channels));

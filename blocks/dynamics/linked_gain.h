@@ -30,7 +30,8 @@ void ProcessLinked(SimpleComp& compressor, const float* in, float* out, int32_t 
 void ProcessLinked(SimpleGate& gate, const float* in, float* out, int32_t frames,
                    int32_t channels) QUORVEL_REAL_TIME;
 
-// The limiter has a step of its own, SimpleLimit::ProcessFrame, for each frame.
+// The limiter has a step of its own, SimpleLimit::ProcessFrame, for each frame; its fast path has
+// the bits of these steps.
 void ProcessLinked(SimpleLimit& limiter, const float* in, float* out, int32_t frames,
                    int32_t channels) QUORVEL_REAL_TIME;
 
@@ -38,6 +39,8 @@ void ProcessLinked(SimpleLimit& limiter, const float* in, float* out, int32_t fr
 void ProcessLinkedPlain(SimpleComp& compressor, const float* in, float* out, int32_t frames,
                         int32_t channels) QUORVEL_REAL_TIME;
 void ProcessLinkedPlain(SimpleGate& gate, const float* in, float* out, int32_t frames,
+                        int32_t channels) QUORVEL_REAL_TIME;
+void ProcessLinkedPlain(SimpleLimit& limiter, const float* in, float* out, int32_t frames,
                         int32_t channels) QUORVEL_REAL_TIME;
 
 }  // namespace quorvel::dynamics

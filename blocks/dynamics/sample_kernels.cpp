@@ -5,6 +5,9 @@
 #include <cstring>
 #include <limits>
 
+#include "blocks/dynamics/tiny_gain.h"
+#include "platform/processor.h"
+
 namespace quorvel::dynamics {
 namespace {
 
@@ -140,6 +143,21 @@ struct QuietScan {
 
 constexpr int32_t kTile = 32;  // samples; eight registers
 
+// Samples of whole tiles and whole frames.
+int64_t UnitOf(int32_t channels) {
+    return kTile % channels == 0 ? kTile : int64_t{kTile} * channels;
+}
+
+// Scales the leading quiet units, where the processor and the gain allow, and returns how many
+// samples those are.
+int64_t PassTinyFused(const QuietScan& scan, int64_t unit, double unitsGain) {
+    const auto single = static_cast<float>(unitsGain);
+    const bool isExact = static_cast<double>(single) == unitsGain;
+    if (!isExact || double{scan.ceiling} * unitsGain >= kMostFusedUnits) return 0;
+    if (!platform::ProcessorHasFusedAdd()) return 0;
+    return ScaleTinyFused(scan.in, scan.out, scan.count, unit, scan.ceiling, single);
+}
+
 }  // namespace
 
 float FloatNotAbove(double x) {
@@ -155,16 +173,21 @@ int32_t ScaleWhileBelow(const float* in, float* out, int32_t frames, int32_t cha
                         float ceiling, double gain) QUORVEL_REAL_TIME {
     if (!(ceiling >= 0.0f)) return 0;
     if (channels == 0) return frames;
-    const QuietScan scan{in, out, int64_t{frames} * channels, ceiling};
+    QuietScan scan{in, out, int64_t{frames} * channels, ceiling};
     const auto runWith = [&](auto scale) {
-        const int64_t samples = kTile % channels == 0
+        const int64_t unit = UnitOf(channels);
+        const int64_t samples = unit == kTile
                                     ? scan.Run(std::integral_constant<int64_t, kTile>{}, scale)
-                                    : scan.Run(int64_t{kTile} * channels, scale);
+                                    : scan.Run(unit, scale);
         return static_cast<int32_t>(samples / channels);
     };
     if (std::fabs(gain - 1.0) <= kUnityTolerance) return runWith(Unchanged{});
-    if (gain > 0.0 && gain < 1.0 && double{ceiling} * gain < 0x1p-126)
-        return runWith(TimesTiny{gain * 0x1p149});
+    if (gain > 0.0 && gain < 1.0 && double{ceiling} * gain < 0x1p-126) {
+        const double unitsGain = gain * kUnitsOfOne;
+        const int64_t done = PassTinyFused(scan, UnitOf(channels), unitsGain);
+        scan = {in + done, out + done, scan.count - done, ceiling};
+        return static_cast<int32_t>(done / channels) + runWith(TimesTiny{unitsGain});
+    }
     const auto single = static_cast<float>(gain);
     if (static_cast<double>(single) == gain) return runWith(TimesSingle{single});
     return runWith(TimesDouble{gain});

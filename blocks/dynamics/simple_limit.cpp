@@ -6,6 +6,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "base/math/power.h"
 #include "blocks/dynamics/decibels.h"
 
 namespace quorvel::dynamics {
@@ -26,7 +27,7 @@ uint32_t PowerOfTwoFor(uint32_t samples) {
 }  // namespace
 
 void SimpleLimit::FastEnvelope::UpdateCoefficient() {
-    coefficient = std::pow(0.01, 1000.0 / (timeConstantMs * sampleRate));
+    coefficient = math::Pow(0.01, 1000.0 / (timeConstantMs * sampleRate));
 }
 
 SimpleLimit::SimpleLimit() : attack(1.0, 44100.0), release(10.0, 44100.0) {

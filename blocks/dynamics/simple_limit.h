@@ -78,6 +78,15 @@ class SimpleLimit {
     // channels. Real-time.
     void ProcessFrame(const float* input, float* output, uint32_t channels) QUORVEL_REAL_TIME;
 
+    // The leading ones of `frames` frames, as many as make whole vectors, with the bits of
+    // ProcessFrame; returns how many those are: 0 too where there is no kernel for the width or for
+    // a look-ahead of few samples, and where ProcessFrame refuses. Real-time.
+    int32_t ProcessWholeVectors(const float* input, float* output, int32_t frames,
+                                uint32_t channels) QUORVEL_REAL_TIME;
+
+    // The gain's state, for comparisons: the envelope of the held peak.
+    double Envelope() const { return envelope; }
+
     // Samples of one delay line: a power of two not below the latency, or 0.
     uint32_t BufferSize() const { return bufferSize; }
 

@@ -1,14 +1,16 @@
 #include "blocks/surround/ear_filters.h"
 
-#include <cmath>
 #include <numbers>
+
+#include "base/math/power.h"
+#include "base/math/trigonometry.h"
 
 namespace quorvel {
 namespace {
 
 void SetShelf(EarFilters::Shelf& shelf, int lane, const EarCurve& curve, double sampleRate) {
-    const double k = std::tan(std::numbers::pi * curve.shelfFrequency / sampleRate);
-    const double g = std::pow(10.0, curve.shelfDb / 40.0);
+    const double k = math::Tan(std::numbers::pi * curve.shelfFrequency / sampleRate);
+    const double g = math::Pow(10.0, curve.shelfDb / 40.0);
     shelf.c0[lane] = static_cast<float>((k + g) / (k + 1.0 / g));
     shelf.c1[lane] = static_cast<float>((k - g) / (k + 1.0 / g));
     shelf.c2[lane] = static_cast<float>((k - 1.0 / g) / (k + 1.0 / g));

@@ -6,6 +6,9 @@
 #include <iterator>
 #include <numbers>
 
+#include "base/math/power.h"
+#include "base/math/trigonometry.h"
+
 namespace quorvel {
 namespace {
 
@@ -50,7 +53,7 @@ double Linear(double from, double to, double way) {
 
 double Geometric(double from, double to, double way) {
     if (way == 0.0 || way == 1.0) return way == 0.0 ? from : to;
-    return from * std::pow(to / from, way);
+    return from * math::Pow(to / from, way);
 }
 
 PeakCurve Between(const PeakCurve& from, const PeakCurve& to, double way) {
@@ -85,7 +88,7 @@ HeadDirection DirectionAt(double azimuth) {
 double FarEarLag(double azimuth, double sampleRate) {
     const double degrees = std::min(std::fabs(azimuth), 180.0 - std::fabs(azimuth));
     const double theta = degrees * (std::numbers::pi / 180.0);
-    return kLagScale * (kHeadRadius / kSpeedOfSound) * (theta + std::sin(theta)) * sampleRate;
+    return kLagScale * (kHeadRadius / kSpeedOfSound) * (theta + math::Sin(theta)) * sampleRate;
 }
 
 }  // namespace quorvel

@@ -5,6 +5,7 @@
 #include <new>
 #include <type_traits>
 
+#include "base/math/logarithm.h"
 #include "blocks/surround/band_matrix.h"
 #include "blocks/surround/clean_sample.h"
 #include "blocks/surround/faded.h"
@@ -63,7 +64,8 @@ float* Channel(const MatrixDecoderConfiguration& configuration, DecoderChannel c
 void SetTrim(Decoder& decoder, float trim) {
     decoder.trim = trim;
     const bool isUsable = trim >= 1.0f && trim <= 2.0f;
-    decoder.balanceRangeDb = 20.0f * std::log10(isUsable ? trim : kUsualTrim);
+    decoder.balanceRangeDb =
+        20.0f * static_cast<float>(math::Log10(double{isUsable ? trim : kUsualTrim}));
 }
 
 void SetFlags(Decoder& decoder, const DecoderOptions& options, uint16_t flagsWord) {

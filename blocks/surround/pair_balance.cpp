@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/math/exponential.h"
+
 namespace quorvel {
 namespace {
 
@@ -30,7 +32,7 @@ void PairBalance::Follow(const BandSteering& middle, float rangeDb, bool isOn,
     const float step = std::clamp(excess, -1.0f, 1.0f) * kDbPerSecond * seconds;
     difference = std::clamp(difference - step, -rangeDb, rangeDb);
     if (!isOn && std::fabs(difference) < kRestDb) difference = 0.0f;
-    leftGain = std::exp(difference * (kNepersPerDb / 2.0f));
+    leftGain = static_cast<float>(math::Exp(double{difference * (kNepersPerDb / 2.0f)}));
     rightGain = 1.0f / leftGain;
 }
 

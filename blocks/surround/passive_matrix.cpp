@@ -3,6 +3,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "base/math/trigonometry.h"
+
 namespace quorvel {
 namespace {
 
@@ -40,7 +42,7 @@ double CentreShare(const DecoderOptions& options) {
 
 // What a pair takes of the power of s (`sign` 1) or of m (`sign` -1), for q = 1.
 double PowerTaken(const RearPair& pair, double sign) {
-    return pair.weight * pair.weight * (1.0 + sign * std::sin(2.0 * pair.angle));
+    return pair.weight * pair.weight * (1.0 + sign * math::Sin(2.0 * pair.angle));
 }
 
 double PowerTaken(const RearPairs& pairs, double sign) {
@@ -49,8 +51,8 @@ double PowerTaken(const RearPairs& pairs, double sign) {
 
 // Writes the two amplitudes of a pair from `place` on.
 void PlacePair(const RearPair& pair, double q, PassiveMatrix& matrix, int place) {
-    const auto own = static_cast<float>(pair.weight * q * std::cos(pair.angle));
-    const auto other = static_cast<float>(pair.weight * q * std::sin(pair.angle));
+    const auto own = static_cast<float>(pair.weight * q * math::Cos(pair.angle));
+    const auto other = static_cast<float>(pair.weight * q * math::Sin(pair.angle));
     matrix.left.rear[place] = own;
     matrix.right.rear[place] = -other;
     matrix.left.rear[place + 1] = other;

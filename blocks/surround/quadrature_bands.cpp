@@ -5,6 +5,11 @@
 #include <numbers>
 #include <span>
 
+#include "base/math/arctangent.h"
+#include "base/math/exponential.h"
+#include "base/math/logarithm.h"
+#include "base/math/power.h"
+#include "base/math/trigonometry.h"
 #include "blocks/surround/faded.h"
 
 namespace quorvel {
@@ -65,28 +70,28 @@ struct SplitRun {
 };
 
 void SetUpSplit(QuadratureBands::Split& split, double frequency, double sampleRate) {
-    const double k = std::tan(pi * frequency / sampleRate), d = 1.0 + k + k * k;
+    const double k = math::Tan(pi * frequency / sampleRate), d = 1.0 + k + k * k;
     split.c = static_cast<float>((k - 1.0) / (k + 1.0));
     split.a1 = static_cast<float>(2.0 * (k * k - 1.0) / d);
     split.a2 = static_cast<float>((1.0 - k + k * k) / d);
 }
 
 double Nome(double w1, double w2) {
-    const double k = std::pow(1.0 - std::pow(w1 / w2, 2.0), 0.25);
+    const double k = math::Pow(1.0 - math::Pow(w1 / w2, 2.0), 0.25);
     const double e = (1.0 - k) / (2.0 * (1.0 + k));
-    return std::exp(pi * pi / std::log(e + 2.0 * std::pow(e, 5.0)));
+    return math::Exp(pi * pi / math::Log(e + 2.0 * math::Pow(e, 5.0)));
 }
 
 void SetUpChains(QuadratureBands& bands, double sampleRate) {
-    const double w1 = std::tan(pi * kLowestHz / sampleRate);
-    const double w2 = std::tan(pi * std::min(kHighestHz / sampleRate, kHighestShare));
-    const double q = Nome(w1, w2), q2 = std::pow(q, 2.0), q6 = std::pow(q, 6.0);
+    const double w1 = math::Tan(pi * kLowestHz / sampleRate);
+    const double w2 = math::Tan(pi * std::min(kHighestHz / sampleRate, kHighestShare));
+    const double q = Nome(w1, w2), q2 = math::Pow(q, 2.0), q6 = math::Pow(q, 6.0);
     int sections[2] = {};
     for (int i = 0; i < 2 * QuadratureBands::kChainSections; ++i) {
         const double f = pi * (4 * i + 1) / 32.0;
         const double bend =
-            std::atan((q2 - q6) * std::sin(4.0 * f) / (1.0 + (q2 + q6) * std::cos(4.0 * f)));
-        const double t = std::tan(f - bend) * std::sqrt(w1 * w2);
+            math::Atan((q2 - q6) * math::Sin(4.0 * f) / (1.0 + (q2 + q6) * math::Cos(4.0 * f)));
+        const double t = math::Tan(f - bend) * std::sqrt(w1 * w2);
         const auto c = static_cast<float>((std::fabs(t) - 1.0) / (std::fabs(t) + 1.0));
         const int chain = t > 0.0 ? 0 : 1;
         float* const lanes = bands.chain[sections[chain]++] + 2 * chain;

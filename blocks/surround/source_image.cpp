@@ -5,6 +5,9 @@
 #include <numbers>
 #include <span>
 
+#include "base/math/arctangent.h"
+#include "base/math/trigonometry.h"
+
 namespace quorvel {
 namespace {
 
@@ -40,8 +43,10 @@ FourLanes OnArc(std::span<const Knot> arc, float angle) {
     while (next + 1 < arc.size() && angle > arc[next].angle)
         ++next;
     const Knot &from = arc[next - 1], &to = arc[next];
-    const float way = (angle - from.angle) / (to.angle - from.angle) * kRightAngle;
-    return from.amplitudes * std::cos(way) + to.amplitudes * std::sin(way);
+    const double way = (angle - from.angle) / (to.angle - from.angle) * kRightAngle;
+    const auto ofFrom = static_cast<float>(math::Cos(way));
+    const auto ofTo = static_cast<float>(math::Sin(way));
+    return from.amplitudes * ofFrom + to.amplitudes * ofTo;
 }
 
 SpeakerImage FrontImage(const SourceImageOptions& options, SteeringDirection direction, float left,
@@ -54,7 +59,8 @@ SpeakerImage FrontImage(const SourceImageOptions& options, SteeringDirection dir
 
 SpeakerImage RearImage(const SourceImageOptions& options, SteeringDirection direction) {
     constexpr float kDegrees = 90.0f / kRightAngle;
-    const float angle = std::atan2(-direction.y, std::fabs(direction.x)) * kDegrees;
+    const double radians = math::Atan2(-double{direction.y}, std::fabs(double{direction.x}));
+    const float angle = static_cast<float>(radians) * kDegrees;
     const FourLanes on = OnArc(ArcOf(options), angle);
     if (direction.x >= 0.0f)
         return {.front = {on[0], 0.0f, 0.0f, 0.0f}, .rear = {on[1], 0.0f, on[2], on[3]}};

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "base/math/exponential.h"
 #include "blocks/surround/faded.h"
 
 namespace quorvel {
@@ -24,7 +25,7 @@ constexpr float kFadedPower = 1e-30f;
 
 // The share by which a one-pole average of `ms` moves in a step of `seconds`.
 float Share(double ms, double seconds) {
-    return static_cast<float>(-std::expm1(-seconds * 1000.0 / ms));
+    return static_cast<float>(-math::Expm1(-seconds * 1000.0 / ms));
 }
 
 }  // namespace
@@ -35,7 +36,7 @@ SteeringRates MakeSteeringRates(int32_t band, double sampleRate, int32_t tickFra
     SteeringRates rates;
     rates.average = Share(times.averageMs, frame);
     rates.constant =
-        static_cast<float>(-std::expm1(-2.0 * std::numbers::pi * times.constantHz * frame));
+        static_cast<float>(-math::Expm1(-2.0 * std::numbers::pi * times.constantHz * frame));
     rates.slow = Share(isBrisk ? times.slowMs / 2.0 : times.slowMs, tick);
     rates.fast = Share(kFastShare * times.averageMs, tick);
     rates.calming = 1.0f - Share(kCalmingMs, tick);

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "base/math/exponential.h"
 #include "blocks/dynamics/simple_comp_rms.h"
 #include "blocks/dynamics/simple_gate_rms.h"
 
@@ -65,7 +66,7 @@ TEST(SimpleGate, AKeyAtTheThresholdStaysOut) {
     for (const double dB : {-40.0, 0.0, 12.0}) {
         gate.SetThreshold(dB);
         EXPECT_EQ(gate.GetThreshold(), dB);
-        const double key = std::exp(dB * 0.11512925464970228);
+        const double key = math::Exp(dB * 0.11512925464970228);
         gate.ResetRuntime();
         EXPECT_EQ(GainAfter(gate, 100, key), 0.0) << dB;
         EXPECT_GT(gate.ComputeGain(std::nextafter(key, 100.0)), 0.01) << dB;
