@@ -14,11 +14,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "apo/base_audio_processing_object.h"
 #include "apo/com_reference.h"
 #include "apo/process_lock.h"
+#include "blocks/surround/external_library.h"
 #include "client/quorvel_audio_device.h"
 #include "engine/audio_graph.h"
 #include "engine/sample_guard.h"
@@ -129,6 +131,7 @@ class BaseAPO : public CBaseAudioProcessingObject,
     // time they wait until it is.
     static constexpr int kMostFetches = 8;
 
+    std::optional<ExternalLibrary> surroundLibrary;  // outlives the graph, whose blocks may need it
     AudioGraph graph;
     ProcessLock processLock;
     platform::CriticalSection profileLock;

@@ -1,10 +1,11 @@
 // What stands behind a device path: the interface that a driver in this process implements.
 //
 // Locks: the kernel lock (kernel_lock.h) is the innermost of the process and is never held while a
-// device's code runs. So a device may hold its own locks while it calls a ReadRequest or any
+// device's code runs. So a device may hold its own locks while it calls a DeviceRequest or any
 // portable Windows call; in turn Open, Control, Read and destructors of its files are called with
 // no lock of this layer held, but with whatever locks the caller of CreateFileW, DeviceIoControl,
-// ReadFile or CloseHandle holds. CancelIo and the cancelling part of CloseHandle call nothing here.
+// ReadFile or CloseHandle holds. CancelIo, CancelIoEx and the cancelling part of CloseHandle call
+// nothing here.
 //
 // No function of these interfaces may throw.
 #pragma once
@@ -18,25 +19,27 @@
 
 namespace quorvel::platform {
 
-// One read that a client asked for. Whoever comes first, the device or a cancellation, decides its
-// outcome, exactly once; the client's buffer is written only in that moment and only by Complete.
-// A device that drops its reference without completing leaves the read pending until the client
-// cancels it. Any thread may call.
-class ReadRequest {
+// One read or control request of a client. Whoever comes first, the device or a cancellation,
+// decides its outcome, exactly once; the client's buffer is written only in that moment and only by
+// Complete. A device that drops its reference without completing leaves the request pending until
+// the client cancels it. Any thread may call.
+class DeviceRequest {
   public:
-    virtual ~ReadRequest() = default;
+    virtual ~DeviceRequest() = default;
 
     // Bytes that the client has room for.
     virtual DWORD Size() const = 0;
 
-    // Ends the read with a Win32 code: 0, ERROR_MORE_DATA for a part, or a failure. The first
-    // Size() bytes of `data` at most are copied to the client, who is told `count` bytes: an honest
-    // device passes the number copied, and nothing checks it. False when the read was over before;
-    // then nothing happens, and what `data` holds is still undelivered.
+    // Ends the request with a Win32 code: 0, ERROR_MORE_DATA for a part, or a failure, which gives
+    // the client nothing. Otherwise the first Size() bytes of `data` at most are copied to the
+    // client, who is told `count` bytes: an honest device passes the number copied, and nothing
+    // checks it. False when the request was over before; then nothing happens, and what `data`
+    // holds is still undelivered.
     virtual bool Complete(DWORD error, std::span<const std::byte> data, DWORD count) = 0;
 
     // Whether the client cancelled it. A device that queues requests drops the cancelled ones
-    // whenever it adds one, so that its queue stays as short as the list of reads really pending.
+    // whenever it adds one, so that its queue stays as short as the list of requests really
+    // pending.
     virtual bool IsCancelled() const = 0;
 
     // Completes with all of `data`; when it is longer than Size(), with what fits and
@@ -52,21 +55,19 @@ class ReadRequest {
 };
 
 // The driver's end of one open handle. Calls may come from several threads at once. It is destroyed
-// after its handle was closed, its pending reads cancelled and the last call into it has returned;
-// by the thread that closed or that returned last.
+// after its handle was closed, its pending requests cancelled and the last call into it has
+// returned; by the thread that closed or that returned last.
 class DeviceFile {
   public:
     virtual ~DeviceFile() = default;
 
-    // Answers a control request with a Win32 code. `in` and `out` have the sizes that the client
-    // gave; `out` is zeroed memory of this layer. With 0 or ERROR_MORE_DATA (a partial answer) the
-    // client receives the first `returned` bytes of `out` and that count; it is handed on unchecked
-    // while no more than `out` is ever copied. With any other code the client receives nothing.
-    virtual DWORD Control(DWORD code, std::span<const std::byte> in, std::span<std::byte> out,
-                          DWORD& returned) = 0;
+    // Takes a control request: completes it now or later, from any thread. `in` is what the client
+    // sent, to be read until this returns. The request may be cancelled already.
+    virtual void Control(DWORD code, std::span<const std::byte> in,
+                         std::shared_ptr<DeviceRequest> request) = 0;
 
     // Takes a read: completes it now or later, from any thread. It may be cancelled already.
-    virtual void Read(std::shared_ptr<ReadRequest> request) = 0;
+    virtual void Read(std::shared_ptr<DeviceRequest> request) = 0;
 };
 
 // What is behind a path. Its files may outlive it and keep alive themselves what they need.

@@ -15,7 +15,7 @@ DWORD GetLastError();
 void SetLastError(DWORD error);
 
 // Closes `handle`, whatever its kind. The object lives on while other handles, waiting threads or
-// pending reads refer to it; a thread runs on; the pending reads of a device file are cancelled
-// before this returns. FALSE with ERROR_INVALID_HANDLE when the handle is not open: a value that
-// was closed is refused, not reused (handle_table.h tells the bound). Any thread.
+// pending requests refer to it; a thread runs on; those of a device file's last handle are
+// cancelled before this returns. FALSE with ERROR_INVALID_HANDLE when the handle is not open: a
+// value that was closed is refused, not reused (handle_table.h tells the bound). Any thread.
 BOOL CloseHandle(HANDLE handle);

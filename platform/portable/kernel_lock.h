@@ -6,7 +6,7 @@
 namespace quorvel::platform {
 
 // Holds the process-wide kernel lock for its lifetime. The lock guards every field of every kernel
-// object, the handle table, the event names, the registered devices and the pending reads; a
+// object, the handle table, the event names, the registered devices and the pending requests; a
 // function that takes a KernelLock& touches them. It is the innermost lock of the process: whoever
 // holds it takes no other and calls no device (device.h). Real-time threads stay away from it.
 //

@@ -19,6 +19,15 @@ bool Waitable::TryTake(KernelLock&) {
     return taken;
 }
 
+void Waitable::Wait(KernelLock& lock) {
+    if (TryTake(lock)) return;
+    Waiter waiter;
+    WaitBlock block{.waiter = &waiter};
+    Enqueue(lock, block);
+    waiter.wake.wait(lock.Native(), [&] { return waiter.satisfiedBy.has_value(); });
+    Dequeue(lock, block);
+}
+
 void Waitable::Enqueue(KernelLock&, WaitBlock& block) {
     block.previous = last;
     block.next = nullptr;

@@ -11,7 +11,7 @@
 namespace quorvel::platform {
 
 // Base of everything behind a handle. Held by shared references: of the handle table, of waiting
-// threads, of reads that shall signal it, of calls in flight. So a closed handle never takes an
+// threads, of requests that shall signal it, of calls in flight. So a closed handle never takes an
 // object from under someone.
 class KernelObject {
   public:
@@ -58,6 +58,9 @@ class Waitable : public KernelObject {
 
     // Whether the object was signalled; if so, the caller has taken the signal.
     bool TryTake(KernelLock&);
+
+    // Waits until the object is signalled.
+    void Wait(KernelLock&);
 
     // Puts `block` at the end of the queue, and takes it out again.
     void Enqueue(KernelLock&, WaitBlock& block);

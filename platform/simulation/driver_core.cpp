@@ -206,9 +206,9 @@ void DriverCore::EndSilence() {
     });
 }
 
-bool DriverCore::SilenceHasEnded(std::uint64_t silence) const {
+std::uint64_t DriverCore::EndedSilence() const {
     const std::lock_guard lock(mutex);
-    return silence <= endedSilence;
+    return endedSilence;
 }
 
 void DriverCore::Remove() {

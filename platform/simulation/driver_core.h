@@ -80,7 +80,8 @@ class DriverCore {
     // An answer whose `silence` is s is to be held back until SilenceHasEnded(s). EndSilence, and
     // the removal of the device, end every silence begun so far.
     void EndSilence();
-    bool SilenceHasEnded(std::uint64_t silence) const;
+    bool SilenceHasEnded(std::uint64_t silence) const { return silence <= EndedSilence(); }
+    std::uint64_t EndedSilence() const;
 
     // The device goes away; what was stored stays until the object ends, but nobody can ask for it.
     void Remove();

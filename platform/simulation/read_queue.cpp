@@ -44,7 +44,7 @@ ReadQueue::Read ReadQueue::Front() {
     return reads.empty() ? nullptr : reads.front();
 }
 
-bool ReadQueue::Answered(platform::ReadRequest& read) {
+bool ReadQueue::Answered(platform::DeviceRequest& read) {
     if (!held) Fetch(read.Size());
     if (!held || !core.SilenceHasEnded(held->silence)) return false;
     Deliver(read);
@@ -60,7 +60,7 @@ void ReadQueue::Fetch(std::size_t capacity) {
 }
 
 // A held answer was made for a read that may have had more room than this one.
-void ReadQueue::Deliver(platform::ReadRequest& read) {
+void ReadQueue::Deliver(platform::DeviceRequest& read) {
     if (held->bytes.size() > read.Size()) {
         read.Fail(status::kInsufficientBuffer);
         return;

@@ -24,7 +24,7 @@ class ReadQueue {
 
     // Queues a read and answers what can be answered. Throws std::bad_alloc and has then not taken
     // the read.
-    void Add(std::shared_ptr<platform::ReadRequest> read);
+    void Add(std::shared_ptr<platform::DeviceRequest> read);
 
     // Answers what can be answered: to be called when events have come or a silence has ended, and
     // harmless otherwise. Does not throw; a read that memory is lacking for fails.
@@ -35,15 +35,15 @@ class ReadQueue {
     bool IsIdle();
 
   private:
-    using Read = std::shared_ptr<platform::ReadRequest>;
+    using Read = std::shared_ptr<platform::DeviceRequest>;
 
     // The oldest read that was not cancelled; null when there is none. Expects the mutex.
     Read Front();
 
     // Answers `read`, with the mutex free. False when there is nothing to answer it with.
-    bool Answered(platform::ReadRequest& read);
+    bool Answered(platform::DeviceRequest& read);
     void Fetch(std::size_t capacity);
-    void Deliver(platform::ReadRequest& read);
+    void Deliver(platform::DeviceRequest& read);
 
     DriverCore& core;
     const ClientId client;

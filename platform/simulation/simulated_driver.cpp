@@ -1,8 +1,10 @@
 #include "platform/simulation/simulated_driver.h"
 
 #include <algorithm>
-#include <condition_variable>
+#include <iterator>
+#include <list>
 #include <map>
+#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -16,12 +18,16 @@
 namespace quorvel::simulation {
 namespace {
 
-using platform::ReadRequest;
+using platform::DeviceRequest;
 using platform::UniqueHandle;
 
 std::uint32_t RightsOf(DWORD genericAccess) {
     return (genericAccess & GENERIC_READ ? kReadAccess : 0) |
            (genericAccess & GENERIC_WRITE ? kWriteAccess : 0);
+}
+
+void Complete(DeviceRequest& request, const Answer& answer) {
+    request.Complete(answer.status, answer.bytes, static_cast<DWORD>(answer.bytes.size()));
 }
 
 UniqueHandle MakeRemovalEvent(const std::u16string& name) {
@@ -36,7 +42,7 @@ UniqueHandle MakeRemovalEvent(const std::u16string& name) {
 
 }  // namespace
 
-// The core, its files and its threads that wait. The files keep it alive.
+// The core, its files and the answers held back. The files keep it alive.
 class SimulatedDriver::Device final : public platform::Device,
                                       public std::enable_shared_from_this<Device> {
   public:
@@ -58,15 +64,14 @@ class SimulatedDriver::Device final : public platform::Device,
         queues.erase(client);
     }
 
-    // Returns when that silence has ended.
-    void WaitForEnd(std::uint64_t silence) {
-        for (std::unique_lock lock(mutex);;) {
-            const std::uint64_t seen = endings;
-            lock.unlock();
-            if (core.SilenceHasEnded(silence)) return;
-            lock.lock();
-            ended.wait(lock, [&] { return endings != seen; });
+    // Keeps `answer` until its silence ends. Throws std::bad_alloc and has then not taken it.
+    void HoldBack(const std::shared_ptr<DeviceRequest>& request, Answer answer) {
+        {
+            const std::lock_guard lock(mutex);
+            heldBack.remove_if([](const HeldBack& held) { return held.request->IsCancelled(); });
+            heldBack.push_back({request, std::move(answer)});
         }
+        GiveWhatIsDue();
     }
 
     bool IsHeard() {
@@ -77,6 +82,12 @@ class SimulatedDriver::Device final : public platform::Device,
     DriverCore core;
 
   private:
+    // A control request that waits for the end of its answer's silence.
+    struct HeldBack {
+        std::shared_ptr<DeviceRequest> request;
+        Answer answer;
+    };
+
     void ServeReads(ClientId client) {
         std::shared_ptr<ReadQueue> queue;
         {
@@ -88,13 +99,25 @@ class SimulatedDriver::Device final : public platform::Device,
     }
 
     void EndWaits() {
-        {
-            const std::lock_guard lock(mutex);
-            ++endings;
-            ended.notify_all();
-        }
+        GiveWhatIsDue();
         for (const auto& queue : Queues())
             queue->Serve();
+    }
+
+    // A silence that ends after the look at it calls this once more.
+    void GiveWhatIsDue() {
+        const std::uint64_t ended = core.EndedSilence();
+        std::list<HeldBack> due;
+        {
+            const std::lock_guard lock(mutex);
+            for (auto held = heldBack.begin(); held != heldBack.end();) {
+                const auto next = std::next(held);
+                if (held->answer.silence <= ended) due.splice(due.end(), heldBack, held);
+                held = next;
+            }
+        }
+        for (const HeldBack& held : due)
+            Complete(*held.request, held.answer);
     }
 
     std::vector<std::shared_ptr<ReadQueue>> Queues() {
@@ -107,8 +130,7 @@ class SimulatedDriver::Device final : public platform::Device,
 
     std::mutex mutex;  // guards all below
     std::map<ClientId, std::shared_ptr<ReadQueue>> queues;
-    std::uint64_t endings = 0;  // how often silences have ended
-    std::condition_variable ended;
+    std::list<HeldBack> heldBack;
 };
 
 class SimulatedDriver::File final : public platform::DeviceFile {
@@ -122,18 +144,18 @@ class SimulatedDriver::File final : public platform::DeviceFile {
 
     ~File() override { device->Forget(client); }
 
-    DWORD Control(DWORD code, std::span<const std::byte> in, std::span<std::byte> out,
-                  DWORD& returned) override try {
-        const Answer answer = device->core.Control(client, code, rights, in, out.size());
-        if (answer.silence != 0) device->WaitForEnd(answer.silence);
-        std::ranges::copy(answer.bytes, out.begin());
-        returned = static_cast<DWORD>(answer.bytes.size());
-        return answer.status;
+    void Control(DWORD code, std::span<const std::byte> in,
+                 std::shared_ptr<DeviceRequest> request) override try {
+        Answer answer = device->core.Control(client, code, rights, in, request->Size());
+        if (answer.silence == 0)
+            Complete(*request, answer);
+        else
+            device->HoldBack(request, std::move(answer));
     } catch (const std::bad_alloc&) {
-        return ERROR_NOT_ENOUGH_MEMORY;
+        request->Fail(ERROR_NOT_ENOUGH_MEMORY);
     }
 
-    void Read(std::shared_ptr<ReadRequest> request) override try {
+    void Read(std::shared_ptr<DeviceRequest> request) override try {
         reads->Add(request);
     } catch (const std::bad_alloc&) {
         request->Fail(ERROR_NOT_ENOUGH_MEMORY);

@@ -10,7 +10,7 @@ namespace quorvel::simulation {
 
 // Puts a driver core behind `path` for its lifetime. Every file opened there is a client of its own
 // with the rights of its handle; its control requests are carried out on the calling thread, its
-// reads pend until events come. A silent answer keeps its request waiting, and its client's reads
+// reads pend until events come. A silent answer keeps its request pending, and its client's reads
 // unanswered, until EndSilence or the removal. The event "Global\" + answers.removalEventName
 // exists as long as the driver, a file of it or a handle to it; the removal signals it. A driver
 // that follows another under the same name begins unsignalled. Two drivers at a time need different

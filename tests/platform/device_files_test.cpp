@@ -135,15 +135,15 @@ TEST_F(DeviceFiles, MissingBuffersAreRefused) {
                   row.error);
 }
 
-// A request may close its own handle: the device's end then lives until the answer is given.
-TEST_F(DeviceFiles, AFileClosedDuringARequestLivesUntilTheAnswer) {
+// A request may close its own handle: it is cancelled, and the device's end lives until it returns.
+TEST_F(DeviceFiles, AFileClosedDuringARequestLivesUntilTheRequestReturns) {
     UniqueHandle file = OpenFile();
     device->answer = [&](DWORD, auto, auto, DWORD&) -> DWORD {
         file.Reset();
         EXPECT_EQ(device->openFiles, 1);
         return ERROR_SUCCESS;
     };
-    EXPECT_EQ(Ask(file).error, ERROR_SUCCESS);
+    EXPECT_EQ(Ask(file).error, ERROR_OPERATION_ABORTED);
     EXPECT_EQ(device->openFiles, 0);
 }
 

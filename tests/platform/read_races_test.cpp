@@ -38,7 +38,7 @@ class Completer {
     void Run() {
         const std::vector<std::byte> sent(16, kSent);
         while (!stop) {
-            const auto request = device.TakeRead();
+            const auto request = device.Take();
             if (!request) {
                 std::this_thread::yield();  // leaves the queue's lock to the client
                 continue;

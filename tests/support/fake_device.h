@@ -1,10 +1,12 @@
 // A device whose behaviour a test dictates.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <new>
 #include <vector>
 
 #include "platform/portable/device.h"
@@ -23,11 +25,14 @@ class FakeDevice : public platform::Device {
   public:
     using Answer = std::function<DWORD(DWORD code, std::span<const std::byte> in,
                                        std::span<std::byte> out, DWORD& returned)>;
-    using ReadHandler = std::function<void(std::shared_ptr<platform::ReadRequest>)>;
+    using ControlHandler =
+        std::function<void(DWORD code, std::shared_ptr<platform::DeviceRequest>)>;
+    using ReadHandler = std::function<void(std::shared_ptr<platform::DeviceRequest>)>;
 
     // Set before the device is used.
     DWORD openError = ERROR_SUCCESS;
     Answer answer;
+    ControlHandler onControl;  // instead of `answer`
     ReadHandler onRead = [this](auto request) { Queue(std::move(request)); };
 
     std::atomic<int> openFiles = 0;
@@ -37,13 +42,13 @@ class FakeDevice : public platform::Device {
         return openError;
     }
 
-    void Queue(std::shared_ptr<platform::ReadRequest> request) {
+    void Queue(std::shared_ptr<platform::DeviceRequest> request) {
         const std::lock_guard lock(mutex);
         queue.push_back(std::move(request));
     }
 
-    // The oldest queued read, or null.
-    std::shared_ptr<platform::ReadRequest> TakeRead() {
+    // The oldest queued request, or null.
+    std::shared_ptr<platform::DeviceRequest> Take() {
         const std::lock_guard lock(mutex);
         if (queue.empty()) return nullptr;
         auto request = std::move(queue.front());
@@ -56,11 +61,18 @@ class FakeDevice : public platform::Device {
       public:
         explicit File(FakeDevice& owner) : device(owner) { ++device.openFiles; }
         ~File() override { --device.openFiles; }
-        DWORD Control(DWORD code, std::span<const std::byte> in, std::span<std::byte> out,
-                      DWORD& returned) override {
-            return device.answer(code, in, out, returned);
+        void Control(DWORD code, std::span<const std::byte> in,
+                     std::shared_ptr<platform::DeviceRequest> request) override try {
+            if (device.onControl) return device.onControl(code, std::move(request));
+            std::vector<std::byte> out(request->Size());
+            DWORD returned = 0;
+            const DWORD error = device.answer(code, in, out, returned);
+            out.resize(std::min<std::size_t>(returned, out.size()));
+            request->Complete(error, out, returned);
+        } catch (const std::bad_alloc&) {
+            request->Fail(ERROR_NOT_ENOUGH_MEMORY);
         }
-        void Read(std::shared_ptr<platform::ReadRequest> request) override {
+        void Read(std::shared_ptr<platform::DeviceRequest> request) override {
             device.onRead(std::move(request));
         }
 
@@ -69,7 +81,7 @@ class FakeDevice : public platform::Device {
     };
 
     std::mutex mutex;
-    std::deque<std::shared_ptr<platform::ReadRequest>> queue;
+    std::deque<std::shared_ptr<platform::DeviceRequest>> queue;
 };
 
 // A registered fake device; in the end all of its handles must be closed.

@@ -1,4 +1,4 @@
-// Reads that complete at once, later, or never.
+// Reads and control requests that complete at once, later, or never.
 #include <thread>
 
 #include "tests/support/fake_device.h"
@@ -8,20 +8,31 @@ namespace {
 
 using namespace test;
 
-class OverlappedReads : public FakeDeviceTest {
+constexpr DWORD kCode = CTL_CODE(FILE_DEVICE_UNKNOWN, 3000, METHOD_BUFFERED, FILE_READ_ACCESS);
+
+// What holds for both kinds.
+class OverlappedRequests : public FakeDeviceTest, public ::testing::WithParamInterface<bool> {
   protected:
-    // One read of 4 bytes with its own event; the buffer holds 0xEE until something is read.
-    struct Read {
+    static bool IsControl() { return GetParam(); }
+
+    static DWORD Start(HANDLE openFile, void* buffer, DWORD* count, OVERLAPPED* overlapped) {
+        return ErrorUnless(
+            IsControl() ? DeviceIoControl(openFile, kCode, nullptr, 0, buffer, 4, count, overlapped)
+                        : ReadFile(openFile, buffer, 4, count, overlapped));
+    }
+
+    // One request for 4 bytes with its own event; the buffer holds 0xEE until something is there.
+    struct Request {
         UniqueHandle event = ManualEvent(true);
         OVERLAPPED overlapped{};
         std::vector<std::byte> buffer = Bytes({0xEE, 0xEE, 0xEE, 0xEE});
         DWORD count = 99;
 
-        Read() { overlapped.hEvent = event.Get(); }
+        Request() { overlapped.hEvent = event.Get(); }
 
         // The error code, 0 when it completed at once.
         DWORD Start(HANDLE openFile) {
-            return ErrorUnless(ReadFile(openFile, buffer.data(), 4, &count, &overlapped));
+            return OverlappedRequests::Start(openFile, buffer.data(), &count, &overlapped);
         }
         DWORD Result(bool wait = false) {
             count = 99;
@@ -34,11 +45,18 @@ class OverlappedReads : public FakeDeviceTest {
         }
     };
 
+    // What the device does with either kind.
+    void OnRequest(FakeDevice::ReadHandler handler) {
+        device->onRead = handler;
+        device->onControl = [handler](DWORD, auto request) { handler(std::move(request)); };
+    }
+
     UniqueHandle file;
 
     void SetUp() override {
         FakeDeviceTest::SetUp();
         file = OpenFile();
+        OnRequest([this](auto request) { device->Queue(std::move(request)); });
     }
     void TearDown() override {
         file.Reset();
@@ -46,7 +64,7 @@ class OverlappedReads : public FakeDeviceTest {
     }
 };
 
-TEST_F(OverlappedReads, ACompletionAtOnceIsReportedByReadFileAndByTheOverlapped) {
+TEST_P(OverlappedRequests, ACompletionAtOnceIsReportedByTheCallAndByTheOverlapped) {
     const struct {
         std::vector<std::byte> sent;
         DWORD error, count;
@@ -57,11 +75,11 @@ TEST_F(OverlappedReads, ACompletionAtOnceIsReportedByReadFileAndByTheOverlapped)
         {Bytes({1, 2, 3, 4, 5}), ERROR_MORE_DATA, 4, Bytes({1, 2, 3, 4})},
     };
     for (const auto& row : rows) {
-        device->onRead = [&row](auto request) {
+        OnRequest([&row](auto request) {
             EXPECT_EQ(request->Size(), 4u);
             EXPECT_TRUE(request->CompleteWith(row.sent));
-        };
-        Read read;
+        });
+        Request read;
         EXPECT_EQ(read.Start(file.Get()), row.error);
         EXPECT_EQ(read.count, row.count);
         EXPECT_EQ(read.buffer, row.received);
@@ -71,14 +89,14 @@ TEST_F(OverlappedReads, ACompletionAtOnceIsReportedByReadFileAndByTheOverlapped)
     }
 }
 
-TEST_F(OverlappedReads, APendingReadCompletesOnceWhenTheDeviceHasData) {
-    Read read;
+TEST_P(OverlappedRequests, APendingRequestCompletesOnceWhenTheDeviceHasData) {
+    Request read;
     EXPECT_EQ(read.Start(file.Get()), ERROR_IO_PENDING);
     EXPECT_EQ(read.count, 0u);
-    EXPECT_FALSE(read.IsSignalled()) << "a read resets its event";
+    EXPECT_FALSE(read.IsSignalled()) << "a request resets its event";
     EXPECT_EQ(read.Result(), ERROR_IO_INCOMPLETE);
 
-    const auto request = device->TakeRead();
+    const auto request = device->Take();
     ASSERT_TRUE(request);
     std::thread completer([&] { EXPECT_TRUE(request->CompleteWith(Bytes({7, 8}))); });
     EXPECT_EQ(read.Result(true), ERROR_SUCCESS);
@@ -86,45 +104,46 @@ TEST_F(OverlappedReads, APendingReadCompletesOnceWhenTheDeviceHasData) {
     EXPECT_EQ(read.buffer, Bytes({7, 8, 0xEE, 0xEE}));
     EXPECT_TRUE(read.IsSignalled());
     completer.join();
-    EXPECT_FALSE(request->CompleteWith(Bytes({9}))) << "a read ends once";
+    EXPECT_FALSE(request->CompleteWith(Bytes({9}))) << "a request ends once";
     EXPECT_FALSE(request->IsCancelled());
     EXPECT_EQ(read.buffer, Bytes({7, 8, 0xEE, 0xEE}));
 }
 
-TEST_F(OverlappedReads, TheDevicesFailureIsTheReadsResult) {
+TEST_P(OverlappedRequests, TheDevicesFailureIsTheResult) {
     for (const DWORD error : {ERROR_INVALID_DATA, DWORD{433}, DWORD{0xFFFF}}) {
-        Read atOnce, later;
-        device->onRead = [error](auto request) { request->Fail(error); };
+        Request atOnce, later;
+        OnRequest([error](auto request) { request->Fail(error); });
         EXPECT_EQ(atOnce.Start(file.Get()), error);
-        device->onRead = [this](auto request) { device->Queue(std::move(request)); };
+        OnRequest([this](auto request) { device->Queue(std::move(request)); });
         EXPECT_EQ(later.Start(file.Get()), ERROR_IO_PENDING);
-        EXPECT_TRUE(device->TakeRead()->Fail(error));
+        EXPECT_TRUE(device->Take()->Fail(error));
         EXPECT_EQ(later.Result(true), error);
         EXPECT_TRUE(later.IsOverWithoutBytes());
     }
 }
 
-// What ends a read without an answer. Afterwards the device is too late.
-TEST_F(OverlappedReads, ACancelledReadIsAbortedAndItsBufferLeftAlone) {
+// What ends a request without an answer. Afterwards the device is too late.
+TEST_P(OverlappedRequests, ACancelledRequestIsAbortedAndItsBufferLeftAlone) {
     using Cancel = void (*)(UniqueHandle&);
     const Cancel cancels[] = {
         [](UniqueHandle& handle) { EXPECT_TRUE(CancelIo(handle.Get())); },
+        [](UniqueHandle& handle) { EXPECT_TRUE(CancelIoEx(handle.Get(), nullptr)); },
         [](UniqueHandle& handle) { handle.Reset(); },
     };
     for (const Cancel cancel : cancels) {
         UniqueHandle cancelled = OpenFile();
-        Read first, second, elsewhere;
+        Request first, second, elsewhere;
         EXPECT_EQ(elsewhere.Start(file.Get()), ERROR_IO_PENDING);
         EXPECT_EQ(first.Start(cancelled.Get()), ERROR_IO_PENDING);
         EXPECT_EQ(second.Start(cancelled.Get()), ERROR_IO_PENDING);
         cancel(cancelled);
         EXPECT_FALSE(elsewhere.IsSignalled());
-        EXPECT_TRUE(device->TakeRead()->CompleteWith({}));
-        for (Read* read : {&first, &second}) {
+        EXPECT_TRUE(device->Take()->CompleteWith({}));
+        for (Request* read : {&first, &second}) {
             EXPECT_TRUE(read->IsOverWithoutBytes());
             EXPECT_EQ(read->Result(true), ERROR_OPERATION_ABORTED);
             EXPECT_EQ(read->count, 0u);
-            const auto request = device->TakeRead();
+            const auto request = device->Take();
             EXPECT_TRUE(request->IsCancelled());
             EXPECT_FALSE(request->CompleteWith(Bytes({1, 2})));
             EXPECT_TRUE(read->IsOverWithoutBytes());
@@ -133,8 +152,8 @@ TEST_F(OverlappedReads, ACancelledReadIsAbortedAndItsBufferLeftAlone) {
     EXPECT_TRUE(CancelIo(file.Get())) << "nothing to cancel is no failure";
 }
 
-TEST_F(OverlappedReads, AThreadsCancelIoAndEndCancelItsReadsOnly) {
-    Read own, others;
+TEST_P(OverlappedRequests, AThreadsCancelIoAndEndCancelItsOwnOnly) {
+    Request own, others;
     EXPECT_EQ(own.Start(file.Get()), ERROR_IO_PENDING);
     std::thread([&] {
         EXPECT_TRUE(CancelIo(file.Get()));
@@ -142,26 +161,26 @@ TEST_F(OverlappedReads, AThreadsCancelIoAndEndCancelItsReadsOnly) {
     }).join();
     EXPECT_EQ(others.Result(), ERROR_OPERATION_ABORTED);
     EXPECT_EQ(own.Result(), ERROR_IO_INCOMPLETE);
-    EXPECT_TRUE(device->TakeRead()->CompleteWith(Bytes({1})));
+    EXPECT_TRUE(device->Take()->CompleteWith(Bytes({1})));
     EXPECT_EQ(own.Result(), ERROR_SUCCESS);
 }
 
-TEST_F(OverlappedReads, TheEventOutlivesItsHandleWhileTheReadIsPending) {
-    Read read;
+TEST_P(OverlappedRequests, TheEventOutlivesItsHandleWhileTheRequestIsPending) {
+    Request read;
     const UniqueHandle named = ManualEvent(false, "QuorvelReadEvent");
     UniqueHandle closed = Opened("QuorvelReadEvent");
     read.overlapped.hEvent = closed.Get();
     EXPECT_EQ(read.Start(file.Get()), ERROR_IO_PENDING);
     closed.Reset();
-    EXPECT_TRUE(device->TakeRead()->CompleteWith({}));
+    EXPECT_TRUE(device->Take()->CompleteWith({}));
     EXPECT_TRUE(IsSignalled(named));
 }
 
-TEST_F(OverlappedReads, AReadThatCannotStartLeavesEverythingAsItWas) {
+TEST_P(OverlappedRequests, ARequestThatCannotStartLeavesEverythingAsItWas) {
     const UniqueHandle writeOnly = OpenFile(GENERIC_WRITE);
     const UniqueHandle owner = ManualEvent(true, "QuorvelReadRights");
     const UniqueHandle waitOnly = Opened("QuorvelReadRights", SYNCHRONIZE);
-    Read read;
+    Request read;
     EXPECT_EQ(read.Start(writeOnly.Get()), ERROR_ACCESS_DENIED);
     EXPECT_TRUE(read.IsSignalled());
     read.overlapped.hEvent = file.Get();
@@ -169,13 +188,26 @@ TEST_F(OverlappedReads, AReadThatCannotStartLeavesEverythingAsItWas) {
     read.overlapped.hEvent = waitOnly.Get();
     EXPECT_EQ(read.Start(file.Get()), ERROR_ACCESS_DENIED);
     EXPECT_TRUE(IsSignalled(waitOnly));
-    EXPECT_EQ(ErrorUnless(ReadFile(file.Get(), read.buffer.data(), 4, nullptr, nullptr)),
-              ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(ErrorUnless(ReadFile(file.Get(), nullptr, 4, nullptr, &read.overlapped)),
-              ERROR_NOACCESS);
+    EXPECT_EQ(Start(file.Get(), read.buffer.data(), nullptr, nullptr), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(Start(file.Get(), nullptr, nullptr, &read.overlapped), ERROR_NOACCESS);
     EXPECT_EQ(read.overlapped.Internal, 0u);
-    EXPECT_FALSE(device->TakeRead()) << "the device saw none of them";
+    EXPECT_FALSE(device->Take()) << "the device saw none of them";
 }
+
+TEST_P(OverlappedRequests, CancelIoExCancelsOneOfAnyThread) {
+    Request read, others;
+    EXPECT_EQ(read.Start(file.Get()), ERROR_IO_PENDING);
+    EXPECT_EQ(others.Start(file.Get()), ERROR_IO_PENDING);
+    const UniqueHandle elsewhere = OpenFile();
+    EXPECT_EQ(ErrorUnless(CancelIoEx(elsewhere.Get(), nullptr)), ERROR_NOT_FOUND);
+    std::thread([&] { EXPECT_TRUE(CancelIoEx(file.Get(), &read.overlapped)); }).join();
+    EXPECT_EQ(read.Result(), ERROR_OPERATION_ABORTED);
+    EXPECT_EQ(others.Result(), ERROR_IO_INCOMPLETE);
+    EXPECT_EQ(ErrorUnless(CancelIoEx(file.Get(), &read.overlapped)), ERROR_NOT_FOUND);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, OverlappedRequests, ::testing::Bool(),
+                         [](const auto& kind) { return kind.param ? "Controls" : "Reads"; });
 
 }  // namespace
 }  // namespace quorvel
