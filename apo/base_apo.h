@@ -96,7 +96,8 @@ class BaseAPO : public CBaseAudioProcessingObject,
 
     // --- IQuorvelAudioDeviceEventsListener, on the events thread ---
     // Follows changes of the profile and of the blocks and links of the object's chain. A change
-    // that cannot be fetched or applied is ignored.
+    // that cannot be fetched or applied is ignored, and so is a block, a link or a changed record
+    // beyond the limits (engine/limits.h).
     void OnQuorvelAudioDeviceEvent(SYSTEMTIME time, QuorvelDriverEvents event, void* data) override;
 
     // Lets the device go; processing goes on with the last graph.

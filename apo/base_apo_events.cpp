@@ -7,6 +7,9 @@
 
 #include "apo/base_apo.h"
 #include "apo/driver_event_payload.h"
+#include "engine/graph_from_chain.h"
+#include "engine/limits.h"
+#include "engine/record_limits.h"
 #include "profile/quorvel_audio_block.h"
 #include "profile/quorvel_audio_blocks_chain.h"
 
@@ -94,11 +97,12 @@ void BaseAPO::AddBlock(const BlockEvent& event) {
     const std::lock_guard profileGuard(profileLock);
     QuorvelAudioBlocksChain* const chain = FindEditedChain(event);
     if (!chain || chain->FindBlock(event.blockId)) return;
+    if (chain->blocks.Count() >= limits::kMostBlocks) return;
     block.profile = &profile;
     block.chain = chain;
     chain->blocks.Add(block);
     const std::lock_guard processGuard(processLock);
-    graph.AddNewBlock(block.typeId, block.data, block.dataSize, block.id);
+    AddChainBlock(graph, block);
 }
 
 void BaseAPO::ChangeBlock(const BlockEvent& event) {
@@ -111,6 +115,7 @@ void BaseAPO::ChangeBlock(const BlockEvent& event) {
         fetched.emplace(*known);
     }
     if (device->GetAudioBlock(&*fetched) != ERROR_SUCCESS) return;
+    if (!IsWithinLimits(fetched->typeId, fetched->data, fetched->dataSize)) return;
 
     const std::lock_guard profileGuard(profileLock);
     QuorvelAudioBlocksChain* const chain = FindEditedChain(event);
@@ -140,7 +145,10 @@ void BaseAPO::AddLink(const BlockEvent& event) {
     if (!chain) return;
     _QuorvelAudioBlockLink link{event.profileId, chain->id, event.blockId, event.destinationId};
     const std::lock_guard processGuard(processLock);
-    if (!chain->links.Find(link)) chain->links.Add(link);
+    if (!chain->links.Find(link)) {
+        if (chain->links.Count() >= limits::kMostLinks) return;
+        chain->links.Add(link);
+    }
     graph.LinkById(event.blockId, event.destinationId);
 }
 

@@ -149,6 +149,11 @@ class AudioGraph {
     // Whether exact zeros and audible samples get a noise of at most 3/32768 added.
     void SetNoiseEnabled(bool enabled);
 
+    // The widest output, in channels, that a block may have; without a limit at first. A wider one
+    // makes the graph invalid until a change of a width or a rebuild mends it. Takes effect at the
+    // next configuration.
+    void LimitWidth(uint32_t mostChannels) { widestOutput = mostChannels; }
+
     // Called inside Process, on the real-time thread, with the speaker mask of the channels that
     // carry signal whenever it changes. May be empty.
     void SetActiveChannelsCallback(std::function<void(uint32_t)> callback);
@@ -189,6 +194,7 @@ class AudioGraph {
     void StoreInputFormat(const AudioFormat& format);
     uint32_t ProcessingRate() const;
 
+    bool ConfigureNodes(uint32_t rate);
     void UpdateOutputAdapter();
     int32_t ChainWidth();
     void DropAdapter();
@@ -212,6 +218,8 @@ class AudioGraph {
     std::shared_ptr<AudioBlock> adapterBlock;  // the internal output adapter in place, if any
     bool suspended = false;
     bool valid = true;
+    uint32_t widestOutput = UINT32_MAX;  // channels
+    bool isTooWide = false;              // what made the graph invalid
 
     AudioFormat inputFormat{};
     AudioFormat processingFormat{};

@@ -34,6 +34,7 @@ void AudioGraph::Rebuild() {
 
 void AudioGraph::Build() {
     ReleaseList();
+    isTooWide = false;
     valid = network.Blocks().empty();
     if (valid) return;
     try {

@@ -86,15 +86,26 @@ uint32_t AudioGraph::ProcessingRate() const {
 void AudioGraph::Reconfigure() noexcept {
     if (processingFormat.Format.nChannels == 0 || outputFormat.Format.nChannels == 0) return;
     const ScopedFlag hold(suspended);
+    if (isTooWide) Build();
     const uint32_t rate = ProcessingRate();
+    if (ConfigureNodes(rate)) {
+        UpdateOutputAdapter();
+    } else {
+        PassInputThrough();
+        isTooWide = true;
+    }
+    limiter.SetSampleRate(rate);
+}
+
+// False where a block turns out wider than the limit; the blocks behind it are not configured then.
+bool AudioGraph::ConfigureNodes(uint32_t rate) {
     for (GraphNode& node : processingList.Nodes()) {
-        ConfigureNode(node, processingFormat, rate);
+        if (!ConfigureNode(node, processingFormat, rate, widestOutput)) return false;
         if (NarrowsItsSum(node)) {
             GrowOrDie(mixBuffer, PlannedFrames(rate), node.block->GetInputChannels());
         }
     }
-    UpdateOutputAdapter();
-    limiter.SetSampleRate(rate);
+    return true;
 }
 
 void AudioGraph::UpdateOutputAdapter() {
@@ -109,7 +120,7 @@ void AudioGraph::UpdateOutputAdapter() {
                                            : PlaceAdapter(&narrow, kBypassBlockTypeId);
     if (!isPlaced) return PassInputThrough();
     ConfigureNode(processingList.Nodes().back(), processingFormat,
-                  processingFormat.Format.nSamplesPerSec);
+                  processingFormat.Format.nSamplesPerSec, UINT32_MAX);
 }
 
 // An invalid graph runs nothing but a lone adapter, and that only while input and output widths

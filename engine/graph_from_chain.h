@@ -3,6 +3,7 @@
 
 #include "engine/audio_graph.h"
 
+class QuorvelAudioBlock;
 class QuorvelAudioBlocksChain;
 
 namespace quorvel {
@@ -15,8 +16,16 @@ namespace quorvel {
 // with its defaults; a link that names a missing block is left out. What remains may be invalid,
 // see AudioGraph::IsValid.
 //
-// Later changes of the chain go to the graph itself: AddNewBlock, FindBlock and SetParameterData,
-// RemoveBlockById, LinkById, UnlinkById.
+// The limits (engine/limits.h) are kept: of a longer chain the first blocks and links are taken, a
+// record beyond a limit counts as refused, and the graph is invalid while a block of it is wider
+// than kMostChannels, whatever it owes that width to.
+//
+// Later changes of the chain go to the graph itself: AddChainBlock; FindBlock and SetParameterData,
+// for a record within the limits; RemoveBlockById, LinkById, UnlinkById.
 void BuildGraphFromChain(AudioGraph& graph, const QuorvelAudioBlocksChain* chain);
+
+// Adds one block of a chain, connects it and rebuilds, as AudioGraph::AddNewBlock does. A record
+// beyond a limit counts as refused: the block has its defaults.
+void AddChainBlock(AudioGraph& graph, const QuorvelAudioBlock& block);
 
 }  // namespace quorvel

@@ -76,15 +76,17 @@ void ConfigurePlainNode(GraphNode& node, const AudioFormat& chainFormat, uint32_
 
 }  // namespace
 
-void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate) {
+bool ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate,
+                   uint32_t widestOutput) {
     if (node.inputs.size() < 2) {
         ConfigurePlainNode(node, chainFormat, rate);
     } else {
         ConfigureMixedNode(node, rate);
     }
-    if (node.outBuffer) {
-        GrowOrDie(*node.outBuffer, PlannedFrames(rate), node.block->GetOutputChannels());
-    }
+    const int32_t width = node.block->GetOutputChannels();
+    if (static_cast<uint32_t>(width) > widestOutput) return false;
+    if (node.outBuffer) GrowOrDie(*node.outBuffer, PlannedFrames(rate), width);
+    return true;
 }
 
 bool NarrowsItsSum(const GraphNode& node) {

@@ -11,8 +11,10 @@ namespace quorvel {
 // Tells the node's block its format, makes or retunes the adapters that widen narrower inputs when
 // the block wants uniform ones, and grows the buffers concerned to 10 ms. The blocks upstream must
 // be configured already. A node without inputs works at the width and mask of `chainFormat`; `rate`
-// is in Hz. Allocates; ends the process when a buffer cannot grow or an adapter cannot be made.
-void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate);
+// is in Hz. False, and the output has no room yet, when the block is then wider than `widestOutput`
+// channels. Allocates; ends the process when a buffer cannot grow or an adapter cannot be made.
+bool ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate,
+                   uint32_t widestOutput);
 
 // Whether the block sums inputs that are wider than its output, so that the sum needs a place of
 // its own.

@@ -13,8 +13,10 @@ namespace quorvel::tool {
 class AudioReader {
   public:
     // Throws ToolError: file when it cannot be opened; invalid when it is not audio, has not 1 to 8
-    // channels, or a sample rate outside 1000 to 768000 Hz.
-    explicit AudioReader(const std::string& path);
+    // channels, or a sample rate outside 1000 to 768000 Hz. A file that ends before its own header
+    // says is invalid too, or with `allowTruncated` only told of on standard error; of a pipe that
+    // shows when Read comes to the end.
+    explicit AudioReader(const std::string& path, bool allowTruncated = false);
 
     std::uint32_t Channels() const { return channels; }
     std::uint32_t SampleRate() const { return sampleRate; }  // Hz
@@ -35,9 +37,14 @@ class AudioReader {
         void operator()(SNDFILE* sound) const { sf_close(sound); }
     };
 
+    void RequireWhole();
+    void RequireAllFrames();
+    void TellTruncation(const std::string& what) const;
     void ReadChannelMap();
 
     std::string path;
+    bool mayBeTruncated = false;
+    bool isEndKnown = false;  // the file says truly how long it is
     std::unique_ptr<SNDFILE, CloseSound> file;
     std::uint32_t channels = 0;
     std::uint32_t sampleRate = 0;

@@ -5,22 +5,23 @@
 
 #include "tools/exit_status.h"
 #include "tools/speakers.h"
+#include "tools/tool_mark.h"
 
 namespace quorvel::tool {
 namespace {
 
 // libsndfile works on the output file through these, so that every byte's fate is known.
 
-OutputFile& Output(void* user) {
+OutputFile& FileOf(void* user) {
     return *static_cast<OutputFile*>(user);
 }
 
 sf_count_t FileLength(void* user) {
-    return Output(user).Length();
+    return FileOf(user).Length();
 }
 
 sf_count_t SeekFile(sf_count_t offset, int whence, void* user) {
-    OutputFile& output = Output(user);
+    OutputFile& output = FileOf(user);
     const sf_count_t base = whence == SEEK_SET   ? 0
                             : whence == SEEK_CUR ? output.Position()
                                                  : output.Length();
@@ -32,11 +33,11 @@ sf_count_t ReadNothing(void*, sf_count_t, void*) {
 }
 
 sf_count_t WriteFile(const void* bytes, sf_count_t size, void* user) {
-    return Output(user).Write(bytes, static_cast<std::size_t>(size)) ? size : 0;
+    return FileOf(user).Write(bytes, static_cast<std::size_t>(size)) ? size : 0;
 }
 
 sf_count_t TellFile(void* user) {
-    return Output(user).Position();
+    return FileOf(user).Position();
 }
 
 int Container(std::uint32_t channels, std::int64_t frames) {
@@ -50,9 +51,9 @@ int Container(std::uint32_t channels, std::int64_t frames) {
 
 }  // namespace
 
-AudioWriter::AudioWriter(const std::string& path, std::uint32_t channels, std::uint32_t mask,
+AudioWriter::AudioWriter(const Output& out, std::uint32_t channels, std::uint32_t mask,
                          std::uint32_t sampleRate, std::int64_t frames)
-    : output(path) {
+    : output(out) {
     SF_VIRTUAL_IO access{FileLength, SeekFile, ReadNothing, WriteFile, TellFile};
     SF_INFO info{};
     info.channels = static_cast<int>(channels);
@@ -62,6 +63,7 @@ AudioWriter::AudioWriter(const std::string& path, std::uint32_t channels, std::u
     if (!file) Fail();
     // The chunk of peaks carries the time of writing.
     sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+    sf_set_string(file.get(), SF_STR_SOFTWARE, kSoftware);
     std::vector<int> map = ChannelMapFromMask(mask);
     if (map.size() == channels && (info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_WAV) {
         sf_command(file.get(), SFC_SET_CHANNEL_MAP_INFO, map.data(),

@@ -13,12 +13,13 @@ namespace quorvel::tool {
 
 // The extensible form with the speaker mask where there are more than 2 channels, RF64 where the
 // announced frames exceed what WAV's 32-bit sizes hold. The same samples give the same bytes: no
-// chunk carries the time. The file appears when Finish succeeds.
+// chunk carries the time. The file names this tool as its software, and appears when Finish
+// succeeds.
 class AudioWriter {
   public:
-    // `mask` has a bit a channel. `frames` is how many are expected. Throws ToolError (file) when
-    // the file cannot be made.
-    AudioWriter(const std::string& path, std::uint32_t channels, std::uint32_t mask,
+    // `mask` has a bit a channel. `frames` is how many are expected. Throws ToolError as OutputFile
+    // does.
+    AudioWriter(const Output& out, std::uint32_t channels, std::uint32_t mask,
                 std::uint32_t sampleRate, std::int64_t frames);
 
     // Writes `frameCount` × channels floats. Throws ToolError (file) when they cannot be written.

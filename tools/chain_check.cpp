@@ -2,16 +2,14 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <iterator>
 #include <map>
 #include <set>
 #include <utility>
 
 #include "engine/block_factory.h"
-#include "engine/block_type_ids.h"
-#include "engine/channels_combiner_block.h"
 #include "engine/guid_order.h"
+#include "engine/limits.h"
+#include "engine/record_limits.h"
 #include "profile/quorvel_audio_block.h"
 #include "tools/guid_text.h"
 #include "tools/json_place.h"
@@ -20,42 +18,6 @@ namespace quorvel::tool {
 namespace {
 
 constexpr std::size_t kMostNamesTold = 8;
-constexpr std::int64_t kMostChannels = 65535;  // that a sound format can have
-
-std::int64_t FirstWidth(const QuorvelAudioBlock& block) {
-    std::uint32_t width = 0;
-    if (block.dataSize >= sizeof(width)) std::memcpy(&width, block.data, sizeof(width));
-    return width;
-}
-
-// A channel lies behind each offset at least.
-std::int64_t WidthOfOffsets(const QuorvelAudioBlock& block) {
-    std::int64_t width = 0;
-    std::int32_t offset = 0;
-    for (std::size_t at = sizeof(ChannelsCombinerParameters); at + sizeof(offset) <= block.dataSize;
-         at += sizeof(offset)) {
-        std::memcpy(&offset, block.data + at, sizeof(offset));
-        width = std::max(width, std::int64_t{offset} + 1);
-    }
-    return width;
-}
-
-// The kinds whose record sets how wide their output is.
-struct WidthRow {
-    GUID typeId;
-    std::int64_t (*width)(const QuorvelAudioBlock&);
-};
-constexpr WidthRow kWidths[] = {
-    {kBypassBlockTypeId, FirstWidth},
-    {kChannelsCombinerBlockTypeId, WidthOfOffsets},
-    {kStreamExpanderBlockTypeId, FirstWidth},
-};
-
-// In channels, of the output; 0 where the record does not say.
-std::int64_t WidthAskedFor(const QuorvelAudioBlock& block) {
-    const auto* row = std::ranges::find(kWidths, block.typeId, &WidthRow::typeId);
-    return row == std::end(kWidths) ? 0 : row->width(block);
-}
 
 // The blocks of a chain by position, and who feeds whom, each link once.
 class ChainGraph {
@@ -83,6 +45,8 @@ class ChainGraph {
     std::string Block(std::size_t i) const { return "block " + Quoted(names[i]); }
 
     void FindBlockFaults() {
+        CheckCount("blocks", chain.blocks.Count(), limits::kMostBlocks);
+        CheckCount("links", chain.links.Count(), limits::kMostLinks);
         for (unsigned i = 0; i < chain.blocks.Count(); ++i) {
             const QuorvelAudioBlock& block = chain.blocks.Item(i);
             if (!gaps.withoutKind.contains(block.id)) CheckKind(block, i);
@@ -94,17 +58,33 @@ class ChainGraph {
         if (!IsKnownBlockType(block.typeId)) {
             faults.push_back(
                 {"unknown kind " + GuidText(block.typeId), "a newer library may know it", i, {}});
-        } else if (!TakesRecord(block)) {
+        } else if (IsWithinLimits(block, i) && !TakesRecord(block)) {
             faults.push_back({"refuses its record of " + std::to_string(block.dataSize) + " bytes",
                               "write it as parameters",
                               i,
                               {}});
-        } else if (const std::int64_t width = WidthAskedFor(block); width > kMostChannels) {
-            faults.push_back({"asks for " + std::to_string(width) + " channels",
-                              "no sound has more than " + std::to_string(kMostChannels),
-                              i,
-                              {}});
         }
+    }
+
+    // The record is looked at before a block is made of it: making one may cost what it asks for.
+    bool IsWithinLimits(const QuorvelAudioBlock& block, std::size_t i) {
+        const auto excess = FindRecordExcess(block.typeId, block.data, block.dataSize);
+        if (!excess) return true;
+        faults.push_back({std::string("has ") + std::to_string(excess->value) + " for " +
+                              excess->field->name + ": a processing object refuses the record",
+                          "give at most " + std::to_string(excess->field->largest),
+                          i,
+                          {}});
+        return false;
+    }
+
+    void CheckCount(const char* what, unsigned count, std::uint32_t most) {
+        if (count > most)
+            faults.push_back({"has " + std::to_string(count) + " " + what +
+                                  ": a processing object takes the first " + std::to_string(most),
+                              {},
+                              {},
+                              {}});
     }
 
     void CheckId(const QuorvelAudioBlock& block, std::size_t i) {

@@ -31,8 +31,9 @@ struct ChainGaps {
 };
 
 // Every fault that would leave something of the chain out of the graph or make the graph invalid:
+//   more blocks or links than a processing object takes;
 //   a block of unknown kind, without id, with an id met before, that refuses its record, or whose
-//   record asks for more channels than any sound has;
+//   record goes beyond a limit (engine/limits.h);
 //   a link whose end is not in the chain;
 //   cycles, each with its blocks in order;
 //   a block that is not linked to any other of the chain;

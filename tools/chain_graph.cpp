@@ -28,7 +28,7 @@ void BuildObserved(AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
         const QuorvelAudioBlock& stored = chain.blocks.Item(i);
         const auto watcher = observers.find(stored.id);
         if (watcher == observers.end()) {
-            graph.AddNewBlock(stored.typeId, stored.data, stored.dataSize, stored.id);
+            AddChainBlock(graph, stored);
             continue;
         }
         const auto block = CreateBlock(stored.typeId, stored.id);

@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "tools/chain_options.h"
+#include "tools/file_options.h"
 #include "tools/output_file.h"
 #include "tools/profile_file.h"
 #include "tools/profile_json.h"
@@ -13,7 +14,7 @@ constexpr int kIndent = 2;
 
 struct Options {
     std::string profile{};
-    std::string out{};
+    Output out{};
 };
 
 void Run(const Options& options) {
@@ -28,7 +29,7 @@ void AddDecodeCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("decode", "Write a profile as JSON");
     const auto options = std::make_shared<Options>();
     AddProfileOption(*command, options->profile);
-    command->add_option("-o,--output", options->out, "File to write [standard output]");
+    AddOutputOptions(*command, options->out, "File to write [standard output]");
     command->footer("Example: quorvel decode games.txt -o games.json");
     command->callback([options] { Run(*options); });
 }

@@ -6,6 +6,7 @@
 #include "tools/ear_differences.h"
 #include "tools/exit_status.h"
 #include "tools/file_bytes.h"
+#include "tools/file_options.h"
 #include "tools/speakers.h"
 #include "tools/subcommands.h"
 
@@ -74,8 +75,8 @@ void Print(std::uint32_t speaker, const EarDifference& difference) {
     WriteStandardOutput(line);
 }
 
-void Run(const std::string& inPath, const std::string& outPath) {
-    AudioReader in(inPath), out(outPath);
+void Run(const std::string& inPath, const std::string& outPath, bool allowTruncated) {
+    AudioReader in(inPath, allowTruncated), out(outPath, allowTruncated);
     if (out.Channels() != 2) throw InvalidInput(outPath + ": must have two channels");
     if (in.SampleRate() != out.SampleRate())
         throw InvalidInput(outPath + ": has another sample rate than " + inPath);
@@ -95,7 +96,9 @@ void AddEarsCommand(CLI::App& app) {
     const auto in = std::make_shared<std::string>(), out = std::make_shared<std::string>();
     command->add_option("IN", *in, "Audio file of 1 to 8 channels")->required();
     command->add_option("OUT", *out, "What became of it for headphones, two channels")->required();
-    command->callback([in, out] { Run(*in, *out); });
+    const auto allowTruncated = std::make_shared<bool>(false);
+    AddTruncationOption(*command, *allowTruncated);
+    command->callback([in, out, allowTruncated] { Run(*in, *out, *allowTruncated); });
     command->footer("Example: quorvel ears surround.wav headphones.wav");
 }
 

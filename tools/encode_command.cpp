@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "tools/chain_options.h"
+#include "tools/file_options.h"
 #include "tools/output_file.h"
 #include "tools/profile_file.h"
 #include "tools/subcommands.h"
@@ -10,7 +11,7 @@ namespace {
 
 struct Options {
     std::string profile{};
-    std::string out{};
+    Output out{};
 };
 
 void Run(const Options& options) {
@@ -25,7 +26,7 @@ void AddEncodeCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("encode", "Write a profile in its printable text form");
     const auto options = std::make_shared<Options>();
     AddProfileOption(*command, options->profile);
-    command->add_option("-o,--output", options->out, "File to write [standard output]");
+    AddOutputOptions(*command, options->out, "File to write [standard output]");
     command->footer("Example: quorvel encode profiles/games.json -o games.txt");
     command->callback([options] { Run(*options); });
 }

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "tools/exit_status.h"
+#include "tools/source_files.h"
 
 namespace quorvel::tool {
 namespace {
@@ -22,6 +23,7 @@ struct CloseFile {
 std::string ReadFileBytes(const std::string& path) {
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
     if (!file) throw FileFailure(path, std::strerror(errno));
+    NoteSource(fileno(file.get()));
     std::string bytes;
     std::array<char, 65536> piece{};
     while (const std::size_t got = std::fread(piece.data(), 1, piece.size(), file.get())) {

@@ -5,6 +5,7 @@
 #include "tools/output_file.h"
 #include "tools/picture_options.h"
 #include "tools/subcommands.h"
+#include "tools/tool_mark.h"
 
 namespace quorvel::tool {
 namespace {
@@ -16,9 +17,9 @@ void Run(const PictureOptions& options) {
     const DrawnChain drawn(options);
     const std::string drawing = DrawGraph(drawn.graph, drawn.chosen.chain, drawn.chosen.names,
                                           {drawn.title, drawn.subtitle});
-    if (form == PictureForm::kScript) return WriteResult(options.out, drawing);
+    if (form == PictureForm::kScript) return WriteResult(options.out, MarkedScript(drawing, "//"));
     const char* const picture = form == PictureForm::kPng ? "-Tpng" : "-Tsvg";
-    WriteResult(options.out, RunProgram(kDot, {picture}, drawing));
+    WriteResult(options.out, MarkedPicture(RunProgram(kDot, {picture}, drawing)));
 }
 
 }  // namespace

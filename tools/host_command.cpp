@@ -6,6 +6,7 @@
 #include "tools/chain_check.h"
 #include "tools/chain_options.h"
 #include "tools/exit_status.h"
+#include "tools/file_options.h"
 #include "tools/formatted_print.h"
 #include "tools/host_session.h"
 #include "tools/printable.h"
@@ -25,11 +26,12 @@ struct Options {
     std::string profile{};
     std::string endpointProfile{};
     std::string in{};
-    std::string out{};
+    Output out{};
     std::string edits{};
     std::string direction = "output";
     std::string stage = "stream";
     HostOptions host{.seed = 1};
+    bool allowTruncated = false;
 };
 
 void PrintLine(const std::string& line) {
@@ -83,7 +85,7 @@ void Run(Options options) {
     NamedProfile named;
     LoadProfile(options.profile, named);
     CheckChain(options.profile, named, chain);
-    AudioReader reader(options.in);
+    AudioReader reader(options.in, options.allowTruncated);
     if (options.host.frames == 0)
         options.host.frames = static_cast<std::int32_t>(reader.SampleRate() / kBuffersPerSecond);
     HostSession session(options.host, named);
@@ -120,7 +122,7 @@ void AddHostCommand(CLI::App& app) {
     const auto options = std::make_shared<Options>();
     AddProfileOption(*command, options->profile);
     command->add_option("IN", options->in, "Audio file of 1 to 8 channels")->required();
-    command->add_option("OUT", options->out, "32-bit float WAV file to write")->required();
+    command->add_option("OUT", options->out.path, "32-bit float WAV file to write")->required();
     command
         ->add_option("--direction", options->direction,
                      "Sound for the headset or of its microphone")
@@ -145,6 +147,8 @@ void AddHostCommand(CLI::App& app) {
         ->check(CLI::Range(1, kMostBlockFrames));
     command->add_option("--seed", options->host.seed, "The machine's clock, which seeds the noise")
         ->capture_default_str();
+    AddForceOption(*command, options->out);
+    AddTruncationOption(*command, options->allowTruncated);
     command->callback([options] { Run(*options); });
 }
 

@@ -72,8 +72,8 @@ std::string Rows(const RecordLayout& record, std::uint32_t base, const std::stri
             rows += Row(place, std::to_string(count) + " × " + FormOf(item).name, name, item,
                         ItemDefaults(field), field.meaning);
         } else if (field.kind == FieldKind::kList) {
-            rows += "| " + place + " | u32 | number of " + name + " | | | required | " +
-                    field.meaning + " |\n";
+            rows += "| " + place + " | u32 | number of " + name + " | " + RangeText(field) +
+                    " | | required | " + field.meaning + " |\n";
             const bool areBare = !field.item->fields.front().name;
             rows += Rows(*field.item, record.size, areBare ? name : name + ".",
                          " + " + std::to_string(field.item->size) + "·n");
@@ -100,7 +100,9 @@ std::string KindReference() {
         "# The kinds of blocks\n\n"
         "What `type` may be in a profile, and the record that `parameters` becomes: little-endian, "
         "without\ngaps. Offsets and sizes are in bytes; n counts the items of a list from 0. The "
-        "ranges are those\nof JSON; a record may hold any number.\n";
+        "ranges are those\nof JSON; a record may hold any number, but a processing object keeps to "
+        "the "
+        "limits of\n[profile-format.md](profile-format.md).\n";
     for (const BlockFields& block : AllBlockFields()) {
         const BlockKind* const kind = FindBlockKind(*block.typeId);
         text += std::string("\n## ") + kind->name + "\n\n" + block.purpose + ".\n`" +

@@ -11,6 +11,7 @@
 #include "tools/chain_graph.h"
 #include "tools/chain_options.h"
 #include "tools/exit_status.h"
+#include "tools/file_options.h"
 #include "tools/formatted_print.h"
 #include "tools/profile_file.h"
 #include "tools/response_measurement.h"
@@ -33,14 +34,15 @@ struct Options {
     std::uint32_t channels = 2;
     double toleranceDb = -144.0;
     double mostShiftMs = 50.0;
+    bool allowTruncated = false;
 };
 
 double Decibels(double amplitude) {
     return 20.0 * std::log10(amplitude);
 }
 
-SoundSamples ReadSound(const std::string& path) {
-    AudioReader reader(path);
+SoundSamples ReadSound(const std::string& path, const Options& options) {
+    AudioReader reader(path, options.allowTruncated);
     SoundSamples sound{reader.Channels(), reader.Mask(), reader.SampleRate(), {}};
     std::vector<float> piece(std::size_t{65536} * sound.channels);
     for (std::int64_t frames = 1; frames > 0;) {
@@ -91,7 +93,7 @@ Rendered RunProfile(const std::string& path, SoundSamples in, const Options& opt
 }
 
 Pair CompareProfiles(const Options& options) {
-    const SoundSamples in = ReadSound(options.input);
+    const SoundSamples in = ReadSound(options.input, options);
     Rendered first = RunProfile(options.first, in, options);
     Rendered second = RunProfile(options.second, in, options);
     const std::int64_t shift = second.latency - first.latency;
@@ -99,7 +101,7 @@ Pair CompareProfiles(const Options& options) {
 }
 
 Pair CompareFiles(const Options& options) {
-    Pair pair{ReadSound(options.first), ReadSound(options.second)};
+    Pair pair{ReadSound(options.first, options), ReadSound(options.second, options)};
     const SoundSamples &first = pair.first, &second = pair.second;
     if (first.channels != second.channels || first.sampleRate != second.sampleRate)
         throw InvalidInput("the sounds have different widths or sample rates");
@@ -180,6 +182,7 @@ void AddNulltestCommand(CLI::App& app) {
                      "How far to look for the shift that aligns two files")
         ->check(CLI::Range(0.0, 200.0))
         ->capture_default_str();
+    AddTruncationOption(*command, options->allowTruncated);
     command->footer("Example: quorvel nulltest old.json new.json --input in.wav --tolerance -90");
     command->callback([options] { Run(*options); });
 }

@@ -12,9 +12,11 @@
 #include <cstring>
 #include <filesystem>
 #include <utility>
+#include <vector>
 
 #include "tools/exit_status.h"
 #include "tools/file_bytes.h"
+#include "tools/tool_mark.h"
 
 namespace quorvel::tool {
 namespace {
@@ -83,8 +85,8 @@ mode_t CreationMask() {
     return mask;
 }
 
-}  // namespace
-
+// Equal for paths that lead to one place; as far as it exists. `path` itself when that cannot be
+// told.
 std::string FollowedTarget(const std::string& path) {
     std::error_code error;
     const auto absolute = std::filesystem::absolute(path, error);
@@ -93,8 +95,20 @@ std::string FollowedTarget(const std::string& path) {
     return error ? path : followed.string();
 }
 
-OutputFile::OutputFile(const std::string& outPath)
-    : path(outPath), target(FollowedTarget(outPath)) {
+ToolError Refused(const std::string& path, const std::string& reason) {
+    return {ExitStatus::kUsage, path + ": " + reason};
+}
+
+// Those that have a target now.
+std::vector<const OutputFile*>& OpenFiles() {
+    static std::vector<const OutputFile*> files;
+    return files;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const Output& output)
+    : path(output.path), target(FollowedTarget(output.path)) {
     struct stat state {};
     const bool exists = stat(target.c_str(), &state) == 0;
     if (exists && !S_ISREG(state.st_mode)) {
@@ -102,9 +116,28 @@ OutputFile::OutputFile(const std::string& outPath)
         if (descriptor < 0) throw FileFailure(path, std::strerror(errno));
         return;
     }
+    if (exists) existing = {state.st_dev, state.st_ino};
+    RequireReplaceable(state.st_size > 0, output.mayReplace);
+    RequireOwnTarget();
     MakeTemporary();
     const mode_t mode = exists ? state.st_mode & kPermissionBits : 0666 & ~CreationMask();
     Keep(fchmod(descriptor, mode) == 0);
+    OpenFiles().push_back(this);
+}
+
+void OutputFile::RequireReplaceable(bool hasContent, bool mayReplace) const {
+    if (!existing) return;
+    if (IsSource(*existing))
+        throw Refused(path, "is what this run reads, and would be lost; write to another file");
+    if (hasContent && !mayReplace && !IsMadeByTool(target))
+        throw Refused(path, "is there already and was not made by this tool; --force replaces it");
+}
+
+void OutputFile::RequireOwnTarget() const {
+    for (const OutputFile* other : OpenFiles()) {
+        const bool isSame = other->target == target || (existing && other->existing == existing);
+        if (isSame) throw Refused(path, "is written twice in this run, as " + other->path + " too");
+    }
 }
 
 void OutputFile::MakeTemporary() {
@@ -124,6 +157,7 @@ void OutputFile::MakeTemporary() {
 }
 
 OutputFile::~OutputFile() {
+    std::erase(OpenFiles(), this);
     if (descriptor >= 0) close(descriptor);
     RemoveTemporary();
 }
@@ -176,9 +210,9 @@ void OutputFile::Commit() {
     temporary.clear();
 }
 
-void WriteResult(const std::string& path, const std::string& text) {
-    if (path.empty()) return WriteStandardOutput(text);
-    OutputFile file(path);
+void WriteResult(const Output& output, const std::string& text) {
+    if (output.path.empty()) return WriteStandardOutput(text);
+    OutputFile file(output);
     file.Write(text.data(), text.size());
     file.Commit();
 }

@@ -3,15 +3,28 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+
+#include "tools/source_files.h"
 
 namespace quorvel::tool {
 
+// What the user wants written.
+struct Output {
+    std::string path{};
+    bool mayReplace = false;  // any file that is there (--force)
+};
+
 // Bytes go to a temporary file beside the target, which Commit renames over it; a run that fails
-// or is ended by SIGINT, SIGTERM or SIGHUP leaves no trace, and the target may be a file that is
-// still being read. A symbolic link is followed. A target that exists and is no regular file (a
-// device, a pipe) is written directly. Several objects may exist, with different targets; they are
-// made, committed and destroyed on one thread.
+// or is ended by SIGINT, SIGTERM or SIGHUP leaves no trace and what was there. A symbolic link is
+// followed. A target that exists and is no regular file (a device, a pipe) is written directly.
+//
+// No file is lost by mistake. Refused are a target that this run reads (tools/source_files.h) or
+// that another OutputFile writes, by whatever link, and a file with content that this tool did not
+// make (tools/tool_mark.h), unless it may be replaced.
+//
+// Several objects may exist; they are made, committed and destroyed on one thread.
 //
 // Write and Seek do not throw, so that C callbacks may call them: the first failure is kept, makes
 // the later calls fail, and is thrown by Commit.
@@ -20,8 +33,9 @@ class OutputFile {
     // The temporary files that there may be at a time; making one more fails.
     static constexpr std::size_t kMostAtOnce = 64;
 
-    // Throws ToolError (file) when the temporary file cannot be made.
-    explicit OutputFile(const std::string& path);
+    // Throws ToolError: usage where the target is refused, file when the temporary file cannot be
+    // made.
+    explicit OutputFile(const Output& output);
     ~OutputFile();  // removes the temporary file unless committed
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -44,23 +58,22 @@ class OutputFile {
 
   private:
     bool Keep(bool succeeded);
+    void RequireOwnTarget() const;
+    void RequireReplaceable(bool hasContent, bool mayReplace) const;
     void MakeTemporary();
     void RemoveTemporary();
 
-    std::string path;       // as the user gave it
-    std::string target;     // the same with symbolic links followed
-    std::string temporary;  // empty when the target is written directly
+    std::string path;                        // as the user gave it
+    std::string target;                      // the same, absolute, with symbolic links followed
+    std::optional<FileIdentity> existing{};  // the file that is there
+    std::string temporary;                   // empty when the target is written directly
     int descriptor = -1;
     int firstError = 0;
     std::int64_t position = 0;
     std::int64_t length = 0;
 };
 
-// The absolute path with symbolic links followed, as far as it exists: equal for paths that an
-// OutputFile would write to the same place. `path` itself when that cannot be told.
-std::string FollowedTarget(const std::string& path);
-
-// Makes a file of `text`, or writes it to standard output when `path` is empty.
-void WriteResult(const std::string& path, const std::string& text);
+// Makes a file of `text`, or writes it to standard output when the path is empty.
+void WriteResult(const Output& output, const std::string& text);
 
 }  // namespace quorvel::tool

@@ -16,6 +16,7 @@
 #include "engine/channel_extractor_block.h"
 #include "engine/channels_combiner_block.h"
 #include "engine/gain_block.h"
+#include "engine/limits.h"
 
 namespace quorvel::tool {
 namespace {
@@ -23,13 +24,16 @@ namespace {
 using enum FieldKind;
 
 // A record can hold any number. The ranges below are those that make sense to the ear, with room:
-// a value outside is more likely a slip of the pen, and `data` still gives it to whoever means it.
+// a value outside is more likely a slip of the pen, and `data` still gives it to whoever means it,
+// as far as a processing object takes it (engine/limits.h).
 constexpr double kQuietestDb = -144.0;  // the step of 24 bits
 constexpr double kLoudestDb = 60.0;
 constexpr double kLongestAttackMs = 10000.0;
 constexpr double kLongestReleaseMs = 60000.0;
 constexpr double kMostChannels = 8.0;
-constexpr double kMostItems = 4294967295.0;  // what a 32-bit count holds
+constexpr double kMostBands = limits::kMostBands;
+constexpr double kMostOffsets = limits::kMostBlocks;  // one for each input
+constexpr double kLongestDelayMs = limits::kLongestDelayMs;
 
 constexpr const char* kWidthModes[] = {"Q", "Octaves", "ShelfSlope"};
 
@@ -56,10 +60,10 @@ constexpr RecordLayout kShelfBand = {kShelfBandFields, sizeof(FilterBand)};
 constexpr RecordLayout kBand = {kBandFields, sizeof(FilterBand)};
 constexpr RecordLayout kGainBand = {kGainBandFields, sizeof(FilterBand)};
 
-constexpr Field kBandsField[] = {{"bands", kList, 0, "", 1.0, kMostItems, {}, {}, &kBand}};
-constexpr Field kGainBandsField[] = {{"bands", kList, 0, "", 1.0, kMostItems, {}, {}, &kGainBand}};
+constexpr Field kBandsField[] = {{"bands", kList, 0, "", 1.0, kMostBands, {}, {}, &kBand}};
+constexpr Field kGainBandsField[] = {{"bands", kList, 0, "", 1.0, kMostBands, {}, {}, &kGainBand}};
 constexpr Field kShelfBandsField[] = {
-    {"bands", kList, 0, "", 1.0, kMostItems, {}, {}, &kShelfBand}};
+    {"bands", kList, 0, "", 1.0, kMostBands, {}, {}, &kShelfBand}};
 constexpr RecordLayout kShelfFilter = {kShelfBandsField, sizeof(std::uint32_t)};
 constexpr RecordLayout kFilter = {kBandsField, sizeof(std::uint32_t)};
 constexpr RecordLayout kGainFilter = {kGainBandsField, sizeof(std::uint32_t)};
@@ -90,7 +94,7 @@ constexpr Field kCombinerFields[] = {
      offsetof(ChannelsCombinerParameters, count),
      "",
      1.0,
-     kMostItems,
+     kMostOffsets,
      {},
      {},
      &kOffset,
@@ -157,8 +161,6 @@ constexpr Field kStereoExpanderFields[] = {
     Nested("lowPassBand", offsetof(StereoExpanderParameters, lowPassBand), kBand),
     Nested("highPassBand", offsetof(StereoExpanderParameters, highPassBand), kBand)};
 
-// A headphone listener is not helped by surrounds that lag by more than this.
-constexpr double kLongestDelayMs = 1000.0;
 constexpr Field kDelayField[] = {{nullptr, kUnsigned32, 0, "ms", 0.0, kLongestDelayMs}};
 constexpr RecordLayout kDelay = {kDelayField, sizeof(std::uint32_t)};
 constexpr double kNoDelays[] = {0, 0, 0, 0, 0, 0, 0, 0};
@@ -230,9 +232,9 @@ constexpr Field Threshold(std::uint32_t offset) {
             {},
             "peak level of full scale, of the loudest channel"};
 }
-constexpr Field Attack(std::uint32_t offset, double defaultMs,
+constexpr Field Attack(std::uint32_t offset, double defaultMs, double longestMs = kLongestAttackMs,
                        const char* meaning = "time constant") {
-    return {"attackMs", kUnsigned32, offset,  "ms", 0.0,    kLongestAttackMs,
+    return {"attackMs", kUnsigned32, offset,  "ms", 0.0,    longestMs,
             defaultMs,  {},          nullptr, {},   meaning};
 }
 constexpr Field Release(std::uint32_t offset, double defaultMs) {
@@ -262,7 +264,8 @@ constexpr Field kGateFields[] = {Threshold(offsetof(NoiseGateParameters, thresho
 
 constexpr Field kLimiterFields[] = {
     Threshold(offsetof(LimiterParameters, thresholdDb)),
-    Attack(offsetof(LimiterParameters, attackMs), 1.0, "look-ahead, by which the sound is late"),
+    Attack(offsetof(LimiterParameters, attackMs), 1.0, kLongestDelayMs,
+           "look-ahead, by which the sound is late"),
     Release(offsetof(LimiterParameters, releaseMs), 10.0)};
 
 constexpr BlockFields kBlocks[] = {

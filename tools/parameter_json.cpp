@@ -94,7 +94,8 @@ void ReadList(const Json& value, const Field& field, std::size_t offset, const J
     RequireArray(value, place);
     const auto count = static_cast<double>(value.size());
     if (!(count >= field.minimum && count <= field.maximum)) {
-        throw Refusal(place, "must have at least " + NumberText(field.minimum) + " item");
+        throw Refusal(place, "must have " + NumberText(field.minimum) + " to " +
+                                 NumberText(field.maximum) + " items");
     }
     Put(bytes, offset, static_cast<std::uint32_t>(value.size()));
     bytes.reserve(bytes.size() + value.size() * field.item->size);

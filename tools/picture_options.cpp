@@ -17,10 +17,10 @@ NamedProfile Load(const std::string& path) {
 
 PictureForm FormOfPicture(const PictureOptions& options, const std::string& scriptEnding,
                           PictureForm standard) {
-    if (options.out.empty()) return standard;
-    if (options.out.ends_with(".svg")) return PictureForm::kSvg;
-    if (options.out.ends_with(".png")) return PictureForm::kPng;
-    if (options.out.ends_with(scriptEnding)) return PictureForm::kScript;
+    if (options.out.path.empty()) return standard;
+    if (options.out.path.ends_with(".svg")) return PictureForm::kSvg;
+    if (options.out.path.ends_with(".png")) return PictureForm::kPng;
+    if (options.out.path.ends_with(scriptEnding)) return PictureForm::kScript;
     throw ToolError(ExitStatus::kUsage,
                     "-o: the picture is an .svg, .png or " + scriptEnding + " file");
 }

@@ -6,6 +6,7 @@
 
 #include "tools/chain_graph.h"
 #include "tools/chain_options.h"
+#include "tools/file_options.h"
 
 namespace quorvel::tool {
 
@@ -13,16 +14,16 @@ enum class PictureForm { kSvg, kPng, kScript };
 
 struct PictureOptions {
     std::string profile{};
-    std::string out{};  // empty: standard output
+    Output out{};  // without a path: standard output
     std::optional<std::uint32_t> chain{};
     ChainFormat format{};
 };
 
-// PROFILE, --output, --chain, and the options of the format.
+// PROFILE, --output, --force, --chain, and the options of the format.
 inline void AddPictureOptions(CLI::App& command, PictureOptions& options,
                               const std::string& outputHelp) {
     AddProfileOption(command, options.profile);
-    command.add_option("-o,--output", options.out, outputHelp);
+    AddOutputOptions(command, options.out, outputHelp);
     AddChainOption(command, options.chain);
     AddFormatOptions(command, options.format);
 }

@@ -7,6 +7,7 @@
 #include "tools/plot_script.h"
 #include "tools/profile_charts.h"
 #include "tools/subcommands.h"
+#include "tools/tool_mark.h"
 
 namespace quorvel::tool {
 namespace {
@@ -25,8 +26,8 @@ void Run(const Options& options) {
     const std::string script = PlotScript(
         drawn.title, drawn.subtitle, ChainCharts(drawn.chosen, options.format, options.only - 1),
         form == PictureForm::kPng);
-    WriteResult(options.out,
-                form == PictureForm::kScript ? script : RunProgram(kGnuplot, {"-d", "-"}, script));
+    if (form == PictureForm::kScript) return WriteResult(options.out, MarkedScript(script, "#"));
+    WriteResult(options.out, MarkedPicture(RunProgram(kGnuplot, {"-d", "-"}, script)));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "tools/chain_options.h"
 #include "tools/chain_renderer.h"
 #include "tools/exit_status.h"
+#include "tools/file_options.h"
 #include "tools/formatted_print.h"
 #include "tools/profile_file.h"
 #include "tools/speakers.h"
@@ -26,7 +27,7 @@ constexpr std::uint32_t kFreshThreadSeed = 1;
 struct Options {
     std::string profile{};
     std::string in{};
-    std::string out{};
+    Output out{};
     std::optional<std::uint32_t> chain{};
     std::uint32_t channels = 2;
     std::int32_t frames = 480;
@@ -34,6 +35,7 @@ struct Options {
     bool noise = false;
     std::uint32_t seed = 1;
     std::vector<std::string> taps{};
+    bool allowTruncated = false;
 };
 
 using Taps = std::vector<std::unique_ptr<Tap>>;
@@ -68,8 +70,8 @@ void Run(const Options& options) {
     NamedProfile named;
     LoadProfile(options.profile, named);
     const ChosenChain chosen = ChooseChain(named, options.profile, options.chain);
-    const Taps taps = MakeTaps(options.taps, chosen, options.out);
-    AudioReader reader(options.in);
+    const Taps taps = MakeTaps(options.taps, chosen, options.out.mayReplace);
+    AudioReader reader(options.in, options.allowTruncated);
     AudioGraph graph;
     SetUpGraph(graph, options, reader, chosen.chain, taps);
     for (const auto& tap : taps)
@@ -105,7 +107,7 @@ void AddProcessCommand(CLI::App& app) {
     const auto options = std::make_shared<Options>();
     AddProfileOption(*command, options->profile);
     command->add_option("IN", options->in, "Audio file of 1 to 8 channels")->required();
-    command->add_option("OUT", options->out, "32-bit float WAV file to write")->required();
+    command->add_option("OUT", options->out.path, "32-bit float WAV file to write")->required();
     AddChainOption(*command, options->chain);
     command->add_option("--channels", options->channels, "Output channels: 2 for headphones")
         ->check(CLI::Range(1, 8))
@@ -125,6 +127,8 @@ void AddProcessCommand(CLI::App& app) {
         ->add_option("--tap", options->taps,
                      "BLOCK=FILE: also write the signal behind a block, by name or id; repeatable")
         ->type_name("BLOCK=FILE");
+    AddForceOption(*command, options->out);
+    AddTruncationOption(*command, options->allowTruncated);
     command->footer(
         "Example: quorvel process profiles/games.json in.wav out.wav --tap equaliser=eq.wav");
     command->callback([options] { Run(*options); });

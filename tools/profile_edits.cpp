@@ -8,6 +8,7 @@
 #include "engine/block_factory.h"
 #include "engine/graph_from_chain.h"
 #include "engine/guid_order.h"
+#include "engine/record_limits.h"
 #include "profile/quorvel_audio_block.h"
 #include "tools/chain_check.h"
 #include "tools/file_bytes.h"
@@ -44,6 +45,7 @@ void Change(Json& whole, const Json& changes) {
 }
 
 bool TakesRecord(const QuorvelAudioBlock& block) {
+    if (!IsWithinLimits(block.typeId, block.data, block.dataSize)) return false;
     const auto live = CreateBlock(block.typeId, block.id);
     return live && live->SetParameterData(block.data, block.dataSize);
 }

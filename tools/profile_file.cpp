@@ -53,6 +53,16 @@ ProfileForm LoadProfile(const std::string& path, NamedProfile& named, ProfileRea
     }
 }
 
+bool IsProfileText(const std::string& text) {
+    try {
+        NamedProfile named;
+        ReadTextForm(text, named);
+        return true;
+    } catch (const ToolError&) {
+        return false;
+    }
+}
+
 std::string ProfileText(NamedProfile& named) {
     const std::unique_ptr<const char, FreeText> text(
         QuorvelAudioDevice::EncodeProfile(&named.profile));

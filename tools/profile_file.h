@@ -19,6 +19,9 @@ enum class ProfileForm { kJson, kText };
 ProfileForm LoadProfile(const std::string& path, NamedProfile& named,
                         ProfileReading* reading = nullptr);
 
+// Whether the text is an undamaged profile in text form.
+bool IsProfileText(const std::string& text);
+
 // The text form, one line.
 std::string ProfileText(NamedProfile& named);
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <set>
 #include <string_view>
 
 #include "profile/quorvel_audio_block.h"
@@ -49,8 +48,8 @@ void Tap::Open(const AudioGraph& graph, std::int64_t frames) {
     const auto block = graph.FindBlock(blockId);
     channels = static_cast<std::uint32_t>(std::clamp(block->GetOutputChannels(), 1, 8));
     const std::uint32_t sampleRate = graph.InputFormat().Format.nSamplesPerSec;  // packed there
-    writer =
-        std::make_unique<AudioWriter>(path, channels, block->GetChannelMask(), sampleRate, frames);
+    writer = std::make_unique<AudioWriter>(output, channels, block->GetChannelMask(), sampleRate,
+                                           frames);
 }
 
 void Tap::After(const float* out, std::int32_t frames, std::int32_t width) {
@@ -74,17 +73,13 @@ void Tap::Finish() {
 }
 
 std::vector<std::unique_ptr<Tap>> MakeTaps(const std::vector<std::string>& options,
-                                           const ChosenChain& chosen, const std::string& outPath) {
+                                           const ChosenChain& chosen, bool mayReplace) {
     std::vector<std::unique_ptr<Tap>> taps;
-    std::set<std::string> targets = {FollowedTarget(outPath)};
     for (const std::string& option : options) {
         const auto [id, file] = ReadOption(option, chosen);
         if (std::ranges::count(taps, id, [](const auto& tap) { return tap->blockId; }) > 0)
             throw ToolError(ExitStatus::kUsage, "--tap: a block is named twice");
-        if (!targets.insert(FollowedTarget(file)).second)
-            throw ToolError(ExitStatus::kUsage,
-                            "--tap: " + Quoted(file) + " is written by something else too");
-        taps.push_back(std::make_unique<Tap>(id, file));
+        taps.push_back(std::make_unique<Tap>(id, Output{file, mayReplace}));
     }
     return taps;
 }

@@ -15,10 +15,10 @@ namespace quorvel::tool {
 // What stands behind a block while a graph runs.
 class Tap final : public BlockObserver {
   public:
-    Tap(const GUID& id, std::string filePath) : blockId(id), path(std::move(filePath)) {}
+    Tap(const GUID& id, Output file) : blockId(id), output(std::move(file)) {}
 
     // Makes the file for the width that the block of the graph has now, and for `frames` frames
-    // that are expected. Throws ToolError (file).
+    // that are expected. Throws ToolError as OutputFile does.
     void Open(const AudioGraph& graph, std::int64_t frames);
 
     void After(const float* out, std::int32_t frames, std::int32_t width) override;
@@ -31,7 +31,7 @@ class Tap final : public BlockObserver {
     GUID blockId;
 
   private:
-    std::string path;
+    Output output;
     std::uint32_t channels = 0;
     std::int64_t written = 0;
     std::vector<float> heard{};
@@ -39,8 +39,8 @@ class Tap final : public BlockObserver {
 };
 
 // From "BLOCK=FILE" each, where BLOCK is a name or an id of the chain; it ends at the last '=' that
-// leaves a known one. Throws ToolError (usage), also when a file is another tap's or `outPath`.
+// leaves a known one. With `mayReplace` the files may be there already. Throws ToolError (usage).
 std::vector<std::unique_ptr<Tap>> MakeTaps(const std::vector<std::string>& options,
-                                           const ChosenChain& chosen, const std::string& outPath);
+                                           const ChosenChain& chosen, bool mayReplace);
 
 }  // namespace quorvel::tool

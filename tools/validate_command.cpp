@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "engine/limits.h"
 #include "profile/quorvel_audio_block.h"
 #include "tools/band_check.h"
 #include "tools/chain_graph.h"
@@ -105,8 +106,24 @@ class Validation {
         const QuorvelAudioBlocksChain& chain = named.profile.chains.Item(i);
         AudioGraph graph;
         SetUpChainGraph(graph, chain, {.channels = width, .sampleRate = options.sampleRate});
-        if (!graph.IsValid()) return {{.what = "the graph cannot be built"}};
+        if (!graph.IsValid()) return WhyInvalid(graph, chain);
         return FindGraphFaults(graph, chain, named.names[i]);
+    }
+
+    // Of a chain that has no other fault.
+    static std::vector<ChainFault> WhyInvalid(const AudioGraph& graph,
+                                              const QuorvelAudioBlocksChain& chain) {
+        for (unsigned i = 0; i < chain.blocks.Count(); ++i) {
+            const auto block = graph.FindBlock(chain.blocks.Item(i).id);
+            const auto width = static_cast<std::uint32_t>(block ? block->GetOutputChannels() : 0);
+            if (width > limits::kMostChannels)
+                return {
+                    {"comes out " + std::to_string(width) + " channels wide",
+                     "a processing object takes at most " + std::to_string(limits::kMostChannels),
+                     i,
+                     {}}};
+        }
+        return {{.what = "the graph cannot be built"}};
     }
 
     void Tell(unsigned i, const std::string& with, const ChainFault& fault) {

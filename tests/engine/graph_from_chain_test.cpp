@@ -60,6 +60,7 @@ struct ThreeBands {
                            {1000.0f, 1.4f, BandwidthMode::Octaves, -6.0f},
                            {8000.0f, 2.0f, BandwidthMode::Q, 4.0f}};
 };
+using Numbers = std::array<uint32_t, 2>;  // a record of two
 struct TwoOffsets {
     uint32_t count = 2;
     int32_t offsets[2] = {0, 1};
@@ -181,7 +182,6 @@ TEST(GraphFromChain, LiveEditsFollowTheChain) {
 
 // A block that is retuned while it runs makes the graph follow its new width.
 TEST(GraphFromChain, NewWidthOfARunningBlockReconfiguresTheGraph) {
-    using Numbers = std::array<uint32_t, 2>;
     struct {
         GUID kind;
         Numbers narrow;  // the first record, for an output of two channels
@@ -269,6 +269,79 @@ TEST(GraphFromChain, UnwrittenBuffersAreSilent) {
     std::vector<float> in(960, 0.25f), out(960);
     graph.Process(in.data(), out.data(), 480);
     EXPECT_EQ(out, in);
+}
+
+// A record beyond a limit is refused like one that is too short: the block has its defaults.
+TEST(GraphFromChain, RecordsBeyondTheLimitsAreRefused) {
+    struct {
+        GUID kind;
+        Numbers most;
+        int32_t mostWidth;
+        Numbers beyond;
+        int32_t defaultWidth;
+    } cases[] = {
+        {kStreamExpanderBlockTypeId, {64, 0}, 64, {65, 0}, 2},
+        {kBypassBlockTypeId, {64, 0}, 64, {65, 0}, 2},
+        {kChannelsCombinerBlockTypeId, {1, 62}, 64, {1, 64}, 2},
+        {kChannelsCombinerBlockTypeId, {1, 62}, 64, {1, 0x7FFFFFF0}, 2},
+    };
+    for (const auto& test : cases) {
+        for (const bool isBeyond : {false, true}) {
+            AudioGraph graph;
+            test::SetStereo(graph);
+            ChainMaker maker;
+            maker.Block(1, test.kind, isBeyond ? test.beyond : test.most);
+            BuildGraphFromChain(graph, maker.Chain());
+            EXPECT_TRUE(graph.IsValid());
+            EXPECT_EQ(graph.FindBlock(NumberedId(1))->GetOutputChannels(),
+                      isBeyond ? test.defaultWidth : test.mostWidth);
+        }
+    }
+}
+
+TEST(GraphFromChain, WidthsThatAddUpBeyondTheLimitPassTheInputThrough) {
+    AudioGraph graph;
+    test::SetStereo(graph);
+    ChainMaker maker;
+    maker.Block(1, kStreamExpanderBlockTypeId, Numbers{60, 1})
+        .Block(2, kChannelsCombinerBlockTypeId, Numbers{1, 4})
+        .Block(3, kGainBlockTypeId, -6.0f);
+    maker.Link(1, 2).Link(2, 3);
+    BuildGraphFromChain(graph, maker.Chain());
+    EXPECT_TRUE(graph.IsValid());
+    const auto combiner = graph.FindBlock(NumberedId(2));
+    for (const auto& [offset, isValid] : {std::pair(5u, false), {40u, false}, {3u, true}}) {
+        const Numbers record = {1, offset};
+        EXPECT_TRUE(combiner->SetParameters(&record));
+        EXPECT_EQ(graph.IsValid(), isValid) << offset;
+        std::vector<float> in(960, 0.25f), out(960);
+        graph.Process(in.data(), out.data(), 480);
+        EXPECT_EQ(out == in, !isValid) << offset;
+    }
+    graph.SetInputFormat(8, 0x63F, 48000);
+    const Numbers far = {1, 63}, none = {0, 1};
+    EXPECT_TRUE(graph.FindBlock(NumberedId(1))->SetParameters(&none));  // as wide as the input
+    EXPECT_TRUE(combiner->SetParameters(&far));
+    EXPECT_FALSE(graph.IsValid());
+    graph.SetInputFormat(1, 4, 48000);
+    EXPECT_TRUE(graph.IsValid());
+}
+
+TEST(GraphFromChain, LongChainsGiveTheirFirstBlocksAndLinks) {
+    ChainMaker maker;
+    for (uint32_t number = 1; number <= 4098; ++number)
+        maker.Block(number, kMixerBlockTypeId, 0.0f);
+    for (uint32_t number = 1; number < 4096; ++number)
+        maker.Link(number, number + 1);
+    AudioGraph graph;
+    BuildGraphFromChain(graph, maker.Chain());
+    EXPECT_TRUE(graph.IsValid());
+    EXPECT_EQ(graph.Nodes().size(), 4096u);
+    while (maker.Chain()->links.Count() < 16384)
+        maker.Link(1, 2);
+    maker.Link(2, 1);  // would be a cycle
+    BuildGraphFromChain(graph, maker.Chain());
+    EXPECT_TRUE(graph.IsValid());
 }
 
 }  // namespace

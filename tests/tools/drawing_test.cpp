@@ -93,7 +93,7 @@ TEST_F(Drawn, ResponsesAreWhatSinesComeTo) {
 // Look-ahead, gain that the graph's limiter would hold back, and a resonance that takes its time.
 TEST_F(Drawn, ResponsesAreHeldUntilTheySettle) {
     WriteChain("late.json", R"({"name": "late", "type": "LimiterBlock", "parameters":
-                                {"thresholdDb": -3, "attackMs": 1500, "releaseMs": 10}},
+                                {"thresholdDb": -3, "attackMs": 1000, "releaseMs": 10}},
                                {"name": "up", "type": "GainBlock", "parameters": {"gainDb": 60}},
                                {"name": "upper", "type": "GainBlock", "parameters": {"gainDb": 20}},
                                {"name": "sharp", "type": "BandPassFilterBlock", "parameters": {"bands":

@@ -5,6 +5,8 @@
 #include <set>
 
 #include "engine/block_factory.h"
+#include "engine/limits.h"
+#include "engine/record_limits.h"
 #include "tests/tools/profile_fault.h"
 #include "tools/chain_check.h"
 #include "tools/file_bytes.h"
@@ -28,8 +30,7 @@ Json ExpectedField(const Field& field) {
     Json expected;
     if (field.item) {
         const Field& first = field.item->fields.front();
-        expected = {{"type", "array"}, {"minItems", field.minimum}};
-        if (field.kind == FieldKind::kArray) expected["maxItems"] = field.maximum;
+        expected = {{"type", "array"}, {"minItems", field.minimum}, {"maxItems", field.maximum}};
         for (const double value : field.itemDefaults)
             expected["default"].push_back(value);
         expected["items"] = first.name ? ExpectedRecord(*field.item) : ExpectedField(first);
@@ -92,6 +93,32 @@ TEST(ProfileSchema, DescribesEveryKindAsTheTableDoes) {
     }
     EXPECT_EQ(block["properties"]["type"]["anyOf"][0]["enum"].get<std::set<std::string>>(), kinds);
     EXPECT_EQ(block["allOf"].size(), kinds.size());
+}
+
+// The field of a record that stands at an offset: a value, a list's count or the first of an array.
+const Field* FindField(const RecordLayout& record, std::uint32_t offset) {
+    for (const Field& field : record.fields) {
+        const bool isInside = field.kind == FieldKind::kRecord && offset >= field.offset &&
+                              offset < field.offset + field.item->size;
+        if (isInside) return FindField(*field.item, offset - field.offset);
+        if (field.offset == offset) return &field;
+    }
+    return nullptr;
+}
+
+// Whatever can be written as parameters, a processing object takes.
+TEST(ProfileSchema, KeepsToTheLimitsOfAnObject) {
+    for (const LimitedField& limited : LimitedFields()) {
+        const RecordLayout& record = FindBlockFields(limited.typeId)->record;
+        const Field* field = FindField(record, limited.offset);
+        if (!field) field = &record.fields.back().item->fields.front();  // items of the list
+        const bool isArray = field->kind == FieldKind::kArray;
+        if (isArray) field = &field->item->fields.front();
+        EXPECT_LE(field->maximum, limited.largest) << limited.name;
+    }
+    const Json chain = Schema()["$defs"]["chain"]["properties"];
+    EXPECT_EQ(chain["blocks"]["maxItems"], limits::kMostBlocks);
+    EXPECT_EQ(chain["links"]["maxItems"], limits::kMostLinks);
 }
 
 // The reader names a key that it does not know, so it can be asked which it knows.

@@ -91,13 +91,49 @@ TEST_F(Validate, FindsBlocksThatDoNothing) {
          "block \"join\": leaves a channel of its 5 without an input",
          "block \"out\": does not render 5 channels",
          "block \"lost\": has no fold-down from 7 channels",
-         "block \"vast\": asks for 2147483633 channels"},
+         "block \"vast\": has 2147483632 for channelOffsets: a processing object refuses the "
+         "record; give at most 63"},
         6, "--channels 6");
     WriteChain("high.json", R"({"name": "eq", "type": "NotchFilterBlock",
         "parameters": {"bands": [{"frequency": 5000, "width": 1}]}})");
     EXPECT_EQ(Tool("validate high.json").out, "high.json: valid\n");
     const Result slow = Tool("validate high.json --rate 8000 --channels 2");
     EXPECT_NE(slow.out.find("band 1 lies above half the sample rate"), std::string::npos);
+}
+
+// The widths of the chains add up, each record by itself being within the limits.
+TEST_F(Validate, TellsWhatAProcessingObjectRefuses) {
+    std::string late = R"({"name": "late", "type": "SurroundBlock", "data": ")";
+    late.append(2 * 40, '0').append("88130000").append(2 * 92, '0').append("\"}");  // 5,000 ms
+    ExpectFaults({{R"({"name": "wide", "type": "StreamExpanderBlock", "data": "4000000000000000"},
+                      {"name": "wider", "type": "ChannelsCombinerBlock", "data": "0100000001000000"})",
+                   R"(["wide", "wider"])"},
+                  {late.c_str(), ""},
+                  {R"({"name": "ahead", "type": "LimiterBlock", "data":
+                      "00000000e903000000000000"})",
+                   ""}},
+                 {"in, block \"wider\": comes out 65 channels wide; a processing object takes at "
+                  "most 64",
+                  "block \"late\": has 5000 for decoderParameters.outputDelaysMs: a processing "
+                  "object refuses the record; give at most 1000",
+                  "block \"ahead\": has 1001 for attackMs"},
+                 3);
+    std::string blocks, links;
+    for (int i = 0; i < 4097; ++i) {
+        const std::string name = std::string("b").append(std::to_string(i));
+        blocks.append(i > 0 ? ", " : "").append(R"({"type": "GainBlock", "name": ")");
+        blocks.append(name).append(R"("})");
+        if (i == 0) continue;
+        links.append(i > 1 ? ", " : "").append(R"(["b0", ")").append(name).append(R"("])");
+    }
+    ExpectFaults({{blocks.c_str(), links.c_str()}},
+                 {"has 4097 blocks: a processing object takes the first 4096"}, 1);
+    std::string repeated = R"(["a", "b"])";
+    for (int i = 1; i < 16385; ++i)
+        repeated += R"(, ["a", "b"])";
+    ExpectFaults({{R"({"name": "a", "type": "MixerBlock"}, {"name": "b", "type": "MixerBlock"})",
+                   repeated.c_str()}},
+                 {"has 16385 links: a processing object takes the first 16384"}, 1);
 }
 
 // Blocks of a ring "k0" -> "k1" -> ... -> "k0", and its links.
