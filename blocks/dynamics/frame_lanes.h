@@ -47,10 +47,12 @@ inline FourFloats ColumnPeaks(const float* frame, int32_t channels) {
     std::int32_t c = 0;
     for (; c + 4 <= channels; c += 4)
         peaks = LargerOfFour(MagnitudeOfFour(LoadFour(frame + c)), peaks);
-    FourFloats rest{};
-    for (std::int32_t i = 0; c + i < channels; ++i)
-        rest[i] = frame[c + i];
-    return LargerOfFour(MagnitudeOfFour(rest), peaks);
+    float rest = 0.0f;
+    for (; c < channels; ++c) {
+        const float magnitude = __builtin_fabsf(frame[c]);
+        rest = magnitude > rest ? magnitude : rest;
+    }
+    return LargerOfFour(FourFloats{rest, 0.0f, 0.0f, 0.0f}, peaks);
 }
 
 // The largest |x| of each of four frames, from 0.0. `Channels` is the width where it is known when

@@ -142,7 +142,7 @@ class LinkedGain : public testing::TestWithParam<const char*> {
 };
 
 TEST_P(LinkedGain, FastRunnersHaveTheBitsOfTheirDefinition) {
-    for (uint32_t seed = 0; seed < 400 && !HasFailure(); ++seed) {
+    for (uint32_t seed = 0; seed < 200 && !HasFailure(); ++seed) {
         CompareOneSetting<SimpleComp>(seed);
         CompareOneSetting<SimpleGate>(seed);
         CompareOneSetting<SimpleLimit>(seed);
