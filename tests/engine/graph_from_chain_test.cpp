@@ -327,6 +327,30 @@ TEST(GraphFromChain, WidthsThatAddUpBeyondTheLimitPassTheInputThrough) {
     EXPECT_TRUE(graph.IsValid());
 }
 
+// 64 channels of 256 blocks are the most; a first record that makes all of them wider is refused by
+// passing the input through.
+TEST(GraphFromChain, TooManyChannelsTogetherPassTheInputThrough) {
+    AudioGraph graph;
+    test::SetStereo(graph);
+    ChainMaker maker;
+    maker.Block(1, kStreamExpanderBlockTypeId, Numbers{63, 1});
+    for (uint32_t number = 2; number <= 257; ++number)
+        maker.Block(number, kGainBlockTypeId, -1.0f).Link(number - 1, number);
+    BuildGraphFromChain(graph, maker.Chain());
+    EXPECT_TRUE(graph.IsValid());
+    const auto expander = graph.FindBlock(NumberedId(1));
+    for (const uint32_t width : {64u, 2u, 64u}) {
+        const Numbers record = {width, 1};
+        EXPECT_TRUE(expander->SetParameters(&record));
+        EXPECT_EQ(graph.IsValid(), width == 2) << width;
+    }
+    graph.RemoveBlockById(NumberedId(257));
+    EXPECT_TRUE(graph.IsValid());
+    EXPECT_EQ(graph.FindBlock(NumberedId(256))->GetOutputChannels(), 64);
+    graph.SetOutputFormat(2, 3, 44100);
+    EXPECT_TRUE(graph.IsValid()) << "the adapter that it has by now does not count";
+}
+
 TEST(GraphFromChain, LongChainsGiveTheirFirstBlocksAndLinks) {
     ChainMaker maker;
     for (uint32_t number = 1; number <= 4098; ++number)
