@@ -149,10 +149,13 @@ class AudioGraph {
     // Whether exact zeros and audible samples get a noise of at most 3/32768 added.
     void SetNoiseEnabled(bool enabled);
 
-    // The widest output, in channels, that a block may have; without a limit at first. A wider one
-    // makes the graph invalid until a change of a width or a rebuild mends it. Takes effect at the
-    // next configuration.
-    void LimitWidth(uint32_t mostChannels) { widestOutput = mostChannels; }
+    // The most channels that the output of a block, and those of all blocks together, may have;
+    // without a limit at first. Wider ones make the graph invalid until a change of a width or a
+    // rebuild mends it. Takes effect at the next configuration.
+    void LimitWidths(uint32_t widest, uint32_t together) {
+        widestOutput = widest;
+        widestTogether = together;
+    }
 
     // Called inside Process, on the real-time thread, with the speaker mask of the channels that
     // carry signal whenever it changes. May be empty.
@@ -218,8 +221,9 @@ class AudioGraph {
     std::shared_ptr<AudioBlock> adapterBlock;  // the internal output adapter in place, if any
     bool suspended = false;
     bool valid = true;
-    uint32_t widestOutput = UINT32_MAX;  // channels
-    bool isTooWide = false;              // what made the graph invalid
+    uint32_t widestOutput = UINT32_MAX;    // channels
+    uint32_t widestTogether = UINT32_MAX;  // channels, of all outputs
+    bool isTooWide = false;                // what made the graph invalid
 
     AudioFormat inputFormat{};
     AudioFormat processingFormat{};

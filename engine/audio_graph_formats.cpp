@@ -97,10 +97,16 @@ void AudioGraph::Reconfigure() noexcept {
     limiter.SetSampleRate(rate);
 }
 
-// False where a block turns out wider than the limit; the blocks behind it are not configured then.
+// False where a block turns out wider than the limits; the blocks behind it are not configured
+// then. The output's adapter does not count, being there or not from one configuration to the next.
 bool AudioGraph::ConfigureNodes(uint32_t rate) {
+    uint64_t together = 0;
     for (GraphNode& node : processingList.Nodes()) {
-        if (!ConfigureNode(node, processingFormat, rate, widestOutput)) return false;
+        const uint32_t most = node.block == adapterBlock ? UINT32_MAX : widestOutput;
+        if (!ConfigureNode(node, processingFormat, rate, most)) return false;
+        if (node.block != adapterBlock)
+            together += static_cast<uint32_t>(node.block->GetOutputChannels());
+        if (together > widestTogether) return false;
         if (NarrowsItsSum(node)) {
             GrowOrDie(mixBuffer, PlannedFrames(rate), node.block->GetInputChannels());
         }

@@ -12,7 +12,7 @@ namespace quorvel {
 void BuildGraphFromChain(AudioGraph& graph, const QuorvelAudioBlocksChain* chain) {
     graph.SetUpdating(true);
     graph.Clear(false);
-    graph.LimitWidth(limits::kMostChannels);
+    graph.LimitWidths(limits::kMostChannels, limits::kMostChannelsTogether);
     if (chain) {
         const unsigned blocks = std::min(chain->blocks.Count(), limits::kMostBlocks);
         for (unsigned i = 0; i < blocks; ++i)

@@ -17,8 +17,8 @@ namespace quorvel {
 // see AudioGraph::IsValid.
 //
 // The limits (engine/limits.h) are kept: of a longer chain the first blocks and links are taken, a
-// record beyond a limit counts as refused, and the graph is invalid while a block of it is wider
-// than kMostChannels, whatever it owes that width to.
+// record beyond a limit counts as refused, and the graph is invalid while a block, or all together,
+// are wider than the limits, whatever they owe that to.
 //
 // Later changes of the chain go to the graph itself: AddChainBlock; FindBlock and SetParameterData,
 // for a record within the limits; RemoveBlockById, LinkById, UnlinkById.

@@ -17,4 +17,8 @@ inline constexpr std::uint32_t kLongestDelayMs = 1000;  // ms, of a delay line o
 inline constexpr std::uint32_t kMostBlocks = 4096;      // of a chain
 inline constexpr std::uint32_t kMostLinks = 16384;      // of a chain
 
+// Of the outputs of all blocks of a chain together. A record of one block may widen all that follow
+// it: without this limit 4,096 of them would want half a gigabyte of buffers at once.
+inline constexpr std::uint32_t kMostChannelsTogether = 16384;
+
 }  // namespace quorvel::limits

@@ -113,17 +113,28 @@ class Validation {
     // Of a chain that has no other fault.
     static std::vector<ChainFault> WhyInvalid(const AudioGraph& graph,
                                               const QuorvelAudioBlocksChain& chain) {
+        std::uint64_t together = 0;
         for (unsigned i = 0; i < chain.blocks.Count(); ++i) {
             const auto block = graph.FindBlock(chain.blocks.Item(i).id);
             const auto width = static_cast<std::uint32_t>(block ? block->GetOutputChannels() : 0);
+            together += width;
             if (width > limits::kMostChannels)
-                return {
-                    {"comes out " + std::to_string(width) + " channels wide",
-                     "a processing object takes at most " + std::to_string(limits::kMostChannels),
-                     i,
-                     {}}};
+                return {{"comes out " + std::to_string(width) + " channels wide",
+                         MostTaken(limits::kMostChannels),
+                         i,
+                         {}}};
         }
+        // The sum of several ends, which is the graph's own, may be what was too much.
+        if (together >= limits::kMostChannelsTogether)
+            return {{"has too many channels, of all blocks together",
+                     MostTaken(limits::kMostChannelsTogether),
+                     {},
+                     {}}};
         return {{.what = "the graph cannot be built"}};
+    }
+
+    static std::string MostTaken(std::uint32_t most) {
+        return "a processing object takes at most " + std::to_string(most);
     }
 
     void Tell(unsigned i, const std::string& with, const ChainFault& fault) {

@@ -16,43 +16,14 @@
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
 #include "engine/block_type_ids.h"
-#include "profile/quorvel_audio_block.h"
-#include "profile/quorvel_audio_blocks_chain.h"
-#include "profile/quorvel_audio_profile.h"
+#include "tests/support/chain_maker.h"
 #include "tests/support/topology.h"
 
 namespace quorvel {
 namespace {
 
+using test::ChainMaker;
 using test::NumberedId;
-
-// A chain under construction.
-class ChainMaker {
-  public:
-    ChainMaker() { profile.GenerateNewID(); }
-
-    template <typename Record>
-    ChainMaker& Block(uint32_t number, const GUID& typeId, const Record& record) {
-        auto* chain = profile.GetChain(1, true);
-        QuorvelAudioBlock block(&profile, chain, typeId, NumberedId(number));
-        Record copy = record;
-        block.SetData(&copy, sizeof(copy));
-        chain->blocks.Add(block);
-        return *this;
-    }
-
-    ChainMaker& Link(uint32_t source, uint32_t destination) {
-        auto* chain = profile.GetChain(1, true);
-        _QuorvelAudioBlockLink link{profile.id, 1, NumberedId(source), NumberedId(destination)};
-        chain->links.Add(link);
-        return *this;
-    }
-
-    QuorvelAudioBlocksChain* Chain() { return profile.GetChain(1, true); }
-
-  private:
-    QuorvelAudioProfile profile;
-};
 
 struct ThreeBands {
     uint32_t count = 3;
@@ -269,79 +240,6 @@ TEST(GraphFromChain, UnwrittenBuffersAreSilent) {
     std::vector<float> in(960, 0.25f), out(960);
     graph.Process(in.data(), out.data(), 480);
     EXPECT_EQ(out, in);
-}
-
-// A record beyond a limit is refused like one that is too short: the block has its defaults.
-TEST(GraphFromChain, RecordsBeyondTheLimitsAreRefused) {
-    struct {
-        GUID kind;
-        Numbers most;
-        int32_t mostWidth;
-        Numbers beyond;
-        int32_t defaultWidth;
-    } cases[] = {
-        {kStreamExpanderBlockTypeId, {64, 0}, 64, {65, 0}, 2},
-        {kBypassBlockTypeId, {64, 0}, 64, {65, 0}, 2},
-        {kChannelsCombinerBlockTypeId, {1, 62}, 64, {1, 64}, 2},
-        {kChannelsCombinerBlockTypeId, {1, 62}, 64, {1, 0x7FFFFFF0}, 2},
-    };
-    for (const auto& test : cases) {
-        for (const bool isBeyond : {false, true}) {
-            AudioGraph graph;
-            test::SetStereo(graph);
-            ChainMaker maker;
-            maker.Block(1, test.kind, isBeyond ? test.beyond : test.most);
-            BuildGraphFromChain(graph, maker.Chain());
-            EXPECT_TRUE(graph.IsValid());
-            EXPECT_EQ(graph.FindBlock(NumberedId(1))->GetOutputChannels(),
-                      isBeyond ? test.defaultWidth : test.mostWidth);
-        }
-    }
-}
-
-TEST(GraphFromChain, WidthsThatAddUpBeyondTheLimitPassTheInputThrough) {
-    AudioGraph graph;
-    test::SetStereo(graph);
-    ChainMaker maker;
-    maker.Block(1, kStreamExpanderBlockTypeId, Numbers{60, 1})
-        .Block(2, kChannelsCombinerBlockTypeId, Numbers{1, 4})
-        .Block(3, kGainBlockTypeId, -6.0f);
-    maker.Link(1, 2).Link(2, 3);
-    BuildGraphFromChain(graph, maker.Chain());
-    EXPECT_TRUE(graph.IsValid());
-    const auto combiner = graph.FindBlock(NumberedId(2));
-    for (const auto& [offset, isValid] : {std::pair(5u, false), {40u, false}, {3u, true}}) {
-        const Numbers record = {1, offset};
-        EXPECT_TRUE(combiner->SetParameters(&record));
-        EXPECT_EQ(graph.IsValid(), isValid) << offset;
-        std::vector<float> in(960, 0.25f), out(960);
-        graph.Process(in.data(), out.data(), 480);
-        EXPECT_EQ(out == in, !isValid) << offset;
-    }
-    graph.SetInputFormat(8, 0x63F, 48000);
-    const Numbers far = {1, 63}, none = {0, 1};
-    EXPECT_TRUE(graph.FindBlock(NumberedId(1))->SetParameters(&none));  // as wide as the input
-    EXPECT_TRUE(combiner->SetParameters(&far));
-    EXPECT_FALSE(graph.IsValid());
-    graph.SetInputFormat(1, 4, 48000);
-    EXPECT_TRUE(graph.IsValid());
-}
-
-TEST(GraphFromChain, LongChainsGiveTheirFirstBlocksAndLinks) {
-    ChainMaker maker;
-    for (uint32_t number = 1; number <= 4098; ++number)
-        maker.Block(number, kMixerBlockTypeId, 0.0f);
-    for (uint32_t number = 1; number < 4096; ++number)
-        maker.Link(number, number + 1);
-    AudioGraph graph;
-    BuildGraphFromChain(graph, maker.Chain());
-    EXPECT_TRUE(graph.IsValid());
-    EXPECT_EQ(graph.Nodes().size(), 4096u);
-    while (maker.Chain()->links.Count() < 16384)
-        maker.Link(1, 2);
-    maker.Link(2, 1);  // would be a cycle
-    BuildGraphFromChain(graph, maker.Chain());
-    EXPECT_TRUE(graph.IsValid());
 }
 
 }  // namespace

@@ -101,6 +101,17 @@ TEST_F(Validate, FindsBlocksThatDoNothing) {
     EXPECT_NE(slow.out.find("band 1 lies above half the sample rate"), std::string::npos);
 }
 
+// Gains "b1", "b2", ... behind the head "b0", and the links.
+std::array<std::string, 2> Star(const std::string& head, int count) {
+    std::array<std::string, 2> star = {R"({"name": "b0", )" + head + "}", ""};
+    for (int i = 1; i < count; ++i) {
+        const std::string name = std::string(R"("b)").append(std::to_string(i)).append(R"(")");
+        star[0].append(R"(, {"type": "GainBlock", "name": )").append(name).append("}");
+        star[1].append(i > 1 ? ", " : "").append(R"(["b0", )").append(name).append("]");
+    }
+    return star;
+}
+
 // The widths of the chains add up, each record by itself being within the limits.
 TEST_F(Validate, TellsWhatAProcessingObjectRefuses) {
     std::string late = R"({"name": "late", "type": "SurroundBlock", "data": ")";
@@ -118,16 +129,16 @@ TEST_F(Validate, TellsWhatAProcessingObjectRefuses) {
                   "object refuses the record; give at most 1000",
                   "block \"ahead\": has 1001 for attackMs"},
                  3);
-    std::string blocks, links;
-    for (int i = 0; i < 4097; ++i) {
-        const std::string name = std::string("b").append(std::to_string(i));
-        blocks.append(i > 0 ? ", " : "").append(R"({"type": "GainBlock", "name": ")");
-        blocks.append(name).append(R"("})");
-        if (i == 0) continue;
-        links.append(i > 1 ? ", " : "").append(R"(["b0", ")").append(name).append(R"("])");
-    }
+    const auto [blocks, links] = Star(R"("type": "GainBlock")", 4097);
     ExpectFaults({{blocks.c_str(), links.c_str()}},
                  {"has 4097 blocks: a processing object takes the first 4096"}, 1);
+    const auto [wide, fan] =
+        Star(R"("type": "StreamExpanderBlock", "data": "4000000000000000")", 256);
+    ExpectFaults(
+        {{wide.c_str(), fan.c_str()}},
+        {"has too many channels, of all blocks together; a processing object takes at most "
+         "16384"},
+        1);
     std::string repeated = R"(["a", "b"])";
     for (int i = 1; i < 16385; ++i)
         repeated += R"(, ["a", "b"])";

@@ -1,0 +1,120 @@
+// A chain that asks for more than an object takes.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <utility>
+#include <vector>
+
+#include "engine/block_type_ids.h"
+#include "engine/graph_from_chain.h"
+#include "tests/support/chain_maker.h"
+#include "tests/support/topology.h"
+
+namespace quorvel {
+namespace {
+
+using test::ChainMaker;
+using test::NumberedId;
+using Numbers = std::array<uint32_t, 2>;  // a record of two
+
+// A record beyond a limit is refused like one that is too short: the block has its defaults.
+TEST(ChainLimits, RecordsBeyondTheLimitsAreRefused) {
+    struct {
+        GUID kind;
+        Numbers most;
+        int32_t mostWidth;
+        Numbers beyond;
+        int32_t defaultWidth;
+    } cases[] = {
+        {kStreamExpanderBlockTypeId, {64, 0}, 64, {65, 0}, 2},
+        {kBypassBlockTypeId, {64, 0}, 64, {65, 0}, 2},
+        {kChannelsCombinerBlockTypeId, {1, 62}, 64, {1, 64}, 2},
+        {kChannelsCombinerBlockTypeId, {1, 62}, 64, {1, 0x7FFFFFF0}, 2},
+    };
+    for (const auto& test : cases) {
+        for (const bool isBeyond : {false, true}) {
+            AudioGraph graph;
+            test::SetStereo(graph);
+            ChainMaker maker;
+            maker.Block(1, test.kind, isBeyond ? test.beyond : test.most);
+            BuildGraphFromChain(graph, maker.Chain());
+            EXPECT_TRUE(graph.IsValid());
+            EXPECT_EQ(graph.FindBlock(NumberedId(1))->GetOutputChannels(),
+                      isBeyond ? test.defaultWidth : test.mostWidth);
+        }
+    }
+}
+
+TEST(ChainLimits, WidthsThatAddUpBeyondTheLimitPassTheInputThrough) {
+    AudioGraph graph;
+    test::SetStereo(graph);
+    ChainMaker maker;
+    maker.Block(1, kStreamExpanderBlockTypeId, Numbers{60, 1})
+        .Block(2, kChannelsCombinerBlockTypeId, Numbers{1, 4})
+        .Block(3, kGainBlockTypeId, -6.0f);
+    maker.Link(1, 2).Link(2, 3);
+    BuildGraphFromChain(graph, maker.Chain());
+    EXPECT_TRUE(graph.IsValid());
+    const auto combiner = graph.FindBlock(NumberedId(2));
+    for (const auto& [offset, isValid] : {std::pair(5u, false), {40u, false}, {3u, true}}) {
+        const Numbers record = {1, offset};
+        EXPECT_TRUE(combiner->SetParameters(&record));
+        EXPECT_EQ(graph.IsValid(), isValid) << offset;
+        std::vector<float> in(960, 0.25f), out(960);
+        graph.Process(in.data(), out.data(), 480);
+        EXPECT_EQ(out == in, !isValid) << offset;
+    }
+    graph.SetInputFormat(8, 0x63F, 48000);
+    const Numbers far = {1, 63}, none = {0, 1};
+    EXPECT_TRUE(graph.FindBlock(NumberedId(1))->SetParameters(&none));  // as wide as the input
+    EXPECT_TRUE(combiner->SetParameters(&far));
+    EXPECT_FALSE(graph.IsValid());
+    graph.SetInputFormat(1, 4, 48000);
+    EXPECT_TRUE(graph.IsValid());
+}
+
+// 64 channels of 256 blocks are the most; a first record that makes all of them wider is refused by
+// passing the input through.
+TEST(ChainLimits, TooManyChannelsTogetherPassTheInputThrough) {
+    AudioGraph graph;
+    test::SetStereo(graph);
+    ChainMaker maker;
+    maker.Block(1, kStreamExpanderBlockTypeId, Numbers{63, 1});
+    for (uint32_t number = 2; number <= 257; ++number)
+        maker.Block(number, kGainBlockTypeId, -1.0f).Link(number - 1, number);
+    BuildGraphFromChain(graph, maker.Chain());
+    EXPECT_TRUE(graph.IsValid());
+    const auto expander = graph.FindBlock(NumberedId(1));
+    for (const uint32_t width : {64u, 2u, 64u}) {
+        const Numbers record = {width, 1};
+        EXPECT_TRUE(expander->SetParameters(&record));
+        EXPECT_EQ(graph.IsValid(), width == 2) << width;
+    }
+    graph.RemoveBlockById(NumberedId(257));
+    EXPECT_TRUE(graph.IsValid());
+    EXPECT_EQ(graph.FindBlock(NumberedId(256))->GetOutputChannels(), 64);
+    for (const uint16_t channels : {2, 80, 80}) {
+        graph.SetOutputFormat(channels, 0, 48000);
+        EXPECT_TRUE(graph.IsValid()) << "the adapter of " << channels << " does not count";
+    }
+}
+
+TEST(ChainLimits, LongChainsGiveTheirFirstBlocksAndLinks) {
+    ChainMaker maker;
+    for (uint32_t number = 1; number <= 4098; ++number)
+        maker.Block(number, kMixerBlockTypeId, 0.0f);
+    for (uint32_t number = 1; number < 4096; ++number)
+        maker.Link(number, number + 1);
+    AudioGraph graph;
+    BuildGraphFromChain(graph, maker.Chain());
+    EXPECT_TRUE(graph.IsValid());
+    EXPECT_EQ(graph.Nodes().size(), 4096u);
+    while (maker.Chain()->links.Count() < 16384)
+        maker.Link(1, 2);
+    maker.Link(2, 1);  // would be a cycle
+    BuildGraphFromChain(graph, maker.Chain());
+    EXPECT_TRUE(graph.IsValid());
+}
+
+}  // namespace
+}  // namespace quorvel
