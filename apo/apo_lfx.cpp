@@ -9,6 +9,7 @@
 #include "apo/client_probe.h"
 #include "apo/driver_event_payload.h"
 #include "client/control_codes.h"
+#include "platform/result_codes.h"
 
 namespace quorvel {
 
@@ -51,7 +52,7 @@ HRESULT APOLFX::Initialize(UINT32 cbDataSize, BYTE* pbyData) {
     StreamObjectNotice notice{.isOutput = IsOutput() ? 1u : 0u};
     const DWORD refused = device->GetSetData(control::kNoteStreamObject, &notice, sizeof(notice),
                                              nullptr, 0, nullptr);
-    return refused == ERROR_SUCCESS ? result : HRESULT_FROM_WIN32(refused);
+    return refused == ERROR_SUCCESS ? result : platform::ResultFromError(refused);
 }
 
 DWORD APOLFX::NotifyActiveChannels(DWORD mask) {

@@ -11,6 +11,7 @@
 #include "platform/interface_ids.h"
 #include "platform/os_version.h"
 #include "platform/random.h"
+#include "platform/result_codes.h"
 
 namespace quorvel {
 namespace {
@@ -63,10 +64,10 @@ HRESULT BaseAPO::Initialize(UINT32 cbDataSize, BYTE* pbyData) try {
     if (FAILED(result)) return result;
 
     const auto paths = FindDriverDevicePaths(devices);
-    if (paths.empty()) return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+    if (paths.empty()) return platform::ResultFromError(ERROR_NOT_FOUND);
     result = OpenDriver(paths.front().c_str());
     if (FAILED(result)) return result;
-    if (!isDriverEnabled) return HRESULT_FROM_WIN32(ERROR_INVALID_STATE);
+    if (!isDriverEnabled) return platform::ResultFromError(ERROR_INVALID_STATE);
 
     result = deviceEnumerator->RegisterEndpointNotificationCallback(this);
     if (FAILED(result)) return result;
@@ -96,7 +97,7 @@ HRESULT BaseAPO::OpenDriver(const WCHAR* path) {
     device = std::make_unique<QuorvelAudioDevice>();
     if (const DWORD error = device->Open(path, this)) {
         device.reset();
-        return HRESULT_FROM_WIN32(error);
+        return platform::ResultFromError(error);
     }
     DWORD enabled = 0;
     if (device->GetSetData(control::kGetDriverEnabled, nullptr, 0, &enabled, sizeof(enabled),
