@@ -83,14 +83,21 @@ uint32_t AudioGraph::ProcessingRate() const {
     return rate == 0 ? kDefaultRate : rate;
 }
 
-void AudioGraph::Reconfigure() noexcept {
+void AudioGraph::Reconfigure() {
+    if (throwsWithoutMemory) return Configure();
+    [&]() noexcept { Configure(); }();
+}
+
+void AudioGraph::Configure() {
     if (processingFormat.Format.nChannels == 0 || outputFormat.Format.nChannels == 0) return;
     const ScopedFlag hold(suspended);
+    ++configurations;
+    const auto lack = throwsWithoutMemory ? MemoryLack::kThrows : MemoryLack::kEndsProcess;
     const uint32_t rate = ProcessingRate();
     for (GraphNode& node : processingList.Nodes()) {
-        ConfigureNode(node, processingFormat, rate);
+        ConfigureNode(node, processingFormat, rate, lack);
         if (NarrowsItsSum(node)) {
-            GrowOrDie(mixBuffer, PlannedFrames(rate), node.block->GetInputChannels());
+            GrowFor(mixBuffer, PlannedFrames(rate), node.block->GetInputChannels(), lack);
         }
     }
     UpdateOutputAdapter();
@@ -109,7 +116,8 @@ void AudioGraph::UpdateOutputAdapter() {
                                            : PlaceAdapter(&narrow, kBypassBlockTypeId);
     if (!isPlaced) return PassInputThrough();
     ConfigureNode(processingList.Nodes().back(), processingFormat,
-                  processingFormat.Format.nSamplesPerSec);
+                  processingFormat.Format.nSamplesPerSec,
+                  throwsWithoutMemory ? MemoryLack::kThrows : MemoryLack::kEndsProcess);
 }
 
 // An invalid graph runs nothing but a lone adapter, and that only while input and output widths

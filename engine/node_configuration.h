@@ -8,18 +8,25 @@
 
 namespace quorvel {
 
+// What a lack of memory does: it ends the process, since audio would have nowhere to go, or throws
+// std::bad_alloc, where the caller can go back.
+enum class MemoryLack { kEndsProcess, kThrows };
+
 // Tells the node's block its format, makes or retunes the adapters that widen narrower inputs when
 // the block wants uniform ones, and grows the buffers concerned to 10 ms. The blocks upstream must
 // be configured already. A node without inputs works at the width and mask of `chainFormat`; `rate`
-// is in Hz. Allocates; ends the process when a buffer cannot grow or an adapter cannot be made.
-void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate);
+// is in Hz. Allocates; `lack` says what happens when a buffer cannot grow or an adapter cannot be
+// made.
+void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate, MemoryLack lack);
 
 // Whether the block sums inputs that are wider than its output, so that the sum needs a place of
 // its own.
 bool NarrowsItsSum(const GraphNode& node);
 
-// Makes room for `frames` frames of `channels` floats; ends the process when the memory cannot be
-// had, since audio would have nowhere to go.
+// Makes room for `frames` frames of `channels` floats.
+void GrowFor(AudioBuffer& buffer, int32_t frames, int32_t channels, MemoryLack lack);
+
+// The same while sound is processed: ends the process when the memory cannot be had.
 void GrowOrDie(AudioBuffer& buffer, int32_t frames, int32_t channels);
 
 }  // namespace quorvel

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "blocks/dynamics/decibels.h"
+#include "engine/memory_shortage.h"
 
 namespace quorvel::dynamics {
 namespace {
@@ -104,6 +105,7 @@ void SimpleLimit::BuildDelayLines() noexcept {
         for (std::vector<float>& line : delayLines)
             line.assign(bufferSize, 0.0f);
     } catch (const std::bad_alloc&) {
+        NoteMemoryShortage();
         delayLines.clear();
     }
 }

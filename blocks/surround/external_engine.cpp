@@ -4,6 +4,7 @@
 #include <new>
 
 #include "blocks/surround/substitute_engine.h"
+#include "engine/memory_shortage.h"
 
 namespace quorvel {
 namespace {
@@ -59,7 +60,9 @@ void ExternalEngineRelease::operator()(INineEarsSurroundSound* engine) const {
 
 ExternalEngine CreateExternalEngine() {
     if (ExternalEngine engine = LoadEngine()) return engine;
-    return ExternalEngine(new (std::nothrow) SubstituteSurroundEngine);
+    ExternalEngine engine(new (std::nothrow) SubstituteSurroundEngine);
+    if (!engine) NoteMemoryShortage();
+    return engine;
 }
 
 }  // namespace quorvel
