@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -44,6 +45,11 @@ bool MayReassign(QuorvelDriverEvents event) {
 }
 
 }  // namespace
+
+APOLFX::APOLFX(const APO_REG_PROPERTIES& properties) : BaseAPO(properties) {
+    channelReporter = std::make_unique<ActiveChannelReporter>(
+        [this](std::uint32_t mask) { NotifyActiveChannels(mask); });
+}
 
 HRESULT APOLFX::Initialize(UINT32 cbDataSize, BYTE* pbyData) {
     const HRESULT result = BaseAPO::Initialize(cbDataSize, pbyData);

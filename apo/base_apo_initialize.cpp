@@ -38,18 +38,15 @@ HRESULT ReadDevices(UINT32 size, const BYTE* data, IMMDeviceCollection*& devices
 
 }  // namespace
 
-BaseAPO::BaseAPO(const APO_REG_PROPERTIES& properties) : CBaseAudioProcessingObject(properties) {
-    graph.SetActiveChannelsCallback([this](std::uint32_t mask) { FollowActiveChannels(mask); });
-}
+BaseAPO::BaseAPO(const APO_REG_PROPERTIES& properties) : CBaseAudioProcessingObject(properties) {}
 
 BaseAPO::~BaseAPO() {
-    CloseDriver();
-    StopNotifications();
+    FinalRelease();
 }
 
 void BaseAPO::FinalRelease() {
-    CloseDriver();
     StopNotifications();
+    CloseDriver();
 }
 
 HRESULT BaseAPO::Initialize(UINT32 cbDataSize, BYTE* pbyData) try {
@@ -85,8 +82,10 @@ void BaseAPO::StopNotifications() {
     deviceEnumerator->UnregisterEndpointNotificationCallback(this);
 }
 
-// The events thread reads `device` until it has ended, and closing waits for that.
+// The reporter and the events thread read `device` until they have ended: stopping and closing wait
+// for that.
 void BaseAPO::CloseDriver() {
+    if (channelReporter) channelReporter->Stop();
     if (device) device->Close();
     device.reset();
 }
@@ -103,6 +102,8 @@ HRESULT BaseAPO::OpenDriver(const WCHAR* path) {
     if (device->GetSetData(control::kGetDriverEnabled, nullptr, 0, &enabled, sizeof(enabled),
                            nullptr) == ERROR_SUCCESS)
         isDriverEnabled = enabled != 0;
+    if (isGraphPrepared && channelReporter)
+        return platform::ResultFromError(channelReporter->Start());
     return S_OK;
 }
 
