@@ -49,6 +49,7 @@ void AudioGraph::SetOutputFormat(uint16_t channelCount, uint32_t mask, uint32_t 
 void AudioGraph::SetFormats(const WAVEFORMATEX* input, const WAVEFORMATEX* output) {
     if (output) outputFormat = CopyFormat(*output);
     if (input) StoreInputFormat(CopyFormat(*input));
+    limiter.Reset();
     Reconfigure();
 }
 
