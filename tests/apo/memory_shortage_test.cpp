@@ -203,7 +203,7 @@ TEST_F(MemoryShortage, LeavesTheRunningSoundAsItWas) {
         EXPECT_FALSE(is(after.running, before.running)) << edit.name;
         EXPECT_FALSE(is(after.relocked, before.relocked)) << edit.name;
         std::size_t kept = 0, failAt = 0;
-        for (;; ++failAt) {
+        for (;; failAt += failAt < 100 ? 1 : 7) {
             SCOPED_TRACE(testing::Message() << edit.name << ", " << failAt);
             const Outcome now = run(edit, failAt);
             if (!now.hasFailed) break;
@@ -215,6 +215,37 @@ TEST_F(MemoryShortage, LeavesTheRunningSoundAsItWas) {
         }
         EXPECT_GT(kept, 0u) << edit.name << ", " << failAt;
     }
+}
+
+// A graph that missed a change is built anew with the next one, whatever that is about.
+TEST_F(MemoryShortage, LetsTheGraphCatchUpWithTheNextChange) {
+    using Event = QuorvelDriverEvents;
+    const ClassRow& row = kClassRows[0];
+    QuorvelAudioProfile profile = GainProfile(row, -6.0f);
+    AddGain(profile, 1, NumberedGuid(11), -3.0f);
+    Link(profile, 10, 11);
+    ASSERT_EQ(application.SetProfileData(&profile), 0u);
+    std::size_t missed = 0;
+    for (std::size_t failAt = 0, isOver = false; !isOver; ++failAt) {
+        SCOPED_TRACE(failAt);
+        const auto object = Make(*row.id);
+        ASSERT_EQ(Initialize(*object.Get(), row), S_OK);
+        EngineStream stream(*object.Get(), 2, 2);
+        ASSERT_EQ(stream.Lock(), S_OK);
+        const auto gain = [&] { return 20.0 * std::log10(stream.Gain()); };
+        {
+            const AllocationFaults faults(failAt);
+            Tell(*object.Get(), Event::BlockRemoved, 11);
+            isOver = !faults.HasFailed();
+        }
+        const bool isMissed = std::abs(gain() + 9.0) < 0.05;
+        missed += isMissed;
+        EXPECT_TRUE(isMissed || std::abs(gain() + 6.0) < 0.05);
+        Tell(*object.Get(), Event::LinkRemoved, 10, 12);
+        EXPECT_NEAR(gain(), -6.0, 0.05);
+        stream.Unlock();
+    }
+    EXPECT_GT(missed, 5u);
 }
 
 }  // namespace
