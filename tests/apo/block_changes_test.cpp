@@ -28,9 +28,10 @@ class BlockChanges : public ApoTest {
         ApoTest::TearDown();
     }
 
-    // Stores block 10 with that kind and record and waits until the object has dealt with it.
-    void Store(const GUID& kind, std::vector<float> record, unsigned bytes) {
-        QuorvelAudioBlock block(&profile, profile.GetChain(1, false), kind, NumberedGuid(10));
+    // Stores a block with that kind and record and waits until the object has dealt with it.
+    void Store(const GUID& kind, std::vector<float> record, unsigned bytes,
+               std::uint32_t number = 10) {
+        QuorvelAudioBlock block(&profile, profile.GetChain(1, false), kind, NumberedGuid(number));
         block.SetData(record.data(), bytes);
         ASSERT_EQ(application.SetAudioBlock(&block), 0u);
         while (!headset->driver.IsHeard())
@@ -61,8 +62,10 @@ TEST_F(BlockChanges, OfTheKindReplaceTheBlockBetweenItsNeighbours) {
     ExpectGainNowAndAtTheNextLock(-3.0);
     Store(kGainBlockTypeId, {-12.0f}, 4);
     ExpectGainNowAndAtTheNextLock(-15.0);
-    Store(kGainBlockTypeId, {-1.0f}, 4);
-    ExpectGainNowAndAtTheNextLock(-4.0);
+    Store(kMixerBlockTypeId, {10.0f}, 4, 11);
+    ExpectGainNowAndAtTheNextLock(-12.0);
+    Store(kGainBlockTypeId, {-1.0f}, 4, 11);
+    ExpectGainNowAndAtTheNextLock(-13.0);
 }
 
 TEST_F(BlockChanges, ThatTheBlockRefusesAreNotKept) {
@@ -80,6 +83,10 @@ TEST_F(BlockChanges, ThatTheBlockRefusesAreNotKept) {
 
 // The object follows while it is not locked too.
 TEST_F(BlockChanges, AheadOfTheFirstLockCount) {
+    Store(kGainBlockTypeId, {-12.0f}, 2);
+    ASSERT_EQ(stream->Lock(), S_OK);
+    ExpectGain(-9.0);
+    EXPECT_EQ(stream->Unlock(), S_OK);
     Store(kGainBlockTypeId, {-2.0f}, 4);
     Store(kGainBlockTypeId, {-12.0f}, 2);
     ASSERT_EQ(stream->Lock(), S_OK);
