@@ -10,6 +10,7 @@
 #include "apo/registry_script.h"
 #include "apo/registry_script_texts.h"
 #include "platform/module_file.h"
+#include "platform/result_codes.h"
 #include "platform/type_library.h"
 #include "platform/wide_text.h"
 
@@ -62,13 +63,15 @@ HRESULT RegisterComServer() {
     const SystemLocale locale;
     const auto file = platform::ModuleFile();
     if (const DWORD error = RunScripts(file, ScriptAction::kRegister))
-        return HRESULT_FROM_WIN32(error);
+        return platform::ResultFromError(error);
     return platform::RegisterTypeLibrary(ModuleTypeLibrary(), file);
 }
 
-HRESULT UnregisterComServer() {
-    if (const DWORD error = RunScripts(platform::ModuleFile(), ScriptAction::kUnregister))
-        return HRESULT_FROM_WIN32(error);
+HRESULT UnregisterClasses() {
+    return platform::ResultFromError(RunScripts(platform::ModuleFile(), ScriptAction::kUnregister));
+}
+
+HRESULT UnregisterTypeLibrary() {
     return platform::UnregisterTypeLibrary(ModuleTypeLibrary());
 }
 
@@ -82,10 +85,13 @@ HRESULT Attempt(Step step) noexcept {
     }
 }
 
-// The first `count` records, each as far as memory goes.
-void TakeBack(std::size_t count) {
+// Unregisters the first `count` records with the engine, each as far as memory goes. The result of
+// the last.
+HRESULT UnregisterAPOs(std::size_t count) {
+    HRESULT result = S_OK;
     for (std::size_t i = 0; i < count; ++i)
-        Attempt([&] { return UnregisterAPO(RegistrationRecords()[i]->clsid); });
+        result = Attempt([&] { return UnregisterAPO(RegistrationRecords()[i]->clsid); });
+    return result;
 }
 
 }  // namespace
@@ -111,18 +117,16 @@ HRESULT APODllModule::RegisterServer() {
         ++registered;
     }
     if (SUCCEEDED(result)) result = Attempt(RegisterComServer);
-    if (FAILED(result)) TakeBack(registered);
+    if (FAILED(result)) UnregisterAPOs(registered);
     return result;
 }
 
 HRESULT APODllModule::UnregisterServer() {
-    return Attempt([] {
-        HRESULT result = UnregisterComServer();
-        if (FAILED(result)) return result;
-        for (const APO_REG_PROPERTIES* const record : RegistrationRecords())
-            result = UnregisterAPO(record->clsid);
-        return result;
-    });
+    const HRESULT classes = Attempt(UnregisterClasses);
+    if (FAILED(classes)) return classes;
+    const HRESULT typeLibrary = Attempt(UnregisterTypeLibrary);
+    const HRESULT objects = UnregisterAPOs(RegistrationRecords().size());
+    return FAILED(typeLibrary) ? typeLibrary : objects;
 }
 
 }  // namespace quorvel

@@ -20,8 +20,9 @@ class APODllModule {
     // failure the engine's registrations are taken back. E_OUTOFMEMORY, registry errors as HRESULT.
     static HRESULT RegisterServer();
 
-    // COM's registration first; a failure there ends it. Of the engine's four the last result
-    // counts.
+    // The class keys first; a failure there ends it. Then the type library, whose failure is the
+    // result, and the engine's four registrations, whatever the type library said. Of the four the
+    // last result counts: ERROR_FILE_NOT_FOUND as an HRESULT when nothing was registered.
     static HRESULT UnregisterServer();
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -9,6 +10,7 @@
 #include "apo/client_probe.h"
 #include "apo/driver_event_payload.h"
 #include "client/control_codes.h"
+#include "platform/result_codes.h"
 
 namespace quorvel {
 
@@ -44,6 +46,11 @@ bool MayReassign(QuorvelDriverEvents event) {
 
 }  // namespace
 
+APOLFX::APOLFX(const APO_REG_PROPERTIES& properties) : BaseAPO(properties) {
+    channelReporter = std::make_unique<ActiveChannelReporter>(
+        [this](std::uint32_t mask) { NotifyActiveChannels(mask); });
+}
+
 HRESULT APOLFX::Initialize(UINT32 cbDataSize, BYTE* pbyData) {
     const HRESULT result = BaseAPO::Initialize(cbDataSize, pbyData);
     if (FAILED(result)) return result;
@@ -51,7 +58,7 @@ HRESULT APOLFX::Initialize(UINT32 cbDataSize, BYTE* pbyData) {
     StreamObjectNotice notice{.isOutput = IsOutput() ? 1u : 0u};
     const DWORD refused = device->GetSetData(control::kNoteStreamObject, &notice, sizeof(notice),
                                              nullptr, 0, nullptr);
-    return refused == ERROR_SUCCESS ? result : HRESULT_FROM_WIN32(refused);
+    return refused == ERROR_SUCCESS ? result : platform::ResultFromError(refused);
 }
 
 DWORD APOLFX::NotifyActiveChannels(DWORD mask) {

@@ -13,7 +13,8 @@ extern const GUID kFallbackProfileId;
 
 class APOLFX : public BaseAPO {
   public:
-    using BaseAPO::BaseAPO;
+    // Throws std::bad_alloc.
+    explicit APOLFX(const APO_REG_PROPERTIES& properties);
 
     // What the base says; then finds the client program, loads its profile and tells the driver of
     // the stream. The driver's refusal is the result, as an HRESULT.

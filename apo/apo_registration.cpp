@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "apo/registry_key.h"
+#include "platform/result_codes.h"
 #include "platform/wide_text.h"
 
 namespace quorvel {
@@ -60,7 +61,7 @@ std::basic_string<WCHAR> RegistryForm(REFGUID guid) {
 HRESULT WriteText(const RegistryKey& key, const WCHAR* name, const std::basic_string<WCHAR>& text,
                   std::size_t longest) {
     if ((text.size() + 1) * sizeof(WCHAR) > longest) return E_INVALIDARG;
-    return HRESULT_FROM_WIN32(key.SetText(name, text));
+    return platform::ResultFromError(key.SetText(name, text));
 }
 
 // A text that fills its field has no terminator there.
@@ -88,7 +89,7 @@ HRESULT WriteValues(const RegistryKey& key, const Record& record) {
         result = WriteText(key, kCopyright.text, FieldText(record.szCopyrightInfo), kLongestText);
     for (const NumberValue& value : kNumbers)
         if (SUCCEEDED(result))
-            result = HRESULT_FROM_WIN32(key.SetNumber(value.name, value.number(record)));
+            result = platform::ResultFromError(key.SetNumber(value.name, value.number(record)));
     return SUCCEEDED(result) ? WriteInterfaces(key, record) : result;
 }
 
@@ -98,23 +99,23 @@ HRESULT RegisterAPO(const APO_REG_PROPERTIES* record) {
     if (!record) return E_POINTER;
     RegistryKey objects;
     if (const DWORD error = objects.Create(HKEY_CLASSES_ROOT, kObjectsKey.text))
-        return HRESULT_FROM_WIN32(error);
+        return platform::ResultFromError(error);
     const auto name = RegistryForm(record->clsid);
     if (name.empty()) return S_OK;
     RegDeleteKeyExW(objects.Get(), name.c_str(), 0, 0);
     RegistryKey object;
     if (const DWORD error = object.Create(objects.Get(), name.c_str()))
-        return HRESULT_FROM_WIN32(error);
+        return platform::ResultFromError(error);
     return WriteValues(object, *record);
 }
 
 HRESULT UnregisterAPO(REFCLSID clsid) {
     RegistryKey objects;
     if (const DWORD error = objects.Open(HKEY_CLASSES_ROOT, kObjectsKey.text))
-        return HRESULT_FROM_WIN32(error);
+        return platform::ResultFromError(error);
     const auto name = RegistryForm(clsid);
     if (name.empty()) return S_OK;
-    return HRESULT_FROM_WIN32(
+    return platform::ResultFromError(
         static_cast<DWORD>(RegDeleteKeyExW(objects.Get(), name.c_str(), 0, 0)));
 }
 

@@ -5,6 +5,7 @@
 //   real-time thread  APOProcess
 //   control threads   everything else that the engine calls, never while the object processes
 //   events thread     the driver's events, while the engine does any of the above
+//   reporter's thread the channels in use, while the object is locked: ActiveChannelReporter
 //
 // Locks, in this order: the base lock, `profileLock`, `processLock`. The first two are never taken
 // on the real-time thread. `profileLock` guards the profile and the flag beside it; `processLock`
@@ -17,6 +18,7 @@
 #include <optional>
 #include <span>
 
+#include "apo/active_channel_reporter.h"
 #include "apo/base_audio_processing_object.h"
 #include "apo/com_reference.h"
 #include "apo/process_lock.h"
@@ -38,7 +40,8 @@ class BaseAPO : public CBaseAudioProcessingObject,
     explicit BaseAPO(const APO_REG_PROPERTIES& properties);
     ~BaseAPO() override;
 
-    // Closes the driver and ends the notifications while the object is whole: they may be arriving.
+    // Ends what calls the object from other threads while it is whole. Waits for requests that the
+    // driver has not answered.
     void FinalRelease();
 
     // --- IAudioProcessingObject ---
@@ -61,8 +64,9 @@ class BaseAPO : public CBaseAudioProcessingObject,
     // The ids of the object's effects, for each class its own.
     virtual std::span<const GUID> GetEffectIds() = 0;
 
-    // Hear of what happens to the stream. The first may come on the real-time thread. The results
-    // of the driver are for derived classes; nobody here looks at them.
+    // Hear of what happens to the stream, on control threads; the first on the reporter's thread,
+    // and only in objects that have a reporter. The results of the driver are for derived classes;
+    // nobody here looks at them.
     virtual DWORD NotifyActiveChannels(DWORD mask);
     virtual DWORD NotifyStreamFormat(const WAVEFORMATEXTENSIBLE& input, const WAVEFORMATEX* output);
     virtual DWORD NotifyStreamUnlocked();
@@ -75,8 +79,8 @@ class BaseAPO : public CBaseAudioProcessingObject,
     // Runs the graph over a valid buffer, resets it for a silent one, leaves an invalid one alone.
     // Whatever samples come in, those that go out are finite (engine/sample_guard.h).
     // Buffers are 32-bit floats, frames × channels of the locked formats; in and out may be one.
-    // Allocates nothing but what AudioGraph::Process may, takes no lock but `processLock`; a change
-    // of the active channels is told to the driver from here.
+    // Allocates nothing but what AudioGraph::Process may, takes no lock but `processLock`, and
+    // waits for nobody: a change of the active channels is handed to the reporter.
     void STDMETHODCALLTYPE
     APOProcess(UINT32 u32NumInputConnections, APO_CONNECTION_PROPERTY** ppInputConnections,
                UINT32 u32NumOutputConnections,
@@ -84,7 +88,8 @@ class BaseAPO : public CBaseAudioProcessingObject,
 
     // --- IAudioProcessingObjectConfiguration ---
     // What the base says; then, unless the graph is prepared already, builds it from the profile.
-    // E_OUTOFMEMORY when there is no memory for that: the object is then not locked.
+    // E_OUTOFMEMORY when there is no memory for all of that, or no thread for the reporter. After a
+    // failure the object is not locked.
     HRESULT STDMETHODCALLTYPE LockForProcess(
         UINT32 u32NumInputConnections, APO_CONNECTION_DESCRIPTOR** ppInputConnections,
         UINT32 u32NumOutputConnections, APO_CONNECTION_DESCRIPTOR** ppOutputConnections) override;
@@ -119,11 +124,21 @@ class BaseAPO : public CBaseAudioProcessingObject,
 
   protected:
     // Replaces the graph's blocks and links by those of the profile's chain. Both locks must be
-    // held.
-    void BuildGraphFromProfile() noexcept;
+    // held. Throws std::bad_alloc, or leaves blocks out; ChangeWhole of the graph notices both.
+    void BuildGraphFromProfile();
 
-    // The same, with the locks taken here.
+    // The same, with the locks taken here. Without memory the graph runs on as it was.
     void RebuildGraph() noexcept;
+
+    // Lets the graph follow a change that the profile holds already: `change()` edits it. Without
+    // memory the graph runs on as it was, `undo()` takes back what blocks were told, and the next
+    // change or lock builds the graph anew. profileLock must be held.
+    template <typename Change, typename Undo>
+    void ChangeGraph(Change&& change, Undo&& undo) noexcept;
+    template <typename Change>
+    void ChangeGraph(Change&& change) noexcept {
+        ChangeGraph(change, [] {});
+    }
 
     // The profile's id, under its lock.
     GUID ProfileId();
@@ -137,7 +152,7 @@ class BaseAPO : public CBaseAudioProcessingObject,
     ProcessLock processLock;
     platform::CriticalSection profileLock;
 
-    bool isProfilePending = false;  // a loaded profile is not in the graph yet
+    bool isProfilePending = false;  // the profile holds what the graph does not have yet
     UINT32 inputChannelCount = 0;
     UINT32 outputChannelCount = 0;
     UNCOMPRESSEDAUDIOFORMAT inputFormat{};
@@ -149,8 +164,9 @@ class BaseAPO : public CBaseAudioProcessingObject,
     QuorvelAudioProfile profile;
     std::uint32_t driverEventCount = 0;  // events that have begun to be handled, under profileLock
     ComReference<IMMDeviceEnumerator> deviceEnumerator;
-    UINT32 lastActiveChannels = 0;  // channel mask
-    SampleGuard guard;              // of the graph
+    UINT32 lastActiveChannels = 0;                           // channel mask, of this lock
+    std::unique_ptr<ActiveChannelReporter> channelReporter;  // null: nobody is told
+    SampleGuard guard;                                       // of the graph
 
   private:
     struct BlockEvent;
@@ -167,20 +183,24 @@ class BaseAPO : public CBaseAudioProcessingObject,
     HRESULT ReadFormats(const APO_CONNECTION_DESCRIPTOR& input,
                         const APO_CONNECTION_DESCRIPTOR& output);
     WAVEFORMATEXTENSIBLE StreamFormat() const;
-    HRESULT BuildLockedGraph(const WAVEFORMATEX* input, const WAVEFORMATEX* output);
+    HRESULT PrepareForProcess(const WAVEFORMATEX* input, const WAVEFORMATEX* output);
+    void BuildLockedGraph(const WAVEFORMATEX* input, const WAVEFORMATEX* output);
 
     // base_apo_process.cpp
     void ProcessValid(const APO_CONNECTION_PROPERTY& input, UINT32 outputs,
                       APO_CONNECTION_PROPERTY** outputConnections) QUORVEL_REAL_TIME;
     void ProcessSilent(const APO_CONNECTION_PROPERTY& input, UINT32 outputs,
                        APO_CONNECTION_PROPERTY** outputConnections) QUORVEL_REAL_TIME;
-    void FollowActiveChannels(UINT32 mask);
+    void FollowActiveChannels(UINT32 mask) QUORVEL_REAL_TIME;
 
     // base_apo_events.cpp
     void FetchProfile(const GUID& profileId);
     QuorvelAudioBlocksChain* FindEditedChain(const BlockEvent& event);
     void AddBlock(const BlockEvent& event);
     void ChangeBlock(const BlockEvent& event);
+    void ChangeParameters(QuorvelAudioBlock& known, QuorvelAudioBlock& fetched);
+    BlockReference FindRunningBlock(const GUID& blockId);
+    void ReplaceBlock(const QuorvelAudioBlock& block);
     void RemoveBlock(const BlockEvent& event);
     void AddLink(const BlockEvent& event);
     void RemoveLink(const BlockEvent& event);

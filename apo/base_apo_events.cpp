@@ -1,5 +1,6 @@
 // Following the driver: changes of the profile, and of the blocks and links of the object's chain.
 #include <cstring>
+#include <exception>
 #include <mutex>
 #include <new>
 #include <optional>
@@ -7,15 +8,35 @@
 
 #include "apo/base_apo.h"
 #include "apo/driver_event_payload.h"
+#include "engine/block_factory.h"
 #include "engine/graph_from_chain.h"
 #include "engine/limits.h"
 #include "engine/record_limits.h"
+#include "profile/make_room.h"
 #include "profile/quorvel_audio_block.h"
 #include "profile/quorvel_audio_blocks_chain.h"
 
 namespace quorvel {
 
 using Event = QuorvelDriverEvents;
+
+namespace {
+
+// Gives `block` the parameter record of `other`, which receives that of `block`: a copy might find
+// no memory.
+void TakeData(QuorvelAudioBlock& block, QuorvelAudioBlock& other) {
+    std::swap(block.data, other.data);
+    std::swap(block.dataSize, other.dataSize);
+    std::swap(block.dataCapacity, other.dataCapacity);
+}
+
+// Appends a block with the ids of `model` and without a record. Null without memory.
+QuorvelAudioBlock* AddEmptyBlock(QuorvelAudioBlocksChain& chain, const QuorvelAudioBlock& model) {
+    QuorvelAudioBlock block(chain.profile, &chain, model.typeId, model.id);
+    return TryAdd(chain.blocks, block);
+}
+
+}  // namespace
 
 // The ids of a record about a block or a link.
 struct BaseAPO::BlockEvent {
@@ -53,8 +74,7 @@ void BaseAPO::OnQuorvelAudioDeviceEvent(SYSTEMTIME, QuorvelDriverEvents event, v
             return;
     }
 } catch (const std::bad_alloc&) {
-    // The profile holds the change; a graph that could not follow is built anew at the next lock.
-    return;
+    return;  // before anything changed
 }
 
 bool BaseAPO::OnQuorvelAudioDeviceRemoval() {
@@ -66,6 +86,29 @@ GUID BaseAPO::ProfileId() {
     return profile.id;
 }
 
+template <typename Change, typename Undo>
+void BaseAPO::ChangeGraph(Change&& change, Undo&& undo) noexcept {
+    const std::lock_guard processGuard(processLock);
+    const bool isBehind = std::exchange(isProfilePending, true);
+    try {
+        graph.ChangeWhole(
+            [&] {
+                if (isBehind)
+                    BuildGraphFromProfile();
+                else
+                    change();
+            },
+            undo);
+        isProfilePending = false;
+    } catch (const std::exception&) {
+    }
+}
+
+void BaseAPO::RebuildGraph() noexcept {
+    const std::lock_guard profileGuard(profileLock);
+    ChangeGraph([&] { BuildGraphFromProfile(); });
+}
+
 void BaseAPO::FetchProfile(const GUID& profileId) {
     if (profileId != ProfileId()) return;
     QuorvelAudioProfile fetched;
@@ -75,8 +118,7 @@ void BaseAPO::FetchProfile(const GUID& profileId) {
     const std::lock_guard profileGuard(profileLock);
     if (profileId != profile.id) return;
     profile = std::move(fetched);
-    const std::lock_guard processGuard(processLock);
-    BuildGraphFromProfile();
+    ChangeGraph([&] { BuildGraphFromProfile(); });
 }
 
 // The chain that the event is about; null when it is not this object's, or cannot be made.
@@ -98,11 +140,10 @@ void BaseAPO::AddBlock(const BlockEvent& event) {
     QuorvelAudioBlocksChain* const chain = FindEditedChain(event);
     if (!chain || chain->FindBlock(event.blockId)) return;
     if (chain->blocks.Count() >= limits::kMostBlocks) return;
-    block.profile = &profile;
-    block.chain = chain;
-    chain->blocks.Add(block);
-    const std::lock_guard processGuard(processLock);
-    AddChainBlock(graph, block);
+    QuorvelAudioBlock* const added = AddEmptyBlock(*chain, block);
+    if (!added) return;
+    TakeData(*added, block);
+    ChangeGraph([&] { AddChainBlock(graph, *added); });
 }
 
 void BaseAPO::ChangeBlock(const BlockEvent& event) {
@@ -120,11 +161,45 @@ void BaseAPO::ChangeBlock(const BlockEvent& event) {
     const std::lock_guard profileGuard(profileLock);
     QuorvelAudioBlocksChain* const chain = FindEditedChain(event);
     QuorvelAudioBlock* const known = chain ? chain->FindBlock(event.blockId) : nullptr;
-    if (!known) return;
-    *known = *fetched;
-    const std::lock_guard processGuard(processLock);
-    if (const auto block = graph.FindBlock(event.blockId))
-        block->SetParameterData(fetched->data, fetched->dataSize);
+    if (!known || !IsKnownBlockType(fetched->typeId)) return;
+    if (known->typeId == fetched->typeId) return ChangeParameters(*known, *fetched);
+    known->typeId = fetched->typeId;
+    TakeData(*known, *fetched);
+    ReplaceBlock(*known);
+}
+
+// The running block decides whether it takes the record, or a new one where none runs. A refused
+// record is not kept: the next lock plays what was taken last.
+void BaseAPO::ChangeParameters(QuorvelAudioBlock& known, QuorvelAudioBlock& fetched) {
+    const auto running = FindRunningBlock(known.id);
+    bool isTaken = true;
+    if (!running) {
+        const auto trial = CreateBlock(known.typeId, known.id);
+        if (!trial || !trial->SetParameterData(fetched.data, fetched.dataSize)) return;
+    }
+    TakeData(known, fetched);
+    ChangeGraph(
+        [&] {
+            if (running) isTaken = running->SetParameterData(known.data, known.dataSize);
+        },
+        [&]() noexcept {
+            if (running) running->SetParameterData(fetched.data, fetched.dataSize);
+        });
+    if (!isTaken && !isProfilePending) TakeData(known, fetched);
+}
+
+// The block of the graph as long as that is up to date; empty when there is none.
+BlockReference BaseAPO::FindRunningBlock(const GUID& blockId) {
+    const std::lock_guard lock(processLock);
+    return isProfilePending ? BlockReference() : graph.FindBlock(blockId);
+}
+
+// A block of a kind that could not be made had no place in the graph, nor had its links.
+void BaseAPO::ReplaceBlock(const QuorvelAudioBlock& block) {
+    ChangeGraph([&] {
+        if (!graph.ReplaceBlock(block.typeId, block.data, block.dataSize, block.id))
+            BuildGraphFromProfile();
+    });
 }
 
 // A block that was gone before it could be fetched was never held, but links to it may be: with a
@@ -135,8 +210,7 @@ void BaseAPO::RemoveBlock(const BlockEvent& event) {
     if (!chain) return;
     if (!chain->FindBlock(event.blockId)) return chain->RemoveBlockLinks(event.blockId);
     chain->RemoveBlock(event.blockId);
-    const std::lock_guard processGuard(processLock);
-    graph.RemoveBlockById(event.blockId);
+    ChangeGraph([&] { graph.RemoveBlockById(event.blockId); });
 }
 
 void BaseAPO::AddLink(const BlockEvent& event) {
@@ -144,12 +218,11 @@ void BaseAPO::AddLink(const BlockEvent& event) {
     QuorvelAudioBlocksChain* const chain = FindEditedChain(event);
     if (!chain) return;
     _QuorvelAudioBlockLink link{event.profileId, chain->id, event.blockId, event.destinationId};
-    const std::lock_guard processGuard(processLock);
     if (!chain->links.Find(link)) {
         if (chain->links.Count() >= limits::kMostLinks) return;
-        chain->links.Add(link);
+        if (!TryAdd(chain->links, link)) return;
     }
-    graph.LinkById(event.blockId, event.destinationId);
+    ChangeGraph([&] { graph.LinkById(event.blockId, event.destinationId); });
 }
 
 void BaseAPO::RemoveLink(const BlockEvent& event) {
@@ -157,9 +230,8 @@ void BaseAPO::RemoveLink(const BlockEvent& event) {
     QuorvelAudioBlocksChain* const chain = FindEditedChain(event);
     if (!chain) return;
     _QuorvelAudioBlockLink link{event.profileId, chain->id, event.blockId, event.destinationId};
-    const std::lock_guard processGuard(processLock);
     chain->links.Remove(link);
-    graph.UnlinkById(event.blockId, event.destinationId);
+    ChangeGraph([&] { graph.UnlinkById(event.blockId, event.destinationId); });
 }
 
 }  // namespace quorvel

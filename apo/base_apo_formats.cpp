@@ -1,7 +1,7 @@
 // Negotiating formats, locking and unlocking.
 #include <algorithm>
+#include <exception>
 #include <mutex>
-#include <new>
 
 #include "apo/audio_media_type.h"
 #include "apo/base_apo.h"
@@ -49,18 +49,23 @@ HRESULT BaseAPO::LockForProcess(UINT32 u32NumInputConnections,
     const APO_CONNECTION_DESCRIPTOR& input = *ppInputConnections[0];
     const APO_CONNECTION_DESCRIPTOR& output = *ppOutputConnections[0];
     result = ReadFormats(input, output);
-    if (FAILED(result)) return result;
-    if (isGraphPrepared) return result;
-
-    const WAVEFORMATEX* const outputWave = output.pFormat->GetAudioFormat();
-    NotifyStreamFormat(StreamFormat(), outputWave);
-    isGraphPrepared = true;
-    const HRESULT built = BuildLockedGraph(input.pFormat->GetAudioFormat(), outputWave);
-    if (FAILED(built)) {
-        UnlockForProcess();
-        return built;
+    if (SUCCEEDED(result) && !isGraphPrepared) {
+        const WAVEFORMATEX* const outputWave = output.pFormat->GetAudioFormat();
+        NotifyStreamFormat(StreamFormat(), outputWave);
+        isGraphPrepared = true;
+        result = PrepareForProcess(input.pFormat->GetAudioFormat(), outputWave);
     }
+    if (FAILED(result)) UnlockForProcess();
     return result;
+}
+
+HRESULT BaseAPO::PrepareForProcess(const WAVEFORMATEX* input, const WAVEFORMATEX* output) try {
+    lastActiveChannels = 0;
+    BuildLockedGraph(input, output);
+    const bool isReporting = !channelReporter || channelReporter->Start() == ERROR_SUCCESS;
+    return isReporting ? S_OK : E_OUTOFMEMORY;
+} catch (const std::exception&) {  // a size that no memory holds is one too
+    return E_OUTOFMEMORY;
 }
 
 HRESULT BaseAPO::ReadFormats(const APO_CONNECTION_DESCRIPTOR& input,
@@ -77,8 +82,8 @@ HRESULT BaseAPO::ReadFormats(const APO_CONNECTION_DESCRIPTOR& input,
     return result;
 }
 
-// What the driver is told of the input. Its valid bits are the channel count: drivers in the field
-// know the record like that.
+// What the driver is told of the input. The driver reads the channel count in the field of the
+// valid bits.
 WAVEFORMATEXTENSIBLE BaseAPO::StreamFormat() const {
     const auto channels = static_cast<WORD>(inputFormat.dwSamplesPerFrame);
     const auto bits = static_cast<WORD>(inputFormat.dwValidBitsPerSample);
@@ -96,37 +101,28 @@ WAVEFORMATEXTENSIBLE BaseAPO::StreamFormat() const {
     return format;
 }
 
-// The events thread may be editing the graph.
-HRESULT BaseAPO::BuildLockedGraph(const WAVEFORMATEX* input, const WAVEFORMATEX* output) try {
+// Nothing of an earlier lock stays in the graph, its formats and buffers included. The events thread
+// may be editing it. Throws std::bad_alloc.
+void BaseAPO::BuildLockedGraph(const WAVEFORMATEX* input, const WAVEFORMATEX* output) {
     const std::lock_guard profileGuard(profileLock);
     const std::lock_guard processGuard(processLock);
-    BuildGraphFromProfile();
-    graph.SetFormats(input, output);
-    return S_OK;
-} catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
+    graph.Clear(true);
+    graph.ChangeWhole([&] {
+        BuildGraphFromProfile();
+        graph.SetFormats(input, output);
+    });
+    isProfilePending = false;
 }
 
 HRESULT BaseAPO::UnlockForProcess() {
+    if (channelReporter) channelReporter->Stop();
     if (isGraphPrepared) NotifyStreamUnlocked();
     isGraphPrepared = false;
     return CBaseAudioProcessingObject::UnlockForProcess();
 }
 
-// Without memory the graph is left empty, and passes its input through.
-void BaseAPO::BuildGraphFromProfile() noexcept {
-    isProfilePending = false;
-    try {
-        BuildGraphFromChain(graph, profile.GetChain(GetChainId(), false));
-    } catch (const std::bad_alloc&) {
-        BuildGraphFromChain(graph, nullptr);
-    }
-}
-
-void BaseAPO::RebuildGraph() noexcept {
-    const std::lock_guard profileGuard(profileLock);
-    const std::lock_guard processGuard(processLock);
-    BuildGraphFromProfile();
+void BaseAPO::BuildGraphFromProfile() {
+    BuildGraphFromChain(graph, profile.GetChain(GetChainId(), false));
 }
 
 DWORD BaseAPO::NotifyStreamFormat(const WAVEFORMATEXTENSIBLE&, const WAVEFORMATEX*) {

@@ -11,6 +11,7 @@
 #include "platform/interface_ids.h"
 #include "platform/os_version.h"
 #include "platform/random.h"
+#include "platform/result_codes.h"
 
 namespace quorvel {
 namespace {
@@ -37,18 +38,15 @@ HRESULT ReadDevices(UINT32 size, const BYTE* data, IMMDeviceCollection*& devices
 
 }  // namespace
 
-BaseAPO::BaseAPO(const APO_REG_PROPERTIES& properties) : CBaseAudioProcessingObject(properties) {
-    graph.SetActiveChannelsCallback([this](std::uint32_t mask) { FollowActiveChannels(mask); });
-}
+BaseAPO::BaseAPO(const APO_REG_PROPERTIES& properties) : CBaseAudioProcessingObject(properties) {}
 
 BaseAPO::~BaseAPO() {
-    CloseDriver();
-    StopNotifications();
+    FinalRelease();
 }
 
 void BaseAPO::FinalRelease() {
-    CloseDriver();
     StopNotifications();
+    CloseDriver();
 }
 
 HRESULT BaseAPO::Initialize(UINT32 cbDataSize, BYTE* pbyData) try {
@@ -64,10 +62,10 @@ HRESULT BaseAPO::Initialize(UINT32 cbDataSize, BYTE* pbyData) try {
     if (FAILED(result)) return result;
 
     const auto paths = FindDriverDevicePaths(devices);
-    if (paths.empty()) return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+    if (paths.empty()) return platform::ResultFromError(ERROR_NOT_FOUND);
     result = OpenDriver(paths.front().c_str());
     if (FAILED(result)) return result;
-    if (!isDriverEnabled) return HRESULT_FROM_WIN32(ERROR_INVALID_STATE);
+    if (!isDriverEnabled) return platform::ResultFromError(ERROR_INVALID_STATE);
 
     result = deviceEnumerator->RegisterEndpointNotificationCallback(this);
     if (FAILED(result)) return result;
@@ -85,8 +83,10 @@ void BaseAPO::StopNotifications() {
     deviceEnumerator->UnregisterEndpointNotificationCallback(this);
 }
 
-// The events thread reads `device` until it has ended, and closing waits for that.
+// The reporter and the events thread read `device` until they have ended: stopping and closing wait
+// for that.
 void BaseAPO::CloseDriver() {
+    if (channelReporter) channelReporter->Stop();
     if (device) device->Close();
     device.reset();
 }
@@ -97,12 +97,14 @@ HRESULT BaseAPO::OpenDriver(const WCHAR* path) {
     device = std::make_unique<QuorvelAudioDevice>();
     if (const DWORD error = device->Open(path, this)) {
         device.reset();
-        return HRESULT_FROM_WIN32(error);
+        return platform::ResultFromError(error);
     }
     DWORD enabled = 0;
     if (device->GetSetData(control::kGetDriverEnabled, nullptr, 0, &enabled, sizeof(enabled),
                            nullptr) == ERROR_SUCCESS)
         isDriverEnabled = enabled != 0;
+    if (isGraphPrepared && channelReporter)
+        return platform::ResultFromError(channelReporter->Start());
     return S_OK;
 }
 

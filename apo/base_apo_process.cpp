@@ -51,11 +51,15 @@ QUORVEL_RT_CODE void BaseAPO::ProcessValid(const APO_CONNECTION_PROPERTY& input,
     APO_CONNECTION_PROPERTY& output = *outputConnections[0];
     const UINT32 frames = input.u32ValidFrameCount;
 
-    const std::lock_guard lock(processLock);
-    const auto active =
-        guard.Process(graph, Samples(input), Samples(output), static_cast<std::int32_t>(frames));
+    std::uint32_t active = 0;
+    {
+        const std::lock_guard lock(processLock);
+        active = guard.Process(graph, Samples(input), Samples(output),
+                               static_cast<std::int32_t>(frames));
+    }
     if (active == 0) std::fill_n(Samples(output), std::size_t{frames} * outputChannelCount, 0.0f);
     PassOn(input, output);
+    FollowActiveChannels(active);
 }
 
 // The lock keeps the reset apart from an edit of the same block.
@@ -71,10 +75,12 @@ QUORVEL_RT_CODE void BaseAPO::ProcessSilent(const APO_CONNECTION_PROPERTY& input
     FollowActiveChannels(0);
 }
 
-void BaseAPO::FollowActiveChannels(UINT32 mask) {
+// Compared here and not in the graph, which does not hear of silent buffers: channels that resume
+// behind them are a change.
+QUORVEL_RT_CODE void BaseAPO::FollowActiveChannels(UINT32 mask) QUORVEL_REAL_TIME {
     if (mask == lastActiveChannels) return;
     lastActiveChannels = mask;
-    NotifyActiveChannels(mask);
+    if (channelReporter) channelReporter->Add(mask);
 }
 
 DWORD BaseAPO::NotifyActiveChannels(DWORD) {

@@ -7,6 +7,10 @@
 //     static std::span<const quorvel::InterfaceEntry> InterfaceMap();
 // and may have `void FinalRelease()`, called once before it is destroyed. The first entry's pointer
 // is the object's identity. Everything here may be called by any thread.
+//
+// An object that has a FinalRelease ends on a thread of its own, since it may have to wait for
+// others. The last Release waits for that for at most kLongestReleaseMs, whatever the others do;
+// the object then ends when they let it, and keeps the module loaded until it has.
 #pragma once
 
 #include <new>
@@ -15,6 +19,7 @@
 #include "apo/module_lock.h"
 #include "apo/reference_count.h"
 #include "platform/interface_ids.h"
+#include "platform/module_thread.h"
 #include "platform/windows_api.h"
 
 namespace quorvel {
@@ -48,10 +53,25 @@ HRESULT FindInterface(Class* object, REFIID iid, void** found) {
     return E_NOINTERFACE;
 }
 
+inline constexpr DWORD kLongestReleaseMs = 1000;
+
+template <typename Class>
+concept HasFinalRelease = requires(Class& object) {
+    object.FinalRelease();
+};
+
 // Lets the object end what may call it from other threads while it is still whole.
 template <typename Class>
 void FinalRelease(Class& object) {
-    if constexpr (requires { object.FinalRelease(); }) object.FinalRelease();
+    if constexpr (HasFinalRelease<Class>) object.FinalRelease();
+}
+
+// Calls `end(object)`, which destroys it. Without a thread to be had it is this one that waits.
+template <typename Class>
+void EndObject(void (*end)(void* object), void* object) {
+    if constexpr (HasFinalRelease<Class>)
+        if (platform::RunOnModuleThread(end, object, kLongestReleaseMs)) return;
+    end(object);
 }
 
 // An object of its own.
@@ -65,15 +85,20 @@ class ComObject final : public Class {
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = references.Release();
         if (left == 0) {
-            const ModuleLock keepUntilDestroyed;
             references.Close();
-            quorvel::FinalRelease<Class>(*this);
-            delete this;
+            EndObject<Class>(End, this);
         }
         return left;
     }
 
   private:
+    static void End(void* object) {
+        const ModuleLock keepUntilDestroyed;
+        auto* const self = static_cast<ComObject*>(object);
+        quorvel::FinalRelease<Class>(*self);
+        delete self;
+    }
+
     ReferenceCount references;
     ModuleLock keepModule;
 };
@@ -112,13 +137,18 @@ class AggregatedObject final : public IUnknown {
         const ULONG left = references.Release();
         if (left == 0) {
             references.Close();
-            quorvel::FinalRelease<Class>(contained);
-            delete this;
+            EndObject<Class>(End, this);
         }
         return left;
     }
 
   private:
+    static void End(void* object) {
+        auto* const self = static_cast<AggregatedObject*>(object);
+        quorvel::FinalRelease<Class>(self->contained);
+        delete self;
+    }
+
     ReferenceCount references;
     ModuleLock keepModule;
     ContainedObject<Class> contained;

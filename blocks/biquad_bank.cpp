@@ -6,6 +6,7 @@
 #include <new>
 
 #include "blocks/biquad_design.h"
+#include "engine/memory_shortage.h"
 
 namespace quorvel {
 namespace {
@@ -53,7 +54,9 @@ bool BiquadBank::Shape(int32_t channelCount, int32_t bandCount, FilterType filte
         ReleaseSections();
         sections = AllocateSections(channels, bands, allocate);
     }
-    return bands == 0 || sections;
+    const bool isUsable = bands == 0 || sections;
+    if (!isUsable) NoteMemoryShortage();
+    return isUsable;
 }
 
 void BiquadBank::ComputeSection(BiquadSection& section) {

@@ -4,6 +4,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "engine/memory_shortage.h"
 #include "engine/parameter_record.h"
 
 namespace quorvel {
@@ -40,6 +41,7 @@ bool EQFilterBlock::SetParameters(const void* record) {
     try {
         bandList.resize(count);
     } catch (const std::bad_alloc&) {
+        NoteMemoryShortage();
         return false;
     } catch (const std::length_error&) {
         return false;

@@ -11,6 +11,7 @@
 #include "engine/channels_combiner_block.h"
 #include "engine/gain_block.h"
 #include "engine/guid_order.h"
+#include "engine/memory_shortage.h"
 #include "engine/parameter_record.h"
 
 namespace quorvel {
@@ -167,6 +168,7 @@ StereoExpanderBlock::StereoExpanderBlock(const GUID& instanceId) : AudioBlock(in
     try {
         BuildNetwork();
     } catch (const std::bad_alloc&) {
+        NoteMemoryShortage();
         network.reset();
     }
 }
@@ -175,6 +177,7 @@ StereoExpanderBlock::~StereoExpanderBlock() = default;
 
 void StereoExpanderBlock::BuildNetwork() {
     network = std::make_unique<AudioGraph>();
+    network->ThrowWithoutMemory();
     const Blocks blocks = MakeBlocks(*network);
     inputGain = {blocks[kInputGainL], blocks[kInputGainR]};
     directGain = {blocks[kDirectGainL], blocks[kDirectGainR]};

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "engine/memory_shortage.h"
+
 namespace quorvel {
 
 AudioBuffer::~AudioBuffer() {
@@ -13,7 +15,10 @@ bool AudioBuffer::Grow(uint64_t bytes) {
     if (bytes <= capacityBytes) return true;
     if (bytes > UINT32_MAX) return false;
     void* grown = std::realloc(data, static_cast<std::size_t>(bytes));
-    if (!grown) return false;
+    if (!grown) {
+        NoteMemoryShortage();
+        return false;
+    }
     std::memset(static_cast<char*>(grown) + capacityBytes, 0,
                 static_cast<std::size_t>(bytes - capacityBytes));
     data = static_cast<float*>(grown);

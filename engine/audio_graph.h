@@ -19,8 +19,9 @@
 // the first use of the narrowed input.
 //
 // Out of memory: structural changes throw std::bad_alloc, or leave the graph invalid. A pooled
-// buffer that cannot grow, and memory for a reconfiguration, end the process. A narrowed input that
-// cannot be had is silence for as many frames as do not fit.
+// buffer that cannot grow, and memory for a reconfiguration, end the process. Inside ChangeWhole
+// all of these throw, and the graph is what it was. A narrowed input that cannot be had is silence
+// for as many frames as do not fit.
 #pragma once
 
 #include <cstdint>
@@ -33,11 +34,15 @@
 #include "engine/buffer_pool.h"
 #include "engine/channel_activity_detector.h"
 #include "engine/input_scan.h"
+#include "engine/memory_shortage.h"
 #include "engine/output_limiter.h"
 #include "engine/processing_list.h"
+#include "engine/scoped_flag.h"
 #include "platform/real_time.h"
 
 namespace quorvel {
+
+class GraphMemento;
 
 class AudioGraph {
   public:
@@ -106,6 +111,36 @@ class AudioGraph {
     bool RemoveBlock(const std::shared_ptr<AudioBlock>& block);
     void RemoveBlockById(const GUID& id);
 
+    // Puts a new block of another kind in the place of the one with that id, behind and ahead of
+    // the same blocks, and rebuilds. The record is taken as by AddNewBlock. False, and nothing
+    // changes, when the graph has no such block, the kind is unknown or memory cannot be had.
+    bool ReplaceBlock(const GUID& typeId, const void* data, uint32_t size, const GUID& id);
+
+    // Calls `change()`, which calls this graph, and keeps what it did only if memory sufficed for
+    // all of it, the blocks' own included. Otherwise throws std::bad_alloc, and the graph runs on
+    // as before; parameters that `change` gave to blocks that stay are for `undo()` to take back,
+    // which must not throw. What is thrown by `change` comes out the same way.
+    template <typename Change, typename Undo>
+    void ChangeWhole(Change&& change, Undo&& undo) {
+        WholeChange whole(*this);
+        try {
+            change();
+            whole.End();
+        } catch (...) {
+            whole.Restore();
+            {
+                const ScopedFlag hold(suspended);
+                undo();
+            }
+            whole.ConfigureAgain();
+            throw;
+        }
+    }
+    template <typename Change>
+    void ChangeWhole(Change&& change) {
+        ChangeWhole(change, [] {});
+    }
+
     // Writes the ids of the profile's blocks (internal ones left out) in id order and returns
     // n = min(max, how many there are). When there are more, it writes one id past the n it
     // returns: `out` must have room for max + 1 ids. A null `out` or a negative `max` gives 0.
@@ -126,7 +161,8 @@ class AudioGraph {
     // All of these configure the blocks anew, which needs both formats to have channels.
 
     // A format record is copied with its extension; a zero speaker mask becomes the default one. A
-    // null record changes nothing. Rates are in Hz.
+    // null record changes nothing. Rates are in Hz. SetFormats begins a new stream: it also makes
+    // the output limiter forget what it heard, so that the graph sounds like a fresh one.
     void SetInputFormat(const WAVEFORMATEX* format);
     void SetInputFormat(uint16_t channelCount, uint32_t mask, uint32_t sampleRate);
     void SetOutputFormat(const WAVEFORMATEX* format);
@@ -163,8 +199,8 @@ class AudioGraph {
 
     // Configures every block for the current formats, in processing order, and fits the output
     // adapter. Blocks call it when their output width changed. Does nothing while the processing or
-    // the output format has no channels.
-    void Reconfigure() noexcept;
+    // the output format has no channels. Throws std::bad_alloc inside ChangeWhole only.
+    void Reconfigure();
 
     // --- Running -------------------------------------------------------------------------------
 
@@ -186,10 +222,34 @@ class AudioGraph {
     // a filter or an envelope would stay for good.
     uint32_t Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME;
 
+    // For a graph inside a block, whose owner's changes are to be whole: memory that a
+    // configuration lacks is thrown as std::bad_alloc from now on, instead of ending the process.
+    void ThrowWithoutMemory() { throwsWithoutMemory = true; }
+
   private:
+    friend class GraphMemento;
+
+    // One run of ChangeWhole.
+    class WholeChange {
+      public:
+        explicit WholeChange(AudioGraph& changedGraph);
+        ~WholeChange();
+        void End();  // throws when memory was short anywhere
+        void Restore() noexcept;
+        void ConfigureAgain() noexcept;  // if blocks were configured since
+
+      private:
+        AudioGraph& graph;
+        const std::unique_ptr<GraphMemento> before;
+        const uint32_t configurationsBefore;
+        const ShortageWatch shortage;
+        const ScopedFlag throwing;
+    };
+
     void Rebuild();
     void Build();
     void ReleaseList();
+    void Configure();
     ProcessingList::Outcome OrderFrom(const BlockReference& finalBlock);
     BlockReference JoinTails();
     BlockReference CreateInternalBlock(const void* record, const GUID& typeId);
@@ -198,6 +258,7 @@ class AudioGraph {
     uint32_t ProcessingRate() const;
 
     bool ConfigureNodes(uint32_t rate);
+    MemoryLack Lack() const;
     void UpdateOutputAdapter();
     int32_t ChainWidth();
     void DropAdapter();
@@ -224,6 +285,8 @@ class AudioGraph {
     uint32_t widestOutput = UINT32_MAX;    // channels
     uint32_t widestTogether = UINT32_MAX;  // channels, of all outputs
     bool isTooWide = false;                // what made the graph invalid
+    bool throwsWithoutMemory = false;  // a configuration throws instead of ending the process
+    uint32_t configurations = 0;       // how often blocks were configured, counted round
 
     AudioFormat inputFormat{};
     AudioFormat processingFormat{};

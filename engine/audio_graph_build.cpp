@@ -43,6 +43,7 @@ void AudioGraph::Build() {
                 processingList.Nodes().size() == network.Blocks().size();
         if (valid) outputBlock = finalBlock;
     } catch (const std::bad_alloc&) {
+        NoteMemoryShortage();
         valid = false;
     }
     if (!valid) processingList.Release();

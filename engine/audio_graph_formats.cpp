@@ -49,6 +49,7 @@ void AudioGraph::SetOutputFormat(uint16_t channelCount, uint32_t mask, uint32_t 
 void AudioGraph::SetFormats(const WAVEFORMATEX* input, const WAVEFORMATEX* output) {
     if (output) outputFormat = CopyFormat(*output);
     if (input) StoreInputFormat(CopyFormat(*input));
+    limiter.StartAfresh();
     Reconfigure();
 }
 
@@ -83,9 +84,19 @@ uint32_t AudioGraph::ProcessingRate() const {
     return rate == 0 ? kDefaultRate : rate;
 }
 
-void AudioGraph::Reconfigure() noexcept {
+void AudioGraph::Reconfigure() {
+    if (throwsWithoutMemory) return Configure();
+    [&]() noexcept { Configure(); }();
+}
+
+MemoryLack AudioGraph::Lack() const {
+    return throwsWithoutMemory ? MemoryLack::kThrows : MemoryLack::kEndsProcess;
+}
+
+void AudioGraph::Configure() {
     if (processingFormat.Format.nChannels == 0 || outputFormat.Format.nChannels == 0) return;
     const ScopedFlag hold(suspended);
+    ++configurations;
     if (isTooWide) Build();
     const uint32_t rate = ProcessingRate();
     if (ConfigureNodes(rate)) {
@@ -103,12 +114,12 @@ bool AudioGraph::ConfigureNodes(uint32_t rate) {
     uint64_t together = 0;
     for (GraphNode& node : processingList.Nodes()) {
         const uint32_t most = node.block == adapterBlock ? UINT32_MAX : widestOutput;
-        if (!ConfigureNode(node, processingFormat, rate, most)) return false;
+        if (!ConfigureNode(node, processingFormat, rate, most, Lack())) return false;
         if (node.block != adapterBlock)
             together += static_cast<uint32_t>(node.block->GetOutputChannels());
         if (together > widestTogether) return false;
         if (NarrowsItsSum(node)) {
-            GrowOrDie(mixBuffer, PlannedFrames(rate), node.block->GetInputChannels());
+            GrowFor(mixBuffer, PlannedFrames(rate), node.block->GetInputChannels(), Lack());
         }
     }
     return true;
@@ -126,7 +137,7 @@ void AudioGraph::UpdateOutputAdapter() {
                                            : PlaceAdapter(&narrow, kBypassBlockTypeId);
     if (!isPlaced) return PassInputThrough();
     ConfigureNode(processingList.Nodes().back(), processingFormat,
-                  processingFormat.Format.nSamplesPerSec, UINT32_MAX);
+                  processingFormat.Format.nSamplesPerSec, UINT32_MAX, Lack());
 }
 
 // An invalid graph runs nothing but a lone adapter, and that only while input and output widths

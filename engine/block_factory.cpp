@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/guid_order.h"
+#include "engine/memory_shortage.h"
 
 namespace quorvel {
 namespace {
@@ -32,8 +33,11 @@ std::shared_ptr<AudioBlock> CreateBlock(const GUID& typeId, const GUID& id) {
     const BlockKind* kind = FindBlockKind(typeId);
     if (!kind) return {};
     try {
-        return std::shared_ptr<AudioBlock>(kind->create(completeId));
+        std::shared_ptr<AudioBlock> block(kind->create(completeId));
+        if (!block) NoteMemoryShortage();
+        return block;
     } catch (const std::bad_alloc&) {
+        NoteMemoryShortage();
         return {};
     }
 }

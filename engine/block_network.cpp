@@ -115,6 +115,52 @@ void BlockNetwork::RemoveInternal() {
         Remove(block);
 }
 
+void BlockNetwork::Replace(const BlockReference& old, const BlockReference& block) {
+    const BlockReference replaced = old;  // `old` may be the map's own reference
+    // Nodes of the sets are taken over: nothing may fail half way.
+    const auto replaceEnd = [&](BlockSet& ends) {
+        auto node = ends.extract(replaced);
+        if (node.empty()) return;
+        node.value() = block;
+        ends.insert(std::move(node));
+    };
+    replaceEnd(heads);
+    replaceEnd(tails);
+    blocks.find(block->GetId())->second = block;
+    block->inputs = std::exchange(replaced->inputs, {});
+    block->outputs = std::exchange(replaced->outputs, {});
+    for (BlockList* const neighbours : {&block->inputs, &block->outputs})
+        std::ranges::replace(*neighbours, replaced, block);  // a block may be linked to itself
+    for (const auto& source : block->inputs)
+        std::ranges::replace(source->outputs, replaced, block);
+    for (const auto& destination : block->outputs)
+        std::ranges::replace(destination->inputs, replaced, block);
+    block->graph = owner;
+    replaced->graph = nullptr;
+}
+
+BlockNetwork::Snapshot BlockNetwork::Save() const {
+    Snapshot saved{blocks, heads, tails, internalCount, {}};
+    saved.wirings.reserve(blocks.size());
+    for (const auto& [id, block] : blocks)
+        saved.wirings.push_back({block, block->inputs, block->outputs, block->isInternal});
+    return saved;
+}
+
+void BlockNetwork::Restore(Snapshot& saved) noexcept {
+    Clear();
+    blocks.swap(saved.blocks);
+    heads.swap(saved.heads);
+    tails.swap(saved.tails);
+    internalCount = saved.internalCount;
+    for (Snapshot::Wiring& wiring : saved.wirings) {
+        wiring.block->inputs.swap(wiring.inputs);
+        wiring.block->outputs.swap(wiring.outputs);
+        wiring.block->isInternal = wiring.isInternal;
+        wiring.block->graph = owner;
+    }
+}
+
 BlockReference BlockNetwork::Find(const GUID& id) const {
     const auto entry = blocks.find(id);
     return entry == blocks.end() ? BlockReference{} : entry->second;

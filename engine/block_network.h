@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <vector>
 
 #include "engine/audio_block.h"
 #include "engine/guid_order.h"
@@ -61,7 +62,16 @@ class BlockNetwork {
     // Drops every internal block, in id order.
     void RemoveInternal();
 
+    // Puts `block`, of the same id, in the place of `old`, which is here: between the same
+    // neighbours, at the same places of their lists.
+    void Replace(const BlockReference& old, const BlockReference& block);
+
     BlockReference Find(const GUID& id) const;
+
+    // The whole structure, to go back to.
+    struct Snapshot;
+    Snapshot Save() const;
+    void Restore(Snapshot& saved) noexcept;  // once
 
     const BlockMap& Blocks() const { return blocks; }
     const BlockSet& Heads() const { return heads; }  // profile blocks without upstream block
@@ -77,6 +87,21 @@ class BlockNetwork {
     BlockSet heads;
     BlockSet tails;
     std::size_t internalCount = 0;
+};
+
+struct BlockNetwork::Snapshot {
+    struct Wiring {
+        BlockReference block;
+        std::vector<BlockReference> inputs;
+        std::vector<BlockReference> outputs;
+        bool isInternal = false;
+    };
+
+    BlockMap blocks;
+    BlockSet heads;
+    BlockSet tails;
+    std::size_t internalCount = 0;
+    std::vector<Wiring> wirings;
 };
 
 }  // namespace quorvel

@@ -4,10 +4,13 @@
 #include <bit>
 #include <new>
 
+#include "engine/memory_shortage.h"
+
 namespace quorvel {
 
 AudioBuffer* BufferPool::Append(uint64_t bytes) {
     std::unique_ptr<AudioBuffer> buffer(new (std::nothrow) AudioBuffer);
+    if (!buffer) NoteMemoryShortage();
     if (!buffer || !buffer->Grow(bytes)) return nullptr;
     return buffers.emplace_back(std::move(buffer)).get();
 }

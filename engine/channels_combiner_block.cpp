@@ -8,6 +8,7 @@
 #include "engine/block_type_ids.h"
 #include "engine/channel_masks.h"
 #include "engine/channel_rows.h"
+#include "engine/memory_shortage.h"
 #include "engine/parameter_record.h"
 
 namespace quorvel {
@@ -93,6 +94,7 @@ bool ChannelsCombinerBlock::SetParameters(const void* record) {
     try {
         channelOffsets.resize(count);
     } catch (const std::exception&) {
+        NoteMemoryShortage();
         return false;
     }
     const auto* values = static_cast<const unsigned char*>(record) + sizeof(uint32_t);
@@ -155,6 +157,7 @@ bool ChannelsCombinerBlock::ReserveInputs(std::size_t count) {
         inputWidths.reserve(count);
         spans.reserve(count);
     } catch (const std::exception&) {
+        NoteMemoryShortage();
         return false;
     }
     return true;

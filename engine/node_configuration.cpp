@@ -1,6 +1,7 @@
 #include "engine/node_configuration.h"
 
 #include <limits>
+#include <new>
 
 #include "engine/audio_block.h"
 #include "engine/block_factory.h"
@@ -31,7 +32,12 @@ InputWidths Measure(const std::vector<BlockInput>& inputs) {
     return widths;
 }
 
-void WidenInput(BlockInput& input, int32_t width, uint32_t rate) {
+void FailFor(MemoryLack lack, const char* reason) {
+    if (lack == MemoryLack::kThrows) throw std::bad_alloc();
+    platform::Fatal(reason);
+}
+
+void WidenInput(BlockInput& input, int32_t width, uint32_t rate, MemoryLack lack) {
     const WidenRecord record = {static_cast<uint32_t>(width), 0};
     if (input.adapter && input.adapter->GetTypeId() == kStreamExpanderBlockTypeId) {
         input.adapter->SetParameters(&record);
@@ -39,13 +45,13 @@ void WidenInput(BlockInput& input, int32_t width, uint32_t rate) {
         input.adapter =
             CreateBlockWithParameters(&record, kStreamExpanderBlockTypeId, kInputAdapterId);
     }
-    if (!input.adapter) platform::Fatal("no memory for an input adapter");
+    if (!input.adapter) FailFor(lack, "no memory for an input adapter");
     input.adapter->SetFormat(input.source->GetOutputChannels(), input.source->GetChannelMask(),
                              static_cast<int32_t>(rate));
-    GrowOrDie(*input.buffer, PlannedFrames(rate), width);
+    GrowFor(*input.buffer, PlannedFrames(rate), width, lack);
 }
 
-void ConfigureMixedNode(GraphNode& node, uint32_t rate) {
+void ConfigureMixedNode(GraphNode& node, uint32_t rate, MemoryLack lack) {
     AudioBlock& block = *node.block;
     const InputWidths widths = Measure(node.inputs);
     const auto hz = static_cast<int32_t>(rate);
@@ -57,7 +63,7 @@ void ConfigureMixedNode(GraphNode& node, uint32_t rate) {
     node.mixChannels = widths.widest;
     for (BlockInput& input : node.inputs) {
         if (input.source->GetOutputChannels() < widths.widest) {
-            WidenInput(input, widths.widest, rate);
+            WidenInput(input, widths.widest, rate, lack);
         }
     }
     block.SetFormat(widths.widest, widths.maskOfWidest, hz);
@@ -77,15 +83,15 @@ void ConfigurePlainNode(GraphNode& node, const AudioFormat& chainFormat, uint32_
 }  // namespace
 
 bool ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate,
-                   uint32_t widestOutput) {
+                   uint32_t widestOutput, MemoryLack lack) {
     if (node.inputs.size() < 2) {
         ConfigurePlainNode(node, chainFormat, rate);
     } else {
-        ConfigureMixedNode(node, rate);
+        ConfigureMixedNode(node, rate, lack);
     }
     const int32_t width = node.block->GetOutputChannels();
     if (static_cast<uint32_t>(width) > widestOutput) return false;
-    if (node.outBuffer) GrowOrDie(*node.outBuffer, PlannedFrames(rate), width);
+    if (node.outBuffer) GrowFor(*node.outBuffer, PlannedFrames(rate), width, lack);
     return true;
 }
 
@@ -94,10 +100,13 @@ bool NarrowsItsSum(const GraphNode& node) {
            node.block->GetInputChannels() > node.block->GetOutputChannels();
 }
 
+void GrowFor(AudioBuffer& buffer, int32_t frames, int32_t channels, MemoryLack lack) {
+    if (!buffer.Grow(BufferBytes(frames, channels)))
+        FailFor(lack, "an intermediate audio buffer cannot grow");
+}
+
 void GrowOrDie(AudioBuffer& buffer, int32_t frames, int32_t channels) {
-    if (!buffer.Grow(BufferBytes(frames, channels))) {
-        platform::Fatal("an intermediate audio buffer cannot grow");
-    }
+    GrowFor(buffer, frames, channels, MemoryLack::kEndsProcess);
 }
 
 }  // namespace quorvel

@@ -5,6 +5,7 @@
 
 #include "engine/audio_format.h"
 #include "engine/graph_node.h"
+#include "engine/memory_shortage.h"
 
 namespace quorvel {
 
@@ -12,16 +13,19 @@ namespace quorvel {
 // the block wants uniform ones, and grows the buffers concerned to 10 ms. The blocks upstream must
 // be configured already. A node without inputs works at the width and mask of `chainFormat`; `rate`
 // is in Hz. False, and the output has no room yet, when the block is then wider than `widestOutput`
-// channels. Allocates; ends the process when a buffer cannot grow or an adapter cannot be made.
+// channels. Allocates; `lack` says what happens when a buffer cannot grow or an adapter cannot be
+// made.
 bool ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rate,
-                   uint32_t widestOutput);
+                   uint32_t widestOutput, MemoryLack lack);
 
 // Whether the block sums inputs that are wider than its output, so that the sum needs a place of
 // its own.
 bool NarrowsItsSum(const GraphNode& node);
 
-// Makes room for `frames` frames of `channels` floats; ends the process when the memory cannot be
-// had, since audio would have nowhere to go.
+// Makes room for `frames` frames of `channels` floats.
+void GrowFor(AudioBuffer& buffer, int32_t frames, int32_t channels, MemoryLack lack);
+
+// The same while sound is processed: ends the process when the memory cannot be had.
 void GrowOrDie(AudioBuffer& buffer, int32_t frames, int32_t channels);
 
 }  // namespace quorvel

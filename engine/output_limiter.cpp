@@ -9,7 +9,7 @@ OutputLimiter::OutputLimiter() {
     compressor.SetRelease(200.0);
     compressor.SetThreshold(0.0);
     compressor.SetRatio(0.1);
-    compressor.ResetRuntime();
+    StartAfresh();
 }
 
 void OutputLimiter::SetSampleRate(double hertz) {

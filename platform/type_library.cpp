@@ -1,12 +1,38 @@
 #include "platform/type_library.h"
 
+#include "platform/result_codes.h"
+#include "platform/wide_text.h"
+
 #ifdef _WIN32
 #include <oleauto.h>
 #endif
 
 namespace quorvel::platform {
 
+namespace {
+
+std::basic_string<WCHAR> KeyOf(const TypeLibrary& library) {
+    constexpr WideLiteral kTypeLibraries("TypeLib\\");
+    WCHAR id[39];
+    StringFromGUID2(library.id, id, 39);
+    return std::basic_string<WCHAR>(kTypeLibraries.text).append(id);
+}
+
+}  // namespace
+
 #ifdef _WIN32
+
+namespace {
+
+bool IsRegistered(const TypeLibrary& library) {
+    HKEY key = nullptr;
+    const LSTATUS error =
+        RegOpenKeyExW(HKEY_CLASSES_ROOT, KeyOf(library).c_str(), 0, KEY_READ, &key);
+    if (error == ERROR_SUCCESS) RegCloseKey(key);
+    return error != ERROR_FILE_NOT_FOUND;
+}
+
+}  // namespace
 
 HRESULT RegisterTypeLibrary(const TypeLibrary&, const std::basic_string<WCHAR>& path) {
     ITypeLib* library = nullptr;
@@ -20,21 +46,15 @@ HRESULT RegisterTypeLibrary(const TypeLibrary&, const std::basic_string<WCHAR>& 
 }
 
 HRESULT UnregisterTypeLibrary(const TypeLibrary& library) {
+    // What the system answers for a library that it does not know varies.
+    if (!IsRegistered(library)) return S_OK;
     const SYSKIND system = sizeof(void*) == 8 ? SYS_WIN64 : SYS_WIN32;
-    const HRESULT result =
-        UnRegisterTypeLib(library.id, library.majorVersion, library.minorVersion, 0, system);
-    return result == TYPE_E_REGISTRYACCESS ? S_OK : result;
+    return UnRegisterTypeLib(library.id, library.majorVersion, library.minorVersion, 0, system);
 }
 
 #else
 
 namespace {
-
-std::u16string KeyOf(const TypeLibrary& library) {
-    WCHAR id[39];
-    StringFromGUID2(library.id, id, 39);
-    return std::u16string(u"TypeLib\\").append(id);
-}
 
 LSTATUS SetText(const std::u16string& path, const std::u16string& text) {
     HKEY key = nullptr;
@@ -56,12 +76,12 @@ HRESULT RegisterTypeLibrary(const TypeLibrary& library, const std::basic_string<
                                    char16_t(u'0' + library.minorVersion % 10);
     LSTATUS error = SetText(version, library.name);
     if (error == ERROR_SUCCESS) error = SetText(version + u"\\0\\win32", path);
-    return HRESULT_FROM_WIN32(static_cast<DWORD>(error));
+    return ResultFromError(static_cast<DWORD>(error));
 }
 
 HRESULT UnregisterTypeLibrary(const TypeLibrary& library) {
     const LSTATUS error = RegDeleteTreeW(HKEY_CLASSES_ROOT, KeyOf(library).c_str());
-    return error == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(static_cast<DWORD>(error));
+    return error == ERROR_FILE_NOT_FOUND ? S_OK : ResultFromError(static_cast<DWORD>(error));
 }
 
 #endif

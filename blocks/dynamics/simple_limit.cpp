@@ -8,6 +8,7 @@
 
 #include "base/math/power.h"
 #include "blocks/dynamics/decibels.h"
+#include "engine/memory_shortage.h"
 
 namespace quorvel::dynamics {
 namespace {
@@ -110,6 +111,7 @@ void SimpleLimit::BuildDelayLines() noexcept {
         for (std::vector<float>& line : delayLines)
             line.assign(bufferSize, 0.0f);
     } catch (const std::bad_alloc&) {
+        NoteMemoryShortage();
         delayLines.clear();
     }
 }

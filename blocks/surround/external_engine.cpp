@@ -4,6 +4,7 @@
 
 #include "blocks/surround/external_library.h"
 #include "blocks/surround/substitute_engine.h"
+#include "engine/memory_shortage.h"
 
 namespace quorvel {
 
@@ -14,7 +15,9 @@ void ExternalEngineRelease::operator()(INineEarsSurroundSound* engine) const {
 ExternalEngine CreateExternalEngine() {
     if (INineEarsSurroundSound* const engine = ExternalLibrary::CreateEngine())
         return ExternalEngine(engine);
-    return ExternalEngine(new (std::nothrow) SubstituteSurroundEngine);
+    ExternalEngine engine(new (std::nothrow) SubstituteSurroundEngine);
+    if (!engine) NoteMemoryShortage();
+    return engine;
 }
 
 }  // namespace quorvel

@@ -31,11 +31,13 @@ constexpr bool FAILED(HRESULT result) {
     return result < 0;
 }
 
-// A Win32 error code as an HRESULT: 0 and negative values stay as they are.
-constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
-    const auto code = static_cast<HRESULT>(error);
-    return code <= 0 ? code : static_cast<HRESULT>(0x80070000u | (error & 0xFFFFu));
-}
+// A Win32 error code as an HRESULT: 0 and negative values stay as they are. A macro that evaluates
+// its argument twice, as in some of the system's headers, so that a call in it does the same harm
+// here. Calls go to platform::ResultFromError.
+#define HRESULT_FROM_WIN32(error)      \
+    (static_cast<HRESULT>(error) <= 0  \
+         ? static_cast<HRESULT>(error) \
+         : static_cast<HRESULT>((static_cast<DWORD>(error) & 0xFFFFu) | 0x80070000u))
 
 // As everywhere in COM: any thread may call; QueryInterface and AddRef take a reference for the
 // caller, Release gives it back and destroys the object with the last one. There is no virtual

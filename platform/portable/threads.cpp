@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <exception>
 #include <memory>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -51,7 +51,7 @@ bool Start(std::shared_ptr<Thread> thread, DWORD id, LPTHREAD_START_ROUTINE entr
     try {
         std::thread(Run, std::move(thread), id, entry, parameter).detach();
         return true;
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {  // no memory, or no thread
         return false;
     }
 }

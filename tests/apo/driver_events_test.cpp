@@ -149,6 +149,18 @@ TEST_F(DriverEvents, ThatDoNotConcernTheObjectPass) {
         EXPECT_EQ(application.SetProfileLink(&link), 0u);
         EXPECT_EQ(application.RemoveProfileLink(&link), 0u);
         EXPECT_EQ(application.RemoveAudioBlock(&foreign), 0u);
+        // The other chain has a block of the same id.
+        QuorvelAudioBlock twin = AddGain(profile, 3 - row.chain, NumberedGuid(10), -20.0f);
+        _QuorvelAudioBlockLink loop{profile.id, 3 - row.chain, NumberedGuid(10), NumberedGuid(10)};
+        EXPECT_EQ(application.SetAudioBlock(&twin), 0u);
+        while (!headset->driver.IsHeard())
+            std::this_thread::yield();
+        EXPECT_NEAR(20.0 * std::log10(stream.Gain()), -6.0, 0.05);
+        EXPECT_EQ(application.SetProfileLink(&loop), 0u);
+        while (!headset->driver.IsHeard())
+            std::this_thread::yield();
+        EXPECT_NEAR(20.0 * std::log10(stream.Gain()), -6.0, 0.05);
+        EXPECT_EQ(application.RemoveAudioBlock(&twin), 0u);
         while (!headset->driver.IsHeard())
             std::this_thread::yield();
         EXPECT_NEAR(20.0 * std::log10(stream.Gain()), -6.0, 0.05);

@@ -52,7 +52,26 @@ TEST_F(Module, RegistersTheFourClasses) {
     EXPECT_TRUE(platform::RegistryKeys(kObjects).empty());
     EXPECT_TRUE(platform::RegistryKeys(u"CLSID").empty());
     EXPECT_EQ(platform::RegistryKeys(u"").size(), 3u) << "shared keys stay";
-    EXPECT_EQ(DllUnregisterServer(), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(DllUnregisterServer(), static_cast<HRESULT>(0x80070002));
+}
+
+// Every step of the unregistration fails once. But for the class keys, whose failure ends it, the
+// engine's keys go all the same.
+TEST_F(Module, UnregistersWithTheEngineWhereverTheTypeLibraryFails) {
+    std::size_t keysKept = 0;
+    for (std::size_t failure = 0;; ++failure) {
+        ASSERT_EQ(DllRegisterServer(), S_OK);
+        platform::FailRegistryChange(failure);
+        const HRESULT result = DllUnregisterServer();
+        if (!platform::StopFailingRegistryChanges()) break;
+        const std::size_t left = platform::RegistryKeys(kObjects).size();
+        const bool isLastDeletion = failure == 4 + 1 + 3;
+        const bool isEarlierDeletion = failure > 4 && !isLastDeletion;
+        EXPECT_EQ(result, isEarlierDeletion ? S_OK : static_cast<HRESULT>(0x80070005)) << failure;
+        EXPECT_EQ(left, failure < 4 ? 4u : failure == 4 ? 0u : 1u) << failure;
+        keysKept += left != 0;
+    }
+    EXPECT_EQ(keysKept, 4 + 4u);
 }
 
 TEST_F(Module, TakesTheEnginesKeysBackWhereverRegistrationFails) {
