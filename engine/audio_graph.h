@@ -10,16 +10,17 @@
 // format, internal adapters fit the result to the output width, a fixed limiter guards full scale.
 //
 // Bounds: `out` is written only at its own width, and an input frame is read only as far as it
-// goes: where automatic width asks for more channels than the input has, the rest are silent.
+// goes: where automatic width asks for more channels than the input has, the rest are silent. A
+// block that writes nothing counts as silence, wherever it stands in the chain.
 //
 // Threads: the graph has no lock; its owner serialises every call. Process and Reset run on the
 // real-time thread, everything else on control threads, whose work may allocate. Process itself
 // allocates when a call brings more frames than 10 ms, when the processing width switches, and at
 // the first use of the narrowed input.
 //
-// Out of memory: structural changes throw std::bad_alloc, or leave the graph invalid. A pooled
-// buffer that cannot grow, and memory for a reconfiguration, end the process. A narrowed input that
-// cannot be had is silence for as many frames as do not fit.
+// Out of memory: structural changes throw std::bad_alloc, or leave the graph invalid. When a pooled
+// buffer cannot grow, or a reconfiguration lacks memory, the process ends. When the memory for a
+// narrowed input is short, the frames that do not fit are silence.
 #pragma once
 
 #include <cstdint>

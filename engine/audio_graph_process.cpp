@@ -78,16 +78,16 @@ int32_t AudioGraph::NarrowInput(const float* in, int32_t frames) {
     return frames;
 }
 
-// No more than either buffer holds, should the widths differ for want of an adapter.
+// No more than either buffer holds, should the widths differ for want of an adapter; what is left
+// of the output is silent.
 void AudioGraph::PassThrough(const float* in, float* out, int32_t frames) const {
-    if (out == in) return;
     const std::size_t count = static_cast<std::size_t>(frames);
     const std::size_t outSamples = count * outputFormat.Format.nChannels;
     const std::size_t inSamples =
         count * std::min(inputFormat.Format.nChannels, processingFormat.Format.nChannels);
     const std::size_t copied = std::min(inSamples, outSamples);
-    std::copy_n(in, copied, out);
-    if (copied != 0) std::fill_n(out + copied, outSamples - copied, 0.0f);
+    if (out != in) std::copy_n(in, copied, out);
+    std::fill_n(out + copied, outSamples - copied, 0.0f);
 }
 
 void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t frames) {
@@ -97,7 +97,7 @@ void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t
     if (node.outBuffer) {
         GrowOrDie(*node.outBuffer, frames, width);
         destination = node.outBuffer->data;
-    } else if (width != outputFormat.Format.nChannels) {
+    } else if (width != outputFormat.Format.nChannels) {  // want of formats left it unconfigured
         return;
     }
     if (node.inputs.size() < 2) {
@@ -105,8 +105,7 @@ void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t
         block.Process(source, destination, frames);
         return;
     }
-    WidenInputs(node, frames);
-    MixInputs(node, destination, frames);
+    if (block.IsMute()) std::fill_n(destination, int64_t{frames} * width, 0.0f);
 }
 
 void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
@@ -121,12 +120,14 @@ void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
 }
 
 // The sum of the inputs is as wide as they are; where the block delivers less, the sum would not
-// fit into its destination. A block that then writes nothing leaves the front of the sum there.
+// fit into its destination.
 void AudioGraph::MixInputs(GraphNode& node, float* destination, int32_t frames) {
     AudioBlock& block = *node.block;
     if (!NarrowsItsSum(node)) {
         block.ProcessInputs(node.inputs, destination, frames);
-        return;
+    } else {
+        WidenInputs(node, frames);
+        MixInputs(node, destination, frames);
     }
     GrowOrDie(mixBuffer, frames, block.GetInputChannels());
     block.ProcessInputs(node.inputs, mixBuffer.data, frames);
