@@ -126,7 +126,8 @@ class AudioGraph {
     // All of these configure the blocks anew, which needs both formats to have channels.
 
     // A format record is copied with its extension; a zero speaker mask becomes the default one. A
-    // null record changes nothing. Rates are in Hz.
+    // null record changes nothing. Rates are in Hz. SetFormats begins a new stream: it also makes
+    // the output limiter forget what it heard, so that the graph sounds like a fresh one.
     void SetInputFormat(const WAVEFORMATEX* format);
     void SetInputFormat(uint16_t channelCount, uint32_t mask, uint32_t sampleRate);
     void SetOutputFormat(const WAVEFORMATEX* format);
@@ -181,9 +182,9 @@ class AudioGraph {
     uint32_t ProcessingRate() const;
 
     void UpdateOutputAdapter();
-    int32_t ChainWidth();
+    const AudioBlock* LastOfChain() const;
+    int32_t ChainWidth() const;
     void DropAdapter();
-    void DropUnfitPassThrough(int32_t width, int32_t outWidth);
     void PassInputThrough();
     bool PlaceAdapter(const void* record, const GUID& typeId);
 

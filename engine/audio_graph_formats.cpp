@@ -49,6 +49,7 @@ void AudioGraph::SetOutputFormat(uint16_t channelCount, uint32_t mask, uint32_t 
 void AudioGraph::SetFormats(const WAVEFORMATEX* input, const WAVEFORMATEX* output) {
     if (output) outputFormat = CopyFormat(*output);
     if (input) StoreInputFormat(CopyFormat(*input));
+    limiter.Reset();
     Reconfigure();
 }
 
@@ -97,29 +98,24 @@ void AudioGraph::Reconfigure() noexcept {
     limiter.SetSampleRate(rate);
 }
 
+// The adapter follows from the widths alone, whatever stood there before, so that a graph sounds
+// like a fresh one of the same formats. One that is still of the right kind stays: it remembers how
+// it spread a mono chain.
 void AudioGraph::UpdateOutputAdapter() {
     const ScopedFlag hold(suspended);
-    const int32_t outWidth = outputFormat.Format.nChannels;
-    DropUnfitPassThrough(processingFormat.Format.nChannels, outWidth);
     const int32_t width = ChainWidth();
-    if (width == 0 || outWidth == 0 || width == outWidth) return;
+    const int32_t outWidth = outputFormat.Format.nChannels;
+    if (width == 0 || outWidth == 0) return;
+    const GUID& kind = outWidth > width ? kStreamExpanderBlockTypeId : kBypassBlockTypeId;
+    if (adapterBlock && (width == outWidth || !(adapterBlock->GetTypeId() == kind))) DropAdapter();
+    if (width == outWidth) return;
     const WidenRecord widen = {static_cast<uint32_t>(outWidth), upmixMode};
     const BypassParameters narrow = {static_cast<uint32_t>(outWidth)};
-    const bool isPlaced = outWidth > width ? PlaceAdapter(&widen, kStreamExpanderBlockTypeId)
-                                           : PlaceAdapter(&narrow, kBypassBlockTypeId);
-    if (!isPlaced) return PassInputThrough();
+    const void* record = &narrow;
+    if (outWidth > width) record = &widen;
+    if (!PlaceAdapter(record, kind)) return PassInputThrough();
     ConfigureNode(processingList.Nodes().back(), processingFormat,
                   processingFormat.Format.nSamplesPerSec);
-}
-
-// An invalid graph runs nothing but a lone adapter, and that only while input and output widths
-// differ in the adapter's direction. After a change of formats it could write frames wider than the
-// output has room for, so one that no longer fits goes.
-void AudioGraph::DropUnfitPassThrough(int32_t width, int32_t outWidth) {
-    if (valid || !outputBlock) return;
-    const bool widens = outputBlock->GetTypeId() == kStreamExpanderBlockTypeId;
-    if (width != outWidth && widens == (outWidth > width)) return;
-    ReleaseList();
 }
 
 // No adapter could be had for the chain, a hostile width of its last block being the likely reason:
@@ -131,38 +127,40 @@ void AudioGraph::PassInputThrough() {
     if (wasValid) UpdateOutputAdapter();
 }
 
-// The width that the chain delivers ahead of its adapter. Takes an adapter away that has become
-// needless.
-int32_t AudioGraph::ChainWidth() {
-    if (!valid || !outputBlock) return processingFormat.Format.nChannels;
-    if (outputBlock != adapterBlock || adapterBlock->inputs.empty()) {
-        return outputBlock->GetOutputChannels();
-    }
-    const int32_t width = adapterBlock->inputs.front()->GetOutputChannels();
-    if (width != 0 && width == outputFormat.Format.nChannels) DropAdapter();
-    return width;
+// The block that ends the chain proper; null when the input goes straight to the adapter.
+const AudioBlock* AudioGraph::LastOfChain() const {
+    if (!adapterBlock) return outputBlock.get();
+    const auto& inputs = processingList.Nodes().back().inputs;
+    return inputs.empty() ? nullptr : inputs.front().source.get();
 }
 
-// The block ahead of the adapter writes straight into the output again.
+// The width that the chain delivers ahead of its adapter.
+int32_t AudioGraph::ChainWidth() const {
+    const AudioBlock* last = LastOfChain();
+    return last ? last->GetOutputChannels() : processingFormat.Format.nChannels;
+}
+
+// The block ahead of the adapter, if any, writes straight into the output again.
 void AudioGraph::DropAdapter() {
-    const BlockReference source = adapterBlock->inputs.front();
-    --processingList.Nodes().back().inputs.front().buffer->users;
-    GraphNode* sourceNode = processingList.Find(source.get());
-    if (sourceNode && sourceNode->outBuffer) {
-        --sourceNode->outBuffer->users;
-        sourceNode->outBuffer = nullptr;
+    outputBlock.reset();
+    const auto& inputs = processingList.Nodes().back().inputs;
+    if (!inputs.empty()) {
+        outputBlock = inputs.front().source;
+        --inputs.front().buffer->users;
+        GraphNode& source = *processingList.Find(outputBlock.get());
+        --source.outBuffer->users;
+        source.outBuffer = nullptr;
     }
     network.Remove(adapterBlock);
     processingList.DropLast();
-    outputBlock = source;
     adapterBlock.reset();
 }
 
-// Gives the record to the adapter in place when it is of that kind, else puts a new adapter behind
-// the output block. False when no adapter, or no buffer ahead of it, can be had.
+// Gives the record to the adapter in place, or puts a new one of that kind behind the output block.
+// False when no adapter, or no buffer ahead of it, can be had.
 bool AudioGraph::PlaceAdapter(const void* record, const GUID& typeId) {
-    if (outputBlock && outputBlock->isInternal && outputBlock->GetTypeId() == typeId) {
-        outputBlock->SetParameters(record);
+    if (adapterBlock) {
+        adapterBlock->SetParameters(record);
         return true;
     }
     const BlockReference adapter = CreateInternalBlock(record, typeId);

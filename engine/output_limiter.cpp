@@ -9,11 +9,15 @@ OutputLimiter::OutputLimiter() {
     compressor.SetRelease(200.0);
     compressor.SetThreshold(0.0);
     compressor.SetRatio(0.1);
-    compressor.ResetRuntime();
+    Reset();
 }
 
 void OutputLimiter::SetSampleRate(double hertz) {
     compressor.SetSampleRate(hertz);
+}
+
+void OutputLimiter::Reset() {
+    compressor.ResetRuntime();
 }
 
 void OutputLimiter::Process(float* samples, int32_t frames, int32_t channels) QUORVEL_REAL_TIME {

@@ -21,6 +21,9 @@ class OutputLimiter {
     // Rate in Hz; the envelope goes on from where it is.
     void SetSampleRate(double hertz);
 
+    // Lets go of the level followed so far.
+    void Reset();
+
     // Limits `samples` (frames × channels, interleaved) in place; nothing happens when a count is 0
     // or below. Infinities and NaNs act as in dynamics/linked_gain.h. Real-time.
     void Process(float* samples, int32_t frames, int32_t channels) QUORVEL_REAL_TIME;
