@@ -54,8 +54,9 @@ class AudioGraph {
     // buffers stay for the next chain unless `resetFormats`.
     void Clear(bool resetFormats);
 
-    // true: later changes do not rebuild; Process then still runs what was built last. false:
-    // builds once and ends the suspension.
+    // true: later changes do not rebuild. Process goes on with the processing list of the last
+    // build (empty after Clear). When one of its blocks has changed its width meanwhile, Process
+    // first configures all of them, which allocates. false: builds once and ends the suspension.
     void SetUpdating(bool updating);
     bool IsSuspended() const { return suspended; }
 
@@ -190,6 +191,7 @@ class AudioGraph {
 
     void FollowChannelActivity(uint32_t mask, int32_t frames);
     void SwitchProcessingWidth(uint32_t width, uint32_t mask);
+    bool IsConfigured() const;
     void RunChain(float* in, float* out, int32_t frames);
     int32_t NarrowInput(const float* in, int32_t frames);
     void PassThrough(const float* in, float* out, int32_t frames) const;

@@ -19,6 +19,7 @@ uint32_t AudioGraph::Process(float* in, float* out, int32_t frames) QUORVEL_REAL
         if (onActiveChannelsChanged) onActiveChannelsChanged(mask);
     }
     FollowChannelActivity(mask, count);
+    if (suspended && !IsConfigured()) Reconfigure();
     RunChain(in, out, count);
     limiter.Process(out, count, outputFormat.Format.nChannels);
     return mask;
@@ -43,6 +44,17 @@ void AudioGraph::SwitchProcessingWidth(uint32_t width, uint32_t mask) {
     format.nBlockAlign = static_cast<uint16_t>(width * format.wBitsPerSample / 8);
     format.nAvgBytesPerSec = format.nBlockAlign * format.nSamplesPerSec;
     Reconfigure();
+}
+
+// Whether every block still has the width that it was configured with, and the last one that of the
+// output. A suspended graph is not told of widths that change.
+bool AudioGraph::IsConfigured() const {
+    const auto& nodes = processingList.Nodes();
+    const int32_t width = nodes.empty() ? processingFormat.Format.nChannels : nodes.back().width;
+    return width == outputFormat.Format.nChannels &&
+           std::ranges::all_of(nodes, [](const GraphNode& node) {
+               return node.width == node.block->GetOutputChannels();
+           });
 }
 
 void AudioGraph::RunChain(float* in, float* out, int32_t frames) {
@@ -103,7 +115,9 @@ void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t
     if (node.inputs.size() < 2) {
         float* source = node.inputs.empty() ? chainInput : node.inputs.front().buffer->data;
         block.Process(source, destination, frames);
-        return;
+    } else {
+        WidenInputs(node, frames);
+        MixInputs(node, destination, frames);
     }
     if (block.IsMute()) std::fill_n(destination, int64_t{frames} * width, 0.0f);
 }
@@ -113,8 +127,7 @@ void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
     for (BlockInput& input : node.inputs) {
         if (input.source->GetOutputChannels() >= node.mixChannels) continue;
         GrowOrDie(*input.buffer, frames, node.mixChannels);
-        // A source that became narrower while the graph was suspended has no adapter yet.
-        if (!input.adapter) continue;
+        if (!input.adapter) continue;  // want of formats left the node unconfigured
         input.adapter->Process(input.buffer->data, input.buffer->data, frames);
     }
 }
@@ -125,9 +138,7 @@ void AudioGraph::MixInputs(GraphNode& node, float* destination, int32_t frames) 
     AudioBlock& block = *node.block;
     if (!NarrowsItsSum(node)) {
         block.ProcessInputs(node.inputs, destination, frames);
-    } else {
-        WidenInputs(node, frames);
-        MixInputs(node, destination, frames);
+        return;
     }
     GrowOrDie(mixBuffer, frames, block.GetInputChannels());
     block.ProcessInputs(node.inputs, mixBuffer.data, frames);

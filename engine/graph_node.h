@@ -15,6 +15,7 @@ struct GraphNode {
     AudioBuffer* outBuffer = nullptr;  // null: the block writes straight into the graph's output
     int32_t mixChannels = 0;           // width the inputs are brought to before they are mixed; 0:
                                        // they are left as they are
+    int32_t width = 0;                 // of the output, as last configured
 };
 
 }  // namespace quorvel

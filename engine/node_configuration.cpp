@@ -82,9 +82,8 @@ void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rat
     } else {
         ConfigureMixedNode(node, rate);
     }
-    if (node.outBuffer) {
-        GrowOrDie(*node.outBuffer, PlannedFrames(rate), node.block->GetOutputChannels());
-    }
+    node.width = node.block->GetOutputChannels();
+    if (node.outBuffer) GrowOrDie(*node.outBuffer, PlannedFrames(rate), node.width);
 }
 
 bool NarrowsItsSum(const GraphNode& node) {
