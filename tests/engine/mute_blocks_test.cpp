@@ -8,6 +8,7 @@
 #include "blocks/surround_block.h"
 #include "engine/audio_graph.h"
 #include "engine/block_type_ids.h"
+#include "tests/support/allocation_faults.h"
 #include "tests/support/topology.h"
 
 namespace quorvel {
@@ -15,7 +16,10 @@ namespace {
 
 using test::NumberedId;
 
-constexpr uint32_t kUnknownLayout = 0x30;  // back left and right: no block folds or renders it
+// No block folds or renders these.
+constexpr uint32_t kUnknownPair = 0x30;  // back left and right
+constexpr uint32_t kFive = 0x3B;
+constexpr uint32_t kSeven = 0x70F;
 
 using Record = std::vector<uint8_t>;
 
@@ -56,12 +60,12 @@ struct MuteCase {
 };
 
 const std::vector<MuteCase> kCases = {
-    {"Bypass", kBypassBlockTypeId, {}, {}, 2, kUnknownLayout},
+    {"Bypass", kBypassBlockTypeId, {}, {}, 2, kUnknownPair},
     {"BypassOfANarrowFrame", kBypassBlockTypeId, {}, {}, 1, 0x63F},
-    {"Decoder", kMatrixDecoderBlockTypeId, Decoder(), {}, 4, kUnknownLayout},
-    {"SurroundOn", kSurroundBlockTypeId, Surround(1), {}, 4, kUnknownLayout},
-    {"SurroundOff", kSurroundBlockTypeId, Surround(0), {}, 4, kUnknownLayout},
-    {"SurroundFading", kSurroundBlockTypeId, Surround(0), Surround(1), 4, kUnknownLayout},
+    {"Decoder", kMatrixDecoderBlockTypeId, Decoder(), {}, 5, kFive},
+    {"SurroundOn", kSurroundBlockTypeId, Surround(1), {}, 7, kSeven},
+    {"SurroundOff", kSurroundBlockTypeId, Surround(0), {}, 5, kFive},
+    {"SurroundFading", kSurroundBlockTypeId, Surround(0), Surround(1), 5, kFive},
     {"Limiter", kLimiterBlockTypeId, EndlessAttack(), {}, 2, 0x3},
 };
 
@@ -103,6 +107,40 @@ TEST_P(MuteBlocks, AreSilence) {
 
 INSTANTIATE_TEST_SUITE_P(All, MuteBlocks, testing::ValuesIn(kCases),
                          [](const auto& test) { return std::string(test.param.name); });
+
+TEST(DecoderInAGraph, IsSilentForTheBufferThatFindsNoMemory) {
+    AudioGraph graph;
+    graph.SetNoiseEnabled(false);
+    Give(*graph.AddNewBlock(kMatrixDecoderBlockTypeId, nullptr, 0, NumberedId(1)), Decoder());
+    graph.SetInputFormat(2, 3, 48000);
+    graph.SetOutputFormat(2, 3, 48000);
+    std::vector<float> in(2 * 480, 0.25f), out(2 * 480, 0.25f);
+    {
+        const test::AllocationFaults faults(0);
+        graph.Process(in.data(), out.data(), 480);
+        ASSERT_TRUE(faults.HasFailed());
+    }
+    EXPECT_EQ(out, std::vector<float>(out.size()));
+    graph.Process(in.data(), out.data(), 480);
+    EXPECT_NE(out, std::vector<float>(out.size()));
+}
+
+// A pair of unknown speakers has no fold-down, but any pair can be decoded.
+TEST(SurroundBlockInAGraph, AFadeOutOfSilenceIsHeard) {
+    AudioGraph graph;
+    graph.SetNoiseEnabled(false);
+    const auto block = graph.AddNewBlock(kSurroundBlockTypeId, nullptr, 0, NumberedId(1));
+    graph.SetInputFormat(2, kUnknownPair, 48000);
+    graph.SetOutputFormat(2, 3, 48000);
+    std::vector<float> in(2 * 480, 0.25f), out(2 * 480);
+    for (const int32_t surroundOn : {0, 1}) {
+        SurroundParameters record;
+        record.surroundOn = surroundOn;
+        block->SetParameters(&record);
+        graph.Process(in.data(), out.data(), 480);
+        EXPECT_EQ(out == std::vector<float>(out.size()), surroundOn == 0);
+    }
+}
 
 }  // namespace
 }  // namespace quorvel
