@@ -127,8 +127,8 @@ class AudioGraph {
     // All of these configure the blocks anew, which needs both formats to have channels.
 
     // A format record is copied with its extension; a zero speaker mask becomes the default one. A
-    // null record changes nothing. Rates are in Hz. SetFormats begins a new stream: it also makes
-    // the output limiter forget what it heard, so that the graph sounds like a fresh one.
+    // null record changes nothing. Rates are in Hz. SetFormats begins a new stream: it also clears
+    // the output limiter, so that the graph sounds like a fresh one.
     void SetInputFormat(const WAVEFORMATEX* format);
     void SetInputFormat(uint16_t channelCount, uint32_t mask, uint32_t sampleRate);
     void SetOutputFormat(const WAVEFORMATEX* format);

@@ -98,9 +98,8 @@ void AudioGraph::Reconfigure() noexcept {
     limiter.SetSampleRate(rate);
 }
 
-// The adapter follows from the widths alone, whatever stood there before, so that a graph sounds
-// like a fresh one of the same formats. One that is still of the right kind stays: it remembers how
-// it spread a mono chain.
+// Which adapter is in place depends on the widths alone, not on earlier formats. One that is still
+// of the right kind is kept, because it remembers how it spread a mono chain.
 void AudioGraph::UpdateOutputAdapter() {
     const ScopedFlag hold(suspended);
     const int32_t width = ChainWidth();
@@ -118,8 +117,8 @@ void AudioGraph::UpdateOutputAdapter() {
                   processingFormat.Format.nSamplesPerSec);
 }
 
-// No adapter could be had for the chain, a hostile width of its last block being the likely reason:
-// the graph is invalid from now on. Its lone adapter, if it needs one, reads the input alone.
+// The adapter of the chain could not be allocated, most likely because the last block asks for an
+// absurd width. The graph becomes invalid, and a new adapter, if one is needed, reads the input.
 void AudioGraph::PassInputThrough() {
     const bool wasValid = valid;
     valid = false;
@@ -127,7 +126,7 @@ void AudioGraph::PassInputThrough() {
     if (wasValid) UpdateOutputAdapter();
 }
 
-// The block that ends the chain proper; null when the input goes straight to the adapter.
+// The last block ahead of the adapter; null when the adapter reads the input.
 const AudioBlock* AudioGraph::LastOfChain() const {
     if (!adapterBlock) return outputBlock.get();
     const auto& inputs = processingList.Nodes().back().inputs;
@@ -157,7 +156,7 @@ void AudioGraph::DropAdapter() {
 }
 
 // Gives the record to the adapter in place, or puts a new one of that kind behind the output block.
-// False when no adapter, or no buffer ahead of it, can be had.
+// False when the adapter, or the buffer ahead of it, cannot be allocated.
 bool AudioGraph::PlaceAdapter(const void* record, const GUID& typeId) {
     if (adapterBlock) {
         adapterBlock->SetParameters(record);

@@ -26,7 +26,7 @@ uint32_t AudioGraph::Process(float* in, float* out, int32_t frames) QUORVEL_REAL
 }
 
 void AudioGraph::FollowChannelActivity(uint32_t mask, int32_t frames) {
-    constexpr uint32_t kWidestPlainInput = 2;  // no width to save up to here
+    constexpr uint32_t kWidestPlainInput = 2;  // such inputs always run at their own width
     detector.Update(mask, frames);
     uint32_t width = inputFormat.Format.nChannels;
     uint32_t widthMask = inputFormat.dwChannelMask;
@@ -46,8 +46,8 @@ void AudioGraph::SwitchProcessingWidth(uint32_t width, uint32_t mask) {
     Reconfigure();
 }
 
-// Whether every block still has the width that it was configured with, and the last one that of the
-// output. A suspended graph is not told of widths that change.
+// Whether every block still has the width it was configured with, and the last one the width of
+// the output. Blocks do not report a new width to a suspended graph.
 bool AudioGraph::IsConfigured() const {
     const auto& nodes = processingList.Nodes();
     const int32_t width = nodes.empty() ? processingFormat.Format.nChannels : nodes.back().width;
@@ -71,9 +71,9 @@ void AudioGraph::RunChain(float* in, float* out, int32_t frames) {
     std::fill_n(out + ready * outWidth, (frames - ready) * outWidth, 0.0f);
 }
 
-// Lays the input into the conversion buffer at the processing width, if that is another: the first
-// channels of each frame, or all of them and silence up to the width. Returns how many frames are
-// ready: fewer than there are only when the buffer cannot grow.
+// Copies the input into the conversion buffer when the processing width differs from the input's:
+// the first channels of each frame, or all of them and silence up to the width. Returns the number
+// of frames that are ready, which is smaller than `frames` only when the buffer cannot grow.
 int32_t AudioGraph::NarrowInput(const float* in, int32_t frames) {
     const std::size_t inWidth = inputFormat.Format.nChannels;
     const std::size_t width = processingFormat.Format.nChannels;
@@ -90,8 +90,8 @@ int32_t AudioGraph::NarrowInput(const float* in, int32_t frames) {
     return frames;
 }
 
-// No more than either buffer holds, should the widths differ for want of an adapter; what is left
-// of the output is silent.
+// Copies at most what either buffer holds, in case the widths differ because no adapter could be
+// allocated. The rest of the output is silence.
 void AudioGraph::PassThrough(const float* in, float* out, int32_t frames) const {
     const std::size_t count = static_cast<std::size_t>(frames);
     const std::size_t outSamples = count * outputFormat.Format.nChannels;
@@ -109,7 +109,7 @@ void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t
     if (node.outBuffer) {
         GrowOrDie(*node.outBuffer, frames, width);
         destination = node.outBuffer->data;
-    } else if (width != outputFormat.Format.nChannels) {  // want of formats left it unconfigured
+    } else if (width != outputFormat.Format.nChannels) {  // a format is missing
         return;
     }
     if (node.inputs.size() < 2) {
@@ -127,13 +127,13 @@ void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
     for (BlockInput& input : node.inputs) {
         if (input.source->GetOutputChannels() >= node.mixChannels) continue;
         GrowOrDie(*input.buffer, frames, node.mixChannels);
-        if (!input.adapter) continue;  // want of formats left the node unconfigured
+        if (!input.adapter) continue;  // a format is missing
         input.adapter->Process(input.buffer->data, input.buffer->data, frames);
     }
 }
 
-// The sum of the inputs is as wide as they are; where the block delivers less, the sum would not
-// fit into its destination.
+// The sum is as wide as the inputs. Where the block's output is narrower, the sum does not fit into
+// the destination and gets a buffer of its own.
 void AudioGraph::MixInputs(GraphNode& node, float* destination, int32_t frames) {
     AudioBlock& block = *node.block;
     if (!NarrowsItsSum(node)) {

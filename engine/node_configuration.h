@@ -18,8 +18,8 @@ void ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rat
 // its own.
 bool NarrowsItsSum(const GraphNode& node);
 
-// Makes room for `frames` frames of `channels` floats; ends the process when the memory cannot be
-// had, since audio would have nowhere to go.
+// Makes room for `frames` frames of `channels` floats. Ends the process when allocation fails,
+// because there would be no place for the audio.
 void GrowOrDie(AudioBuffer& buffer, int32_t frames, int32_t channels);
 
 }  // namespace quorvel
