@@ -104,10 +104,11 @@ void AudioGraph::UpdateOutputAdapter() {
     const ScopedFlag hold(suspended);
     const int32_t width = ChainWidth();
     const int32_t outWidth = outputFormat.Format.nChannels;
-    if (width == 0 || outWidth == 0) return;
+    if (outWidth == 0) return;
+    const bool needsNone = width == outWidth || width == 0;
     const GUID& kind = outWidth > width ? kStreamExpanderBlockTypeId : kBypassBlockTypeId;
-    if (adapterBlock && (width == outWidth || !(adapterBlock->GetTypeId() == kind))) DropAdapter();
-    if (width == outWidth) return;
+    if (adapterBlock && (needsNone || !(adapterBlock->GetTypeId() == kind))) DropAdapter();
+    if (needsNone) return;
     const WidenRecord widen = {static_cast<uint32_t>(outWidth), upmixMode};
     const BypassParameters narrow = {static_cast<uint32_t>(outWidth)};
     const void* record = &narrow;

@@ -5,6 +5,13 @@
 #include "engine/node_configuration.h"
 
 namespace quorvel {
+namespace {
+
+void SilenceIfMute(const AudioBlock& block, float* out, int32_t frames) {
+    if (block.IsMute()) std::fill_n(out, int64_t{frames} * block.GetOutputChannels(), 0.0f);
+}
+
+}  // namespace
 
 void AudioGraph::Reset() QUORVEL_REAL_TIME {
     for (const auto& [id, block] : network.Blocks())
@@ -105,11 +112,13 @@ void AudioGraph::PassThrough(const float* in, float* out, int32_t frames) const 
 void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t frames) {
     AudioBlock& block = *node.block;
     const int32_t width = block.GetOutputChannels();
+    const int64_t outWidth = outputFormat.Format.nChannels;
     float* destination = out;
     if (node.outBuffer) {
         GrowOrDie(*node.outBuffer, frames, width);
         destination = node.outBuffer->data;
-    } else if (width != outputFormat.Format.nChannels) {  // a format is missing
+    } else if (width != outWidth) {  // the chain ends without channels, or a format is missing
+        std::fill_n(out, frames * outWidth, 0.0f);
         return;
     }
     if (node.inputs.size() < 2) {
@@ -119,7 +128,7 @@ void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t
         WidenInputs(node, frames);
         MixInputs(node, destination, frames);
     }
-    if (block.IsMute()) std::fill_n(destination, int64_t{frames} * width, 0.0f);
+    SilenceIfMute(block, destination, frames);
 }
 
 void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
@@ -129,6 +138,7 @@ void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
         GrowOrDie(*input.buffer, frames, node.mixChannels);
         if (!input.adapter) continue;  // a format is missing
         input.adapter->Process(input.buffer->data, input.buffer->data, frames);
+        SilenceIfMute(*input.adapter, input.buffer->data, frames);
     }
 }
 

@@ -77,7 +77,7 @@ class Life {
         const float gainDb = static_cast<float>(Below(24)) - 15.0f;
         if (type == kGainBlockTypeId) return Bytes({std::bit_cast<uint32_t>(gainDb)});
         if (type == kChannelExtractorBlockTypeId) return Bytes({Below(10) - 1});
-        if (type == kBypassBlockTypeId) return Bytes({1 + Below(3)});
+        if (type == kBypassBlockTypeId) return Bytes({OneOf({0, 1, 1, 2, 2, 2, 3})});
         if (type == kStreamExpanderBlockTypeId) return Bytes({OneOf({0, 2, 4, 6, 8}), Below(4)});
         return Bytes({2, Below(4) - 1, Below(4) - 1});  // the combiner's; others take anything
     }

@@ -50,7 +50,8 @@ class ProbeBlock final : public AudioBlock {
         for (int32_t f = 0; f < frames; ++f) {
             for (int32_t c = 0; c < outWidth; ++c) {
                 const int32_t source = f * width + (c < width ? c : width - 1);
-                out[f * outWidth + c] = copy[static_cast<size_t>(source)] * scale + offset;
+                const float sample = width > 0 ? copy[static_cast<size_t>(source)] : 0.0f;
+                out[f * outWidth + c] = sample * scale + offset;
             }
         }
     }

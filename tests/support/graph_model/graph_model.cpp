@@ -179,9 +179,9 @@ void GraphModel::DropAdapter() {
 void GraphModel::FitOutput() {
     const std::size_t blocks = nodes.size() - (adapterType ? 1 : 0);
     const int32_t width = blocks ? nodes[blocks - 1].block->GetOutputChannels() : processing.width;
-    if (width == 0 || output.width == 0) return;
+    if (output.width == 0) return;
     const GUID* type = nullptr;
-    if (output.width > width) type = &kStreamExpanderBlockTypeId;
+    if (width != 0 && output.width > width) type = &kStreamExpanderBlockTypeId;
     if (output.width < width) type = &kBypassBlockTypeId;
     if (type != adapterType) DropAdapter();
     if (!type) return;
