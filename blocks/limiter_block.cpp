@@ -18,6 +18,7 @@ void LimiterBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
 }
 
 void LimiterBlock::Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME {
+    isMute = !limiter.IsReady(channels);
     dynamics::ProcessLinked(limiter, in, out, frames, GetInputChannels());
 }
 

@@ -26,8 +26,7 @@ static_assert(offsetof(LimiterParameters, releaseMs) == 8);
 // Parameters act from the next frame. A record and a format rebuild the delay lines, which
 // allocates and gives a look-ahead of silence; the gain goes on from where it is. Both survive
 // Reset, not StartAfresh. While there are no delay lines (a rate of 0, an attack beyond
-// SimpleLimit's bounds, no memory) `out` is left unwritten: in place audio passes, otherwise `out`
-// keeps what it held.
+// SimpleLimit's bounds, no memory) `out` is left unwritten, see AudioBlock::IsMute.
 class LimiterBlock final : public AudioBlock {
   public:
     explicit LimiterBlock(const GUID& instanceId);

@@ -139,9 +139,11 @@ void MatrixDecoderBlock::Render(const float* in, uint32_t width, uint32_t mask, 
                                 int32_t frames) {
     const RendererInput* const input = FindRendererInput(mask);
     const auto channelsIn = static_cast<int32_t>(width);
-    if (!input || channelsIn < input->inputChannels) return;
+    isMute = !input || channelsIn < input->inputChannels;
+    if (isMute) return;
     renderer.inputChannels = RendererChannels(mask, channelsIn);
-    if (!rendererInput.Grow(BufferBytes(frames, renderer.inputChannels))) return;
+    isMute = !rendererInput.Grow(BufferBytes(frames, renderer.inputChannels));
+    if (isMute) return;
     ConvertForRenderer(*input, in, channelsIn, rendererInput.data, renderer.inputChannels, frames);
     RenderStereo(renderer, rendererInput.data, out, frames);
     for (int64_t i = 0; i < int64_t{2} * frames; ++i)

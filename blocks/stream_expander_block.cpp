@@ -63,6 +63,7 @@ bool StreamExpanderBlock::SetParameters(const void* record) {
 }
 
 void StreamExpanderBlock::ChooseExpansion() {
+    isMute = channels == 0;
     if (channels != 1) {
         expand = ExpandZeroFill;
     } else if (monoMode < kMonoExpansions.size()) {

@@ -26,7 +26,8 @@ static_assert(offsetof(StreamExpanderParameters, monoMode) == 4);
 //
 // Bounds: a target width below the input's is not supported; the channels that fit are copied. A
 // width of 2^31 channels or more is negative as a signed number, and nothing is written. Nor is
-// anything before the first SetFormat or SetParameters. Reset has nothing to clear.
+// anything before the first SetFormat or SetParameters, or of an input without channels (IsMute).
+// Reset has nothing to clear.
 class StreamExpanderBlock final : public AudioBlock {
   public:
     explicit StreamExpanderBlock(const GUID& instanceId);

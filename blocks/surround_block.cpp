@@ -10,6 +10,12 @@ namespace {
 
 constexpr GUID kNoId = {};
 
+// One side of a fade: silence where the block writes nothing.
+void RunOrSilence(AudioBlock& block, float* in, float* out, int32_t frames) {
+    block.Process(in, out, frames);
+    if (block.IsMute()) std::fill_n(out, int64_t{frames} * block.GetOutputChannels(), 0.0f);
+}
+
 }  // namespace
 
 SurroundBlock::SurroundBlock(const GUID& instanceId)
@@ -41,16 +47,18 @@ void SurroundBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
 
 void SurroundBlock::Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME {
     if (fadeRemaining != 0) return ProcessFade(in, out, frames);
-    if (enabled > 0) return decoder.Process(in, out, frames);
-    plain.Process(in, out, frames);
+    AudioBlock& running = enabled > 0 ? static_cast<AudioBlock&>(decoder) : plain;
+    running.Process(in, out, frames);
+    isMute = running.IsMute();
 }
 
 void SurroundBlock::ProcessFade(float* in, float* out, int32_t frames) {
     if (frames < 1) return;
     const int32_t count = std::min(fadeRemaining, frames);
     const bool hasScratch = scratch.Grow(BufferBytes(frames, GetOutputChannels()));
-    if (hasScratch) plain.Process(in, scratch.data, frames);
-    decoder.Process(in, out, frames);
+    if (hasScratch) RunOrSilence(plain, in, scratch.data, frames);
+    RunOrSilence(decoder, in, out, frames);
+    isMute = false;
     const float* const other = scratch.data;
     const int32_t width = hasScratch ? GetOutputChannels() : 0;  // 0: the gains go on alone
     if (enabled != 0)

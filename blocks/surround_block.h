@@ -23,7 +23,8 @@ static_assert(offsetof(SurroundParameters, decoderParameters) == 4);
 
 // Holds a MatrixDecoderBlock, heard when surround is on, and a BypassBlock to stereo, heard when it
 // is off and before the first record. The first record switches at once, each later change by a
-// linear crossfade of one second; a change during a fade starts a new one from its beginning.
+// linear crossfade of one second; a change during a fade starts a new one from its beginning. In a
+// fade, a block that writes nothing counts as silence; outside one, see AudioBlock::IsMute.
 //
 // The rest of the buffer in which a fade ends carries the decoder's signal, also at the end of a
 // fade to the plain one, which takes over with the next buffer.

@@ -63,7 +63,8 @@ class AudioBlock {
                               int32_t frames) QUORVEL_REAL_TIME;
 
     // Processes `in` (frames × GetInputChannels()) into `out` (frames × GetOutputChannels()). The
-    // two are the same buffer or do not overlap. The base class copies.
+    // two are the same buffer or do not overlap. A block that may leave `out` unwritten says so in
+    // IsMute. The base class copies.
     virtual void Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME;
 
     // Clears signal state: histories, envelopes, delay lines. The base class has none.
@@ -92,6 +93,9 @@ class AudioBlock {
     void StartAfresh() QUORVEL_REAL_TIME {
         if (startAfresh) startAfresh(*this);
     }
+    // Whether the last Process left its output unwritten: the block has no routine for its input,
+    // or lacks memory. The graph then fills the output with silence. Real-time.
+    bool IsMute() const { return isMute; }
 
     // Calls `callback(float* in, float* out)` for every sample in ascending order. Does
     // nothing when the block's input and output widths differ.
@@ -134,6 +138,7 @@ class AudioBlock {
     uint32_t channelMask = 0;     // speaker mask of the output
     GUID typeId{};                // set by the constructor of each concrete class
     GUID id{};                    // unique within a graph
+    bool isMute = false;          // kept up to date by blocks whose Process may write nothing
 
     // Makes StartAfresh call `Block::ClearState`. For the constructor of a block with state.
     template <typename Block>

@@ -6,16 +6,15 @@
 namespace quorvel {
 
 // Interleaved samples, frames × channels, in memory of the C allocator. Growing keeps the content,
-// so that a block can widen its input in place, and adds silence, so that a block that writes
-// nothing leaves nothing but earlier audio behind.
+// so that a block can widen its input in place, and adds zeros.
 struct AudioBuffer {
     AudioBuffer() = default;
     ~AudioBuffer();
     AudioBuffer(const AudioBuffer&) = delete;
     AudioBuffer& operator=(const AudioBuffer&) = delete;
 
-    // Makes room for `bytes` bytes; does nothing when there is room already. False when the memory
-    // cannot be had or `bytes` is above 4 GiB - 1; the old memory and content then stay.
+    // Makes room for `bytes` bytes; does nothing when there is room already. False when allocation
+    // fails or `bytes` is above 4 GiB - 1; the old memory and content then stay.
     bool Grow(uint64_t bytes);
 
     // Fills all of the memory with silence.

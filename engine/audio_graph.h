@@ -11,17 +11,18 @@
 // what is above full scale (output_limiter.h: it is no ceiling).
 //
 // Bounds: `out` is written only at its own width, and an input frame is read only as far as it
-// goes: where automatic width asks for more channels than the input has, the rest are silent.
+// goes: where automatic width asks for more channels than the input has, the rest are silent. A
+// block that writes nothing counts as silence, wherever it stands in the chain.
 //
 // Threads: the graph has no lock; its owner serialises every call. Process and Reset run on the
 // real-time thread, everything else on control threads, whose work may allocate. Process itself
 // allocates when a call brings more frames than 10 ms, when the processing width switches, and at
 // the first use of the narrowed input.
 //
-// Out of memory: structural changes throw std::bad_alloc, or leave the graph invalid. A pooled
-// buffer that cannot grow, and memory for a reconfiguration, end the process. Inside ChangeWhole
-// all of these throw, and the graph is what it was. A narrowed input that cannot be had is silence
-// for as many frames as do not fit.
+// Out of memory: structural changes throw std::bad_alloc, or leave the graph invalid. When a pooled
+// buffer cannot grow, or a reconfiguration lacks memory, the process ends. Inside ChangeWhole all of
+// these throw, and the graph is what it was. When the memory for a narrowed input is short, the
+// frames that do not fit are silence.
 #pragma once
 
 #include <cstdint>
@@ -59,8 +60,9 @@ class AudioGraph {
     // buffers stay for the next chain unless `resetFormats`.
     void Clear(bool resetFormats);
 
-    // true: later changes do not rebuild; Process then still runs what was built last. false:
-    // builds once and ends the suspension.
+    // true: later changes do not rebuild. Process goes on with the processing list of the last
+    // build (empty after Clear). When one of its blocks has changed its width meanwhile, Process
+    // first configures all of them, which allocates. false: builds once and ends the suspension.
     void SetUpdating(bool updating);
     bool IsSuspended() const { return suspended; }
 
@@ -161,8 +163,8 @@ class AudioGraph {
     // All of these configure the blocks anew, which needs both formats to have channels.
 
     // A format record is copied with its extension; a zero speaker mask becomes the default one. A
-    // null record changes nothing. Rates are in Hz. SetFormats begins a new stream: it also makes
-    // the output limiter forget what it heard, so that the graph sounds like a fresh one.
+    // null record changes nothing. Rates are in Hz. SetFormats begins a new stream: it also clears
+    // the output limiter, so that the graph sounds like a fresh one.
     void SetInputFormat(const WAVEFORMATEX* format);
     void SetInputFormat(uint16_t channelCount, uint32_t mask, uint32_t sampleRate);
     void SetOutputFormat(const WAVEFORMATEX* format);
@@ -260,14 +262,15 @@ class AudioGraph {
     bool ConfigureNodes(uint32_t rate);
     MemoryLack Lack() const;
     void UpdateOutputAdapter();
-    int32_t ChainWidth();
+    const AudioBlock* LastOfChain() const;
+    int32_t ChainWidth() const;
     void DropAdapter();
-    void DropUnfitPassThrough(int32_t width, int32_t outWidth);
     void PassInputThrough();
     bool PlaceAdapter(const void* record, const GUID& typeId);
 
     void FollowChannelActivity(uint32_t mask, int32_t frames);
     void SwitchProcessingWidth(uint32_t width, uint32_t mask);
+    bool IsConfigured() const;
     void RunChain(float* in, float* out, int32_t frames);
     int32_t NarrowInput(const float* in, int32_t frames);
     void PassThrough(const float* in, float* out, int32_t frames) const;

@@ -125,33 +125,28 @@ bool AudioGraph::ConfigureNodes(uint32_t rate) {
     return true;
 }
 
+// Which adapter is in place depends on the widths alone, not on earlier formats. One that is still
+// of the right kind is kept, because it remembers how it spread a mono chain.
 void AudioGraph::UpdateOutputAdapter() {
     const ScopedFlag hold(suspended);
-    const int32_t outWidth = outputFormat.Format.nChannels;
-    DropUnfitPassThrough(processingFormat.Format.nChannels, outWidth);
     const int32_t width = ChainWidth();
-    if (width == 0 || outWidth == 0 || width == outWidth) return;
+    const int32_t outWidth = outputFormat.Format.nChannels;
+    if (outWidth == 0) return;
+    const bool needsNone = width == outWidth || width == 0;
+    const GUID& kind = outWidth > width ? kStreamExpanderBlockTypeId : kBypassBlockTypeId;
+    if (adapterBlock && (needsNone || !(adapterBlock->GetTypeId() == kind))) DropAdapter();
+    if (needsNone) return;
     const WidenRecord widen = {static_cast<uint32_t>(outWidth), upmixMode};
     const BypassParameters narrow = {static_cast<uint32_t>(outWidth)};
-    const bool isPlaced = outWidth > width ? PlaceAdapter(&widen, kStreamExpanderBlockTypeId)
-                                           : PlaceAdapter(&narrow, kBypassBlockTypeId);
-    if (!isPlaced) return PassInputThrough();
+    const void* record = &narrow;
+    if (outWidth > width) record = &widen;
+    if (!PlaceAdapter(record, kind)) return PassInputThrough();
     ConfigureNode(processingList.Nodes().back(), processingFormat,
                   processingFormat.Format.nSamplesPerSec, UINT32_MAX, Lack());
 }
 
-// An invalid graph runs nothing but a lone adapter, and that only while input and output widths
-// differ in the adapter's direction. After a change of formats it could write frames wider than the
-// output has room for, so one that no longer fits goes.
-void AudioGraph::DropUnfitPassThrough(int32_t width, int32_t outWidth) {
-    if (valid || !outputBlock) return;
-    const bool widens = outputBlock->GetTypeId() == kStreamExpanderBlockTypeId;
-    if (width != outWidth && widens == (outWidth > width)) return;
-    ReleaseList();
-}
-
-// No adapter could be had for the chain, a hostile width of its last block being the likely reason:
-// the graph is invalid from now on. Its lone adapter, if it needs one, reads the input alone.
+// The adapter of the chain could not be allocated, most likely because the last block asks for an
+// absurd width. The graph becomes invalid, and a new adapter, if one is needed, reads the input.
 void AudioGraph::PassInputThrough() {
     const bool wasValid = valid;
     valid = false;
@@ -159,38 +154,40 @@ void AudioGraph::PassInputThrough() {
     if (wasValid) UpdateOutputAdapter();
 }
 
-// The width that the chain delivers ahead of its adapter. Takes an adapter away that has become
-// needless.
-int32_t AudioGraph::ChainWidth() {
-    if (!valid || !outputBlock) return processingFormat.Format.nChannels;
-    if (outputBlock != adapterBlock || adapterBlock->inputs.empty()) {
-        return outputBlock->GetOutputChannels();
-    }
-    const int32_t width = adapterBlock->inputs.front()->GetOutputChannels();
-    if (width != 0 && width == outputFormat.Format.nChannels) DropAdapter();
-    return width;
+// The last block ahead of the adapter; null when the adapter reads the input.
+const AudioBlock* AudioGraph::LastOfChain() const {
+    if (!adapterBlock) return outputBlock.get();
+    const auto& inputs = processingList.Nodes().back().inputs;
+    return inputs.empty() ? nullptr : inputs.front().source.get();
 }
 
-// The block ahead of the adapter writes straight into the output again.
+// The width that the chain delivers ahead of its adapter.
+int32_t AudioGraph::ChainWidth() const {
+    const AudioBlock* last = LastOfChain();
+    return last ? last->GetOutputChannels() : processingFormat.Format.nChannels;
+}
+
+// The block ahead of the adapter, if any, writes straight into the output again.
 void AudioGraph::DropAdapter() {
-    const BlockReference source = adapterBlock->inputs.front();
-    --processingList.Nodes().back().inputs.front().buffer->users;
-    GraphNode* sourceNode = processingList.Find(source.get());
-    if (sourceNode && sourceNode->outBuffer) {
-        --sourceNode->outBuffer->users;
-        sourceNode->outBuffer = nullptr;
+    outputBlock.reset();
+    const auto& inputs = processingList.Nodes().back().inputs;
+    if (!inputs.empty()) {
+        outputBlock = inputs.front().source;
+        --inputs.front().buffer->users;
+        GraphNode& source = *processingList.Find(outputBlock.get());
+        --source.outBuffer->users;
+        source.outBuffer = nullptr;
     }
     network.Remove(adapterBlock);
     processingList.DropLast();
-    outputBlock = source;
     adapterBlock.reset();
 }
 
-// Gives the record to the adapter in place when it is of that kind, else puts a new adapter behind
-// the output block. False when no adapter, or no buffer ahead of it, can be had.
+// Gives the record to the adapter in place, or puts a new one of that kind behind the output block.
+// False when the adapter, or the buffer ahead of it, cannot be allocated.
 bool AudioGraph::PlaceAdapter(const void* record, const GUID& typeId) {
-    if (outputBlock && outputBlock->isInternal && outputBlock->GetTypeId() == typeId) {
-        outputBlock->SetParameters(record);
+    if (adapterBlock) {
+        adapterBlock->SetParameters(record);
         return true;
     }
     const BlockReference adapter = CreateInternalBlock(record, typeId);

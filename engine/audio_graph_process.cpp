@@ -16,6 +16,10 @@ bool EndsFinite(const float* samples, int32_t frames, int32_t channels) {
     return std::all_of(last, last + channels, IsFinite);
 }
 
+void SilenceIfMute(const AudioBlock& block, float* out, int32_t frames) {
+    if (block.IsMute()) std::fill_n(out, int64_t{frames} * block.GetOutputChannels(), 0.0f);
+}
+
 }  // namespace
 
 void AudioGraph::Reset() QUORVEL_REAL_TIME {
@@ -40,13 +44,14 @@ uint32_t AudioGraph::Process(float* in, float* out, int32_t frames) QUORVEL_REAL
         if (onActiveChannelsChanged) onActiveChannelsChanged(mask);
     }
     FollowChannelActivity(mask, count);
+    if (suspended && !IsConfigured()) Reconfigure();
     RunChain(in, out, count);
     limiter.Process(out, count, outputFormat.Format.nChannels);
     return mask;
 }
 
 void AudioGraph::FollowChannelActivity(uint32_t mask, int32_t frames) {
-    constexpr uint32_t kWidestPlainInput = 2;  // no width to save up to here
+    constexpr uint32_t kWidestPlainInput = 2;  // such inputs always run at their own width
     detector.Update(mask, frames);
     uint32_t width = inputFormat.Format.nChannels;
     uint32_t widthMask = inputFormat.dwChannelMask;
@@ -66,6 +71,17 @@ void AudioGraph::SwitchProcessingWidth(uint32_t width, uint32_t mask) {
     Reconfigure();
 }
 
+// Whether every block still has the width it was configured with, and the last one the width of
+// the output. Blocks do not report a new width to a suspended graph.
+bool AudioGraph::IsConfigured() const {
+    const auto& nodes = processingList.Nodes();
+    const int32_t width = nodes.empty() ? processingFormat.Format.nChannels : nodes.back().width;
+    return width == outputFormat.Format.nChannels &&
+           std::ranges::all_of(nodes, [](const GraphNode& node) {
+               return node.width == node.block->GetOutputChannels();
+           });
+}
+
 void AudioGraph::RunChain(float* in, float* out, int32_t frames) {
     if (processingList.Nodes().empty()) {
         PassThrough(in, out, frames);
@@ -80,9 +96,9 @@ void AudioGraph::RunChain(float* in, float* out, int32_t frames) {
     std::fill_n(out + ready * outWidth, (frames - ready) * outWidth, 0.0f);
 }
 
-// Lays the input into the conversion buffer at the processing width, if that is another: the first
-// channels of each frame, or all of them and silence up to the width. Returns how many frames are
-// ready: fewer than there are only when the buffer cannot grow.
+// Copies the input into the conversion buffer when the processing width differs from the input's:
+// the first channels of each frame, or all of them and silence up to the width. Returns the number
+// of frames that are ready, which is smaller than `frames` only when the buffer cannot grow.
 int32_t AudioGraph::NarrowInput(const float* in, int32_t frames) {
     const std::size_t inWidth = inputFormat.Format.nChannels;
     const std::size_t width = processingFormat.Format.nChannels;
@@ -99,26 +115,28 @@ int32_t AudioGraph::NarrowInput(const float* in, int32_t frames) {
     return frames;
 }
 
-// No more than either buffer holds, should the widths differ for want of an adapter.
+// Copies at most what either buffer holds, in case the widths differ because no adapter could be
+// allocated. The rest of the output is silence.
 void AudioGraph::PassThrough(const float* in, float* out, int32_t frames) const {
-    if (out == in) return;
     const std::size_t count = static_cast<std::size_t>(frames);
     const std::size_t outSamples = count * outputFormat.Format.nChannels;
     const std::size_t inSamples =
         count * std::min(inputFormat.Format.nChannels, processingFormat.Format.nChannels);
     const std::size_t copied = std::min(inSamples, outSamples);
-    std::copy_n(in, copied, out);
-    if (copied != 0) std::fill_n(out + copied, outSamples - copied, 0.0f);
+    if (out != in) std::copy_n(in, copied, out);
+    std::fill_n(out + copied, outSamples - copied, 0.0f);
 }
 
 void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t frames) {
     AudioBlock& block = *node.block;
     const int32_t width = block.GetOutputChannels();
+    const int64_t outWidth = outputFormat.Format.nChannels;
     float* destination = out;
     if (node.outBuffer) {
         GrowOrDie(*node.outBuffer, frames, width);
         destination = node.outBuffer->data;
-    } else if (width != outputFormat.Format.nChannels) {
+    } else if (width != outWidth) {  // the chain ends without channels, or a format is missing
+        std::fill_n(out, frames * outWidth, 0.0f);
         return;
     }
     if (node.inputs.size() < 2) {
@@ -128,6 +146,7 @@ void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t
         WidenInputs(node, frames);
         MixInputs(node, destination, frames);
     }
+    SilenceIfMute(block, destination, frames);
     if (!EndsFinite(destination, frames, width)) block.StartAfresh();
 }
 
@@ -136,14 +155,14 @@ void AudioGraph::WidenInputs(GraphNode& node, int32_t frames) {
     for (BlockInput& input : node.inputs) {
         if (input.source->GetOutputChannels() >= node.mixChannels) continue;
         GrowOrDie(*input.buffer, frames, node.mixChannels);
-        // A source that became narrower while the graph was suspended has no adapter yet.
-        if (!input.adapter) continue;
+        if (!input.adapter) continue;  // a format is missing
         input.adapter->Process(input.buffer->data, input.buffer->data, frames);
+        SilenceIfMute(*input.adapter, input.buffer->data, frames);
     }
 }
 
-// The sum of the inputs is as wide as they are; where the block delivers less, the sum would not
-// fit into its destination. A block that then writes nothing leaves the front of the sum there.
+// The sum is as wide as the inputs. Where the block's output is narrower, the sum does not fit into
+// the destination and gets a buffer of its own.
 void AudioGraph::MixInputs(GraphNode& node, float* destination, int32_t frames) {
     AudioBlock& block = *node.block;
     if (!NarrowsItsSum(node)) {

@@ -55,6 +55,8 @@ bool BypassBlock::SetParameters(const void* record) {
 
 void BypassBlock::SelectDownmix() {
     downmix = FindFoldDown(channelMask, outputChannelCount);
+    const bool folds = downmix && outputChannelCount != channels;
+    isMute = !downmix || (folds && GetInputChannels() < downmix->inputChannels);
 }
 
 }  // namespace quorvel

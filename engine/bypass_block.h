@@ -16,11 +16,11 @@ static_assert(sizeof(BypassParameters) == 4);
 // The routine is chosen at configuration, by the speaker mask of the input and the output width
 // (engine/fold_down.h). Per buffer:
 //
-//   no routine                    nothing is written, `out` stays as it was
+//   no routine                    nothing is written, `out` stays as it was; IsMute
 //   output as wide as the input   the samples pass unchanged
 //   else                          every frame is folded
 //
-// A mask may claim more speakers than the input has channels; folding would then read past the
+// A mask may claim more speakers than the input has channels. Folding would then read past the
 // frame, so nothing is written, as without a routine. `in` and `out` may be one buffer.
 // Reset has nothing to clear.
 class BypassBlock final : public AudioBlock {

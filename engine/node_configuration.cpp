@@ -89,9 +89,9 @@ bool ConfigureNode(GraphNode& node, const AudioFormat& chainFormat, uint32_t rat
     } else {
         ConfigureMixedNode(node, rate, lack);
     }
-    const int32_t width = node.block->GetOutputChannels();
-    if (static_cast<uint32_t>(width) > widestOutput) return false;
-    if (node.outBuffer) GrowFor(*node.outBuffer, PlannedFrames(rate), width, lack);
+    node.width = node.block->GetOutputChannels();
+    if (static_cast<uint32_t>(node.width) > widestOutput) return false;
+    if (node.outBuffer) GrowFor(*node.outBuffer, PlannedFrames(rate), node.width, lack);
     return true;
 }
 

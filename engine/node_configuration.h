@@ -25,7 +25,8 @@ bool NarrowsItsSum(const GraphNode& node);
 // Makes room for `frames` frames of `channels` floats.
 void GrowFor(AudioBuffer& buffer, int32_t frames, int32_t channels, MemoryLack lack);
 
-// The same while sound is processed: ends the process when the memory cannot be had.
+// The same while sound is processed. Ends the process when allocation fails, because there would be
+// no place for the audio.
 void GrowOrDie(AudioBuffer& buffer, int32_t frames, int32_t channels);
 
 }  // namespace quorvel

@@ -9,8 +9,8 @@
 namespace quorvel {
 
 // Lets peaks above full scale rise only a tenth of a decibel per decibel: a compressor with
-// threshold 0 dB, ratio 0.1, attack 1 ms, release 200 ms, one gain for all channels. It knows no
-// ceiling: an onset is as loud as it came until the attack has passed.
+// threshold 0 dB, ratio 0.1, attack 1 ms, release 200 ms, one gain for all channels. It is no hard
+// ceiling: an onset passes at full level until the attack has passed.
 //
 // Threads: no lock; the graph's owner serialises the calls. Nothing allocates.
 class OutputLimiter {
@@ -21,7 +21,7 @@ class OutputLimiter {
     // Rate in Hz; the envelope goes on from where it is.
     void SetSampleRate(double hertz);
 
-    // Lets go of the level followed so far. Real-time.
+    // Clears the envelope. Real-time.
     void StartAfresh() QUORVEL_REAL_TIME { compressor.ResetRuntime(); }
 
     // Limits `samples` (frames × channels, interleaved) in place; nothing happens when a count is 0

@@ -135,7 +135,7 @@ double SimpleLimit::ComputeGain(double peak) QUORVEL_REAL_TIME {
 
 void SimpleLimit::ProcessFrame(const float* input, float* output,
                                uint32_t channels) QUORVEL_REAL_TIME {
-    if (bufferSize == 0 || delayLines.size() != channels) return;
+    if (!IsReady(channels)) return;
     double peak = 0.0;
     for (uint32_t c = 0; c < channels; ++c) {
         const double magnitude = std::fabs(static_cast<double>(input[c]));

@@ -73,9 +73,13 @@ class SimpleLimit {
     // Builds a delay line for each of `count` channels.
     void SetChannelCount(uint32_t count);
 
+    // Whether there is a buffer, and a delay line for each of `channels` channels. Real-time.
+    bool IsReady(uint32_t channels) const QUORVEL_REAL_TIME {
+        return bufferSize != 0 && delayLines.size() == channels;
+    }
+
     // One frame of `channels` samples; `input` and `output` may be the same. Leaves `output`
-    // unwritten and its own state untouched when there is no buffer or not as many delay lines as
-    // channels. Real-time.
+    // unwritten and its own state untouched unless IsReady(channels). Real-time.
     void ProcessFrame(const float* input, float* output, uint32_t channels) QUORVEL_REAL_TIME;
 
     // The leading ones of `frames` frames, as many as make whole vectors, with the bits of

@@ -1,8 +1,7 @@
-// Which chains are valid, in what order they run, and which buffers they share.
+// Which edits are refused, and which buffers the blocks share.
 #include <gtest/gtest.h>
 
 #include <array>
-#include <string>
 
 #include "engine/audio_graph.h"
 #include "engine/block_type_ids.h"
@@ -15,52 +14,8 @@ using test::AddProbes;
 using test::Links;
 using test::MakeProbe;
 using test::NumberedId;
-using test::Order;
 using test::SetStereo;
 using test::UsedBuffers;
-
-struct TopologyCase {
-    const char* name;
-    uint32_t blocks;
-    Links links;
-    bool isValid;
-    std::vector<uint32_t> order;  // 0: a block of the graph's own
-};
-
-const std::vector<TopologyCase> kTopologies = {
-    {"Empty", 0, {}, true, {}},
-    {"Single", 1, {}, true, {1}},
-    {"ChainAgainstIdOrder", 3, {{3, 2}, {2, 1}}, true, {3, 2, 1}},
-    {"DiamondWithTwoLinks", 4, {{1, 2}, {1, 3}, {3, 4}, {2, 4}}, true, {1, 3, 2, 4}},
-    {"TwoTailsOneHead", 3, {{2, 3}, {2, 1}}, true, {2, 1, 3, 0}},
-    {"ThreeTailsDeep", 5, {{5, 4}, {4, 3}, {4, 2}, {5, 1}}, true, {5, 1, 4, 2, 3, 0}},
-    {"TwoTailsTwoHeads", 4, {{1, 2}, {3, 4}}, false, {}},
-    {"TwoHeadsOneTail", 3, {{1, 3}, {2, 3}}, true, {1, 2, 3}},
-    {"UnlinkedBlock", 3, {{1, 2}}, false, {}},
-    {"SelfLink", 1, {{1, 1}}, false, {}},
-    {"SelfLinkBesideChain", 3, {{1, 2}, {3, 3}}, false, {}},
-    {"CycleWithoutTail", 2, {{1, 2}, {2, 1}}, false, {}},
-    {"CycleBeforeTail", 3, {{1, 2}, {2, 1}, {2, 3}}, false, {}},
-    {"CycleOffTheChain", 4, {{1, 2}, {3, 4}, {4, 3}}, false, {}},
-    {"TailsWalkIntoACycle", 4, {{1, 2}, {2, 1}, {1, 3}, {2, 4}}, false, {}},
-    {"DuplicateLink", 2, {{1, 2}, {1, 2}}, true, {1, 2}},
-    {"LinkToNowhere", 2, {{1, 2}, {1, 9}, {9, 2}}, true, {1, 2}},
-};
-
-class Topology : public testing::TestWithParam<TopologyCase> {};
-
-TEST_P(Topology, BuildsInDependencyOrderOrIsRefused) {
-    const TopologyCase& expected = GetParam();
-    AudioGraph graph;
-    SetStereo(graph);
-    AddProbes(graph, expected.blocks, expected.links);
-    EXPECT_EQ(graph.IsValid(), expected.isValid);
-    EXPECT_EQ(Order(graph), expected.order);
-    EXPECT_EQ(static_cast<bool>(graph.OutputBlock()), !expected.order.empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(All, Topology, testing::ValuesIn(kTopologies),
-                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(AudioGraphStructure, SecondBlockWithAnIdIsRefused) {
     AudioGraph graph;
@@ -83,24 +38,6 @@ TEST(AudioGraphStructure, BlocksOfOtherGraphsAreNotLinked) {
     EXPECT_FALSE(graph.Unlink(foreign, mine));
     EXPECT_FALSE(graph.RemoveBlock(foreign));
     EXPECT_TRUE(mine->outputs.empty());
-}
-
-TEST(AudioGraphStructure, AppendLinksBehindTheNamedBlockOrTheFirstTail) {
-    AudioGraph graph;
-    SetStereo(graph);
-    graph.AppendBlock(MakeProbe(5), nullptr);
-    graph.AppendBlock(MakeProbe(3), nullptr);  // behind the only tail
-    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{5, 3}));
-    graph.AppendBlock(MakeProbe(4), graph.FindBlock(NumberedId(5)));  // now two tails and a mixer
-    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{5, 3, 4, 0}));
-    graph.AppendBlock(MakeProbe(6), nullptr);  // behind tail 3, through the mixer's removal
-    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{5, 4, 3, 6, 0}));
-    graph.AppendBlock(MakeProbe(7), MakeProbe(99));  // unknown: nothing happens
-    EXPECT_FALSE(graph.FindBlock(NumberedId(7)));
-    graph.AppendBlock(graph.FindBlock(NumberedId(6)), graph.FindBlock(NumberedId(4)));
-    EXPECT_EQ(Order(graph), (std::vector<uint32_t>{5, 3, 4, 6}));
-    EXPECT_FALSE(graph.AppendNewBlockWithParameters(nullptr, kMixerBlockTypeId, NumberedId(8),
-                                                    MakeProbe(99)));
 }
 
 TEST(AudioGraphStructure, BlockIdsAreWrittenOnePastTheCount) {

@@ -4,11 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <vector>
 
 #include "blocks/compressor_block.h"
@@ -149,97 +145,6 @@ TEST(GraphFromChain, LiveEditsFollowTheChain) {
     graph.RemoveBlockById(NumberedId(1));
     graph.Process(in.data(), out.data(), 480);
     EXPECT_FLOAT_EQ(out[0], 0.05f);
-}
-
-// A block that is retuned while it runs makes the graph follow its new width.
-TEST(GraphFromChain, NewWidthOfARunningBlockReconfiguresTheGraph) {
-    struct {
-        GUID kind;
-        Numbers narrow;  // the first record, for an output of two channels
-        Numbers other;
-        int32_t otherWidth;
-    } cases[] = {
-        {kStreamExpanderBlockTypeId, {2, 1}, {4, 1}, 4},
-        {kBypassBlockTypeId, {2, 0}, {1, 0}, 1},
-        {kChannelsCombinerBlockTypeId, {1, 0}, {1, 3}, 5},  // one stereo input, moved up to 3
-    };
-    for (const auto& test : cases) {
-        AudioGraph graph;
-        graph.SetNoiseEnabled(false);
-        ChainMaker maker;
-        maker.Block(1, kStreamExpanderBlockTypeId, Numbers{2, 1})
-            .Block(2, test.kind, test.narrow)
-            .Block(3, kGainBlockTypeId, 0.0f);
-        maker.Link(1, 2).Link(2, 3);
-        BuildGraphFromChain(graph, maker.Chain());
-        graph.SetInputFormat(1, 4, 48000);
-        graph.SetOutputFormat(2, 3, 48000);
-        EXPECT_EQ(graph.Nodes().size(), 3u);
-        EXPECT_TRUE(graph.FindBlock(NumberedId(2))->SetParameters(&test.other));
-        EXPECT_EQ(graph.FindBlock(NumberedId(3))->GetOutputChannels(), test.otherWidth);
-        EXPECT_EQ(graph.Nodes().size(), 4u);  // an output adapter has joined
-        EXPECT_TRUE(graph.FindBlock(NumberedId(2))->SetParameters(&test.narrow));
-        EXPECT_EQ(graph.Nodes().size(), 3u);
-        std::vector<float> in(480, 0.25f), out(2 * 480, 9.0f);
-        graph.Process(in.data(), out.data(), 480);
-        EXPECT_EQ(out, std::vector<float>(2 * 480, 0.25f));
-    }
-}
-
-// The sum of several inputs is wider than what these blocks deliver.
-TEST(GraphFromChain, NarrowingBlocksSumTheirInputsWithinBounds) {
-    struct {
-        GUID kind;
-        std::array<uint32_t, 2> record;
-        float left;  // of two times eight channels of 0.01
-    } cases[] = {
-        {kChannelExtractorBlockTypeId,
-         {3, 0},
-         0.02f * 0.70794576f},  // the adapter spreads the mono
-        {kBypassBlockTypeId, {2, 0}, 0.0926994830f},
-        {kStreamExpanderBlockTypeId, {2, 0}, 0.02f},
-    };
-    for (const auto& test : cases) {
-        for (const bool isLast : {true, false}) {
-            AudioGraph graph;
-            graph.SetNoiseEnabled(false);
-            graph.SetUpmixMode(2);
-            ChainMaker maker;
-            maker.Block(1, kGainBlockTypeId, 0.0f)
-                .Block(2, kGainBlockTypeId, 0.0f)
-                .Block(3, test.kind, test.record);
-            maker.Link(1, 2).Link(1, 3).Link(2, 3);
-            if (!isLast) maker.Block(4, kGainBlockTypeId, 0.0f).Link(3, 4);
-            BuildGraphFromChain(graph, maker.Chain());
-            graph.SetInputFormat(8, 0x63F, 48000);
-            graph.SetOutputFormat(2, 3, 48000);
-            std::vector<float> in(8 * 480, 0.01f), out(2 * 480 + 64, 9.0f);
-            graph.Process(in.data(), out.data(), 480);
-            EXPECT_NEAR(out[958], test.left, 1e-7f);
-            EXPECT_NEAR(out[959], test.left, 1e-7f);
-            EXPECT_EQ(std::ranges::count(out, 9.0f), 64);
-        }
-    }
-}
-
-// A block that writes nothing leaves silence or earlier audio, never what the heap held.
-TEST(GraphFromChain, UnwrittenBuffersAreSilent) {
-    ChainMaker maker;
-    maker.Block(1, kGainBlockTypeId, 0.0f)
-        .Block(2, kBypassBlockTypeId, uint32_t{2})  // has no fold-down for two unknown speakers
-        .Block(3, kGainBlockTypeId, 0.0f)
-        .Block(4, kMixerBlockTypeId, 0.0f);
-    maker.Link(1, 2).Link(1, 3).Link(2, 4).Link(3, 4);
-    const std::unique_ptr<void, void (*)(void*)> rubbish(std::malloc(1 << 16), std::free);
-    std::memset(rubbish.get(), 0x7F, 1 << 16);
-    AudioGraph graph;
-    graph.SetNoiseEnabled(false);
-    BuildGraphFromChain(graph, maker.Chain());
-    graph.SetInputFormat(2, 0x30, 48000);
-    graph.SetOutputFormat(2, 3, 48000);
-    std::vector<float> in(960, 0.25f), out(960);
-    graph.Process(in.data(), out.data(), 480);
-    EXPECT_EQ(out, in);
 }
 
 }  // namespace

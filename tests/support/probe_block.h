@@ -46,13 +46,12 @@ class ProbeBlock final : public AudioBlock {
         lastOut = out;
         const auto width = static_cast<int32_t>(channels);
         const int32_t outWidth = GetOutputChannels();
-        std::vector<float> frame(channels);
+        const std::vector<float> copy(in, in + int64_t{width} * frames);  // `out` may be `in`
         for (int32_t f = 0; f < frames; ++f) {
-            for (int32_t c = 0; c < width; ++c)
-                frame[static_cast<size_t>(c)] = in[f * width + c];
             for (int32_t c = 0; c < outWidth; ++c) {
-                const auto source = static_cast<size_t>(c < width ? c : width - 1);
-                out[f * outWidth + c] = frame[source] * scale + offset;
+                const int32_t source = f * width + (c < width ? c : width - 1);
+                const float sample = width > 0 ? copy[static_cast<size_t>(source)] : 0.0f;
+                out[f * outWidth + c] = sample * scale + offset;
             }
         }
     }
