@@ -105,6 +105,7 @@ uint32_t MatrixDecoderBlock::GetChannelMask() const {
 void MatrixDecoderBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
     AudioBlock::SetFormat(width, mask, rate);
     renderer.rateCode = StereoRendererRateCode(rate);
+    renderer.sampleRate = rate;
     SetUpDecoder();
     decoderChanged = delaysChanged = false;
     decodedDelays.Drop();

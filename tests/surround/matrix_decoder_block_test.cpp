@@ -42,7 +42,7 @@ Samples Hear(AudioBlock& block, const Samples& in, std::size_t blockFrames = 480
 
 Samples Render(const Samples& in, int32_t channels, int32_t rate) {
     std::vector<std::byte> memory(kStereoRendererMemory);
-    StereoRendererState state{channels, StereoRendererRateCode(rate), memory.data()};
+    StereoRendererState state{channels, StereoRendererRateCode(rate), memory.data(), rate};
     const auto frames = static_cast<int32_t>(in.size()) / channels;
     Samples out(2 * static_cast<std::size_t>(frames));
     RenderStereo(state, in.data(), out.data(), frames);
