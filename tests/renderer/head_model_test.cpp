@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "blocks/surround/head_renderer.h"
+#include "tests/support/ear_measures.h"
+
 namespace quorvel {
 namespace {
 
@@ -53,6 +56,26 @@ TEST(HeadModel, LeadsStraightFromRowToRow) {
             ExpectCurves(direction.nearEar, row.nearEar, azimuth);
             ExpectCurves(direction.farEar, row.farEar, azimuth);
         }
+    }
+}
+
+TEST(HeadModel, TellsItsLevel) {
+    constexpr std::size_t kLength = 8192;
+    std::vector<float> in(kLength);
+    in[0] = 1.9952623f;  // the renderer gives half
+    for (double azimuth = 0.0; azimuth <= 180.0; azimuth += 7.5) {
+        HeadRenderer renderer;
+        const SoundSource source{0, azimuth};
+        renderer.Place({&source, 1}, 1, 48000.0);
+        std::vector<float> out(2 * kLength);
+        renderer.Render(in.data(), out.data(), kLength);
+        test::EarResponse ears;
+        for (std::size_t i = 0; i < kLength; ++i) {
+            ears.left.push_back(out[2 * i]);
+            ears.right.push_back(out[2 * i + 1]);
+        }
+        EXPECT_NEAR(test::LoudnessDb(ears), LevelDbAt(azimuth), 0.5) << azimuth;
+        EXPECT_EQ(LevelDbAt(-azimuth), LevelDbAt(azimuth));
     }
 }
 
