@@ -66,17 +66,19 @@ uint16_t FlagsWord(const MatrixDecoderParameters& options, const Mode& mode) {
 // the decoder's sides go then.
 struct MatrixDecoderBlock::Layout {
     uint32_t mask;
-    int32_t channels;  // at least
-    int32_t pair;      // its left channel
-    int32_t kept;      // channels, from the first on; 0: the frame is the decoder's
-    Slot sidesTo;      // the left one
+    int32_t channels;        // at least
+    int32_t pair;            // its left channel
+    int32_t kept;            // channels, from the first on; 0: the frame is the decoder's
+    Slot sidesTo;            // the left one
+    DecoderOutputs outputs;  // that have a place in the frame then
 };
 
 const MatrixDecoderBlock::Layout* MatrixDecoderBlock::FindLayout(uint32_t width, uint32_t mask) {
-    static constexpr Layout kLayouts[] = {{kStereo, 2, 0, 0, kFrontLeft},
-                                          {0x33, 4, 2, 2, kCentre},
-                                          {0x3F, 6, 4, 4, kBackLeft},
-                                          {0x60F, 6, 4, 4, kBackLeft}};
+    using enum DecoderOutputs;
+    static constexpr Layout kLayouts[] = {{kStereo, 2, 0, 0, kFrontLeft, All},
+                                          {0x33, 4, 2, 2, kCentre, FrontAndBacks},
+                                          {0x3F, 6, 4, 4, kBackLeft, FrontAndSides},
+                                          {0x60F, 6, 4, 4, kBackLeft, FrontAndSides}};
     const uint32_t wanted = width == 2 ? kStereo : mask;
     const auto* row = std::ranges::find(kLayouts, wanted, &Layout::mask);
     const bool isWideEnough =
@@ -122,6 +124,8 @@ void MatrixDecoderBlock::SetUpDecoder() {
     const auto rateCode = static_cast<uint32_t>(rate - kDecoderRates);
     decoder.modeWord = static_cast<uint16_t>(rateCode << 12 | mode.code << 5 | kModeWordBase);
     decoder.flagsWord = FlagsWord(settings, mode);
+    const Layout* const layout = FindLayout(inputChannels, channelMask);
+    decoder.outputs = layout ? layout->outputs : DecoderOutputs::All;
     RunMatrixDecoder(kDecoderInitialise, &decoder);
     decoderChanged = delaysChanged = false;
     decodedDelays.Drop();

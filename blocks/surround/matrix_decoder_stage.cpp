@@ -29,6 +29,7 @@ struct Decoder {
     uint32_t initialised = 0;
     uint16_t modeWord = 0;
     uint16_t flagsWord = 0;
+    DecoderOutputs outputs = DecoderOutputs::All;
     float trim = 0.0f;
     float balanceRangeDb = 0.0f;
     int32_t isBalancing = 0;
@@ -66,6 +67,10 @@ void SetTrim(Decoder& decoder, float trim) {
     decoder.balanceRangeDb = 20.0f * std::log10(isUsable ? trim : kUsualTrim);
 }
 
+DecoderOptions OptionsOf(const MatrixDecoderConfiguration& words) {
+    return ReadDecoderOptions(words.modeWord, words.flagsWord, words.outputs);
+}
+
 void SetFlags(Decoder& decoder, const DecoderOptions& options, uint16_t flagsWord) {
     decoder.flagsWord = flagsWord;
     decoder.isBalancing = options.balances;
@@ -78,10 +83,10 @@ void SetFlags(Decoder& decoder, const DecoderOptions& options, uint16_t flagsWor
 
 void Initialise(Decoder& decoder, const MatrixDecoderConfiguration& configuration) {
     decoder = Decoder{};
-    const DecoderOptions options =
-        ReadDecoderOptions(configuration.modeWord, configuration.flagsWord);
+    const DecoderOptions options = OptionsOf(configuration);
     decoder.initialised = kInitialised;
     decoder.modeWord = configuration.modeWord;
+    decoder.outputs = configuration.outputs;
     decoder.tickFrames = static_cast<int32_t>(std::lround(options.sampleRate / kTicksPerSecond));
     decoder.framesToTick = decoder.tickFrames;
     decoder.tickSeconds = static_cast<float>(decoder.tickFrames / options.sampleRate);
@@ -94,12 +99,12 @@ void Initialise(Decoder& decoder, const MatrixDecoderConfiguration& configuratio
 }
 
 void TakeUpChanges(Decoder& decoder, const MatrixDecoderConfiguration& configuration) {
-    if (decoder.initialised != kInitialised || decoder.modeWord != configuration.modeWord)
+    if (decoder.initialised != kInitialised || decoder.modeWord != configuration.modeWord ||
+        decoder.outputs != configuration.outputs)
         return Initialise(decoder, configuration);
     if (decoder.trim != configuration.trim) SetTrim(decoder, configuration.trim);
     if (decoder.flagsWord == configuration.flagsWord) return;
-    SetFlags(decoder, ReadDecoderOptions(configuration.modeWord, configuration.flagsWord),
-             configuration.flagsWord);
+    SetFlags(decoder, OptionsOf(configuration), configuration.flagsWord);
     decoder.glideTicks = static_cast<int32_t>(kGlideSeconds / decoder.tickSeconds);
 }
 
@@ -135,12 +140,14 @@ void WriteOutputs(const MatrixDecoderConfiguration& configuration, std::ptrdiff_
                   const Stretch& stretch, int32_t frames) {
     using enum DecoderChannel;
     constexpr DecoderChannel kFronts[] = {FrontLeft, FrontRight, FrontCentre};
-    constexpr DecoderChannel kRears[] = {SideLeft, SideRight, BackLeft, BackRight};
+    constexpr DecoderChannel kRears[][4] = {{SideLeft, SideRight, BackLeft, BackRight},
+                                            {BackLeft, BackRight, SideLeft, SideRight}};
+    const auto& rears = kRears[configuration.outputs == DecoderOutputs::FrontAndSides ? 1 : 0];
     const SpeakerImage& first = stretch.outputs[0];
     for (int i = 0; i < 3; ++i)
         WriteChannel(Channel(configuration, kFronts[i]) + start, first.front + i, frames);
     for (int i = 0; i < 4; ++i)
-        WriteChannel(Channel(configuration, kRears[i]) + start, first.rear + i, frames);
+        WriteChannel(Channel(configuration, rears[i]) + start, first.rear + i, frames);
     WriteChannel(Channel(configuration, LowFrequency) + start, first.front + 3, frames);
 }
 

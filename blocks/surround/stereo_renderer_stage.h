@@ -15,8 +15,8 @@
 // What reaches the ears from a direction is calculated relative to straight ahead (head_model.h): a
 // centre channel has no colour at all. All but the centre also have a few weak reflections
 // (early_reflections.h). The result is scaled by 10^(-6/20), and the caller raises it by 6 dB; then
-// a centre stands at -3.01 dB in each ear and every other channel is about as loud as in a fold-down
-// that takes what surrounds at -3 dB: to 0.3 dB, and 0.7 to 1.1 dB softer from 150° on.
+// a centre stands at -3.01 dB in each ear and every other channel is about as loud as in a
+// fold-down that takes what surrounds at -3 dB: to 0.3 dB, and 0.7 to 1.1 dB softer from 150° on.
 //
 // Times and frequencies are the same at every sample rate from 3 kHz to 384 kHz: at 90° the far ear
 // hears 0.70 to 0.74 ms later. Slower rates cannot carry what tells directions apart.

@@ -10,35 +10,17 @@
 
 #include "tests/support/allocation_faults.h"
 #include "tests/support/samples.h"
+#include "tests/surround/heard.h"
 
 namespace quorvel {
 namespace {
 
+using test::Hear;
+using test::MakeBlock;
 using Samples = std::vector<float>;
 
-constexpr GUID kNoId{};
 constexpr float kSixDb = 1.9952623f;
 constexpr float kUntouched = test::kUntouched;
-
-std::unique_ptr<MatrixDecoderBlock> MakeBlock(const MatrixDecoderParameters& parameters,
-                                              int32_t channels, uint32_t mask,
-                                              int32_t rate = 48000) {
-    auto block = std::make_unique<MatrixDecoderBlock>(kNoId);
-    EXPECT_TRUE(block->SetParameterData(&parameters, sizeof(parameters)));
-    block->SetFormat(channels, mask, rate);
-    return block;
-}
-
-Samples Hear(AudioBlock& block, const Samples& in, std::size_t blockFrames = 480) {
-    const auto channels = static_cast<std::size_t>(block.GetInputChannels());
-    const std::size_t frames = in.size() / channels;
-    Samples input = in, out(2 * frames, kUntouched);
-    for (std::size_t f = 0; f < frames; f += blockFrames) {
-        const std::size_t count = std::min(blockFrames, frames - f);
-        block.Process(input.data() + f * channels, out.data() + 2 * f, static_cast<int32_t>(count));
-    }
-    return out;
-}
 
 Samples Render(const Samples& in, int32_t channels, int32_t rate) {
     std::vector<std::byte> memory(kStereoRendererMemory);
@@ -104,7 +86,8 @@ class Delay {
 
 // What the decoder must give for the pair that starts at channel `pair` of `in`: eight slots.
 Samples Decode(const Samples& in, std::size_t channels, std::size_t pair, uint16_t modeWord,
-               uint16_t flagsWord, const std::array<std::size_t, 8>& delays) {
+               uint16_t flagsWord, const std::array<std::size_t, 8>& delays,
+               DecoderOutputs outputs = DecoderOutputs::All) {
     std::vector<std::byte> memory(kMatrixDecoderMemory);
     const std::size_t frames = in.size() / channels;
     Samples slots(8 * frames);
@@ -113,6 +96,7 @@ Samples Decode(const Samples& in, std::size_t channels, std::size_t pair, uint16
         slots[8 * f + 1] = in[channels * f + pair + 1];
     }
     MatrixDecoderConfiguration configuration{.modeWord = modeWord, .flagsWord = flagsWord};
+    configuration.outputs = outputs;
     configuration.state = memory.data();
     configuration.frames = static_cast<int16_t>(frames);
     constexpr std::size_t kOrder[] = {0, 2, 1, 6, 7, 3, 4, 5};
@@ -201,13 +185,20 @@ TEST(MatrixDecoderBlock, DecodesPairs) {
         std::size_t channels;
         uint32_t mask;
         std::size_t pair, kept, sidesTo;
-    } kLayouts[] = {{2, 0x3, 0, 0, 0},  {2, 0, 0, 0, 0},    {2, 0x33, 0, 0, 0}, {3, 0x3, 0, 0, 0},
-                    {4, 0x33, 2, 2, 2}, {6, 0x3F, 4, 4, 4}, {6, 0x60F, 4, 4, 4}};
+        DecoderOutputs outputs = DecoderOutputs::All;
+    } kLayouts[] = {{2, 0x3, 0, 0, 0},
+                    {2, 0, 0, 0, 0},
+                    {2, 0x33, 0, 0, 0},
+                    {3, 0x3, 0, 0, 0},
+                    {4, 0x33, 2, 2, 2, DecoderOutputs::FrontAndBacks},
+                    {6, 0x3F, 4, 4, 4, DecoderOutputs::FrontAndSides},
+                    {6, 0x60F, 4, 4, 4, DecoderOutputs::FrontAndSides}};
     for (const auto& [parameters, modeWord, flagsWord, delays] : kCases) {
         for (const auto& layout : kLayouts) {
             SCOPED_TRACE(testing::Message() << modeWord << ", mask " << layout.mask);
             const Samples in = test::Noise(2000 * layout.channels, 5);
-            Samples slots = Decode(in, layout.channels, layout.pair, modeWord, flagsWord, delays);
+            Samples slots = Decode(in, layout.channels, layout.pair, modeWord, flagsWord, delays,
+                                   layout.outputs);
             if (layout.kept > 0) Join(slots, in, layout.channels, layout.kept, layout.sidesTo, 220);
             const auto channels = static_cast<int32_t>(layout.channels);
             const auto block = MakeBlock(parameters, channels, layout.mask, 44100);
@@ -320,8 +311,8 @@ TEST(MatrixDecoderBlock, DropsBothSetsOfDelaysForNewOptions) {
         EXPECT_TRUE(block->SetParameters(&parameters));
         const Samples more = Hear(*block, in);
         heard.insert(heard.end(), more.begin(), more.end());
-        Samples part =
-            Decode(in, 6, 4, kModeWord, option7 ? 0x702 : 0x700, {0, 0, 0, 0, 480, 480, 480, 480});
+        Samples part = Decode(in, 6, 4, kModeWord, option7 ? 0x702 : 0x700,
+                              {0, 0, 0, 0, 480, 480, 480, 480}, DecoderOutputs::FrontAndSides);
         Join(part, in, 6, 4, 4, 240);
         slots.insert(slots.end(), part.begin(), part.end());
     }

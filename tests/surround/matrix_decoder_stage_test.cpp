@@ -458,6 +458,29 @@ TEST(MatrixDecoderStage, TakesUpOtherWords) {
     EXPECT_EQ(stage.Decode(pairs), Stage(ModeWord(0, 1)).Decode(pairs));
 }
 
+// Nothing is sent to outputs that are not played. The sides stand in for the backs.
+TEST(MatrixDecoderStage, SendsToPlayedOutputsOnly) {
+    Pairs pairs = Encode(kLeftSurround, test::PinkNoise(48000, 23), 24000);
+    Add(pairs, test::PinkNoise(48000, 24), 0.3, 0.8);
+    for (const int mode : {0, 1, 2}) {
+        Stage sides(ModeWord(mode), 0xFF8), backs(ModeWord(mode), 0xFF8);
+        sides.configuration.outputs = DecoderOutputs::FrontAndSides;
+        backs.configuration.outputs = DecoderOutputs::FrontAndBacks;
+        const Frames toSides = sides.Decode(pairs), toBacks = backs.Decode(pairs);
+        const Powers powers = PowersOf(toBacks, 12000);
+        EXPECT_NEAR(Decibels(Sum(powers) / PowerOf(pairs, 12000)), 0.0, 0.1);
+        EXPECT_GT(powers[kBackLeft], 0.0);
+        for (std::size_t i = 0; i < toSides.size(); ++i) {
+            Frame moved = toBacks[i];
+            for (const Slot slot : {kCentre, kLow, kSideLeft, kSideRight})
+                ASSERT_EQ(moved[slot], 0.0f);
+            std::swap(moved[kSideLeft], moved[kBackLeft]);
+            std::swap(moved[kSideRight], moved[kBackRight]);
+            ASSERT_EQ(moved, toSides[i]);
+        }
+    }
+}
+
 TEST(MatrixDecoderStage, RefusesWhatItCannotCarryOut) {
     Stage stage(ModeWord(1));
     Frames frames(4, Frame{1, 2, 3, 4, 5, 6, 7, 8});
