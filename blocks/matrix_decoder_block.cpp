@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <utility>
 
 #include "blocks/surround/renderer_input.h"
 #include "engine/block_type_ids.h"
@@ -109,13 +108,12 @@ void MatrixDecoderBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
     renderer.rateCode = StereoRendererRateCode(rate);
     renderer.sampleRate = rate;
     SetUpDecoder();
-    decoderChanged = delaysChanged = false;
-    decodedDelays.Drop();
-    discreteDelays.Drop();
+    StartFromSilence();
 }
 
+// The stage takes the words up with the next frames; a glide leads from the old ones to the new.
 void MatrixDecoderBlock::SetUpDecoder() {
-    decoderReady = false;
+    decoderChanged = decoderReady = false;
     if (settings.decodeMode >= std::size(kModes)) return;
     const auto* rate = std::ranges::find(kDecoderRates, sampleRate);
     if (rate == std::end(kDecoderRates)) return;
@@ -126,16 +124,20 @@ void MatrixDecoderBlock::SetUpDecoder() {
     decoder.flagsWord = FlagsWord(settings, mode);
     const Layout* const layout = FindLayout(inputChannels, channelMask);
     decoder.outputs = layout ? layout->outputs : DecoderOutputs::All;
+}
+
+void MatrixDecoderBlock::StartFromSilence() {
     RunMatrixDecoder(kDecoderInitialise, &decoder);
-    decoderChanged = delaysChanged = false;
     decodedDelays.Drop();
     discreteDelays.Drop();
+    decoderRested = false;
 }
 
 void MatrixDecoderBlock::Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME {
     if (frames < 1) return;
     if (settings.decodeEnabled != 0 && Decode(in, frames))
         return Render(decoded.data, kDecodedChannels, kDecodedMask, out, frames);
+    decoderRested = true;
     Render(in, inputChannels, channelMask, out, frames);
 }
 
@@ -157,7 +159,8 @@ bool MatrixDecoderBlock::Decode(const float* in, int32_t frames) {
     if (!decoderReady) return false;
     const Layout* const layout = FindLayout(inputChannels, channelMask);
     if (!layout) return false;
-    TakeUpChanges();
+    if (decoderChanged) SetUpDecoder();
+    if (decoderRested) StartFromSilence();
     if (!decoded.Grow(BufferBytes(frames, kDecodedChannels))) {
         decoderReady = false;
         return false;
@@ -167,13 +170,6 @@ bool MatrixDecoderBlock::Decode(const float* in, int32_t frames) {
     if (settings.delaysEnabled != 0) decodedDelays.Process(decoded.data, frames);
     if (layout->kept > 0) JoinDiscreteChannels(*layout, in, frames);
     return true;
-}
-
-void MatrixDecoderBlock::TakeUpChanges() {
-    if (decoderChanged) SetUpDecoder();
-    if (!std::exchange(delaysChanged, false)) return;
-    decodedDelays.Drop();
-    discreteDelays.Drop();
 }
 
 void MatrixDecoderBlock::BuildDelays(const Layout& layout) {
@@ -225,9 +221,7 @@ bool MatrixDecoderBlock::SetParameterData(const void* data, uint32_t size) {
 bool MatrixDecoderBlock::SetParameters(const void* record) {
     if (!record) return false;
     const auto wanted = ReadRecord<MatrixDecoderParameters>(record);
-    if (std::memcmp(wanted.outputDelaysMs, settings.outputDelaysMs, sizeof(wanted.outputDelaysMs)))
-        delaysChanged = true;
-    if (std::memcmp(&wanted, &settings, kOptionBytes)) decoderChanged = delaysChanged = true;
+    if (std::memcmp(&wanted, &settings, kOptionBytes)) decoderChanged = true;
     settings = wanted;
     return true;
 }

@@ -51,12 +51,15 @@ static_assert(offsetof(MatrixDecoderParameters, outputDelaysMs) == 36);
 // gives is raised by 6 dB.
 //
 // A decoder that is not usable, for its mode, its sample rate (32, 44.1, 48, 64, 88.2, 96, 176.4
-// and 192 kHz are) or for want of memory, stays so until the next SetFormat; its options take
-// effect at the next Process and let it start from silence. A call of more than 32767 frames is not
-// decoded whole: the decoder counts them in 16 bits.
+// and 192 kHz are) or for want of memory, stays so until the next SetFormat. A call of more than
+// 32767 frames is not decoded whole: the decoder counts them in 16 bits.
 //
-// Process allocates when a call brings more frames than any before, and when delay lines become
-// longer. Without the memory a call that needs it writes nothing, or is not decoded or delayed.
+// New options take effect at the next Process. Sound goes on while the decoder glides to them, for
+// 40 ms; a delay that changes begins with silence, all others go on. SetFormat, and switching
+// decoding on again, let the decoder and all delays start from silence.
+//
+// Process allocates when a call brings more frames than any before, and when delays change. Without
+// the memory a call that needs it writes nothing, or is not decoded or delayed.
 class MatrixDecoderBlock final : public AudioBlock {
   public:
     explicit MatrixDecoderBlock(const GUID& instanceId);
@@ -76,8 +79,8 @@ class MatrixDecoderBlock final : public AudioBlock {
     static const Layout* FindLayout(uint32_t width, uint32_t mask);
 
     void SetUpDecoder();
+    void StartFromSilence();
     bool Decode(const float* in, int32_t frames);
-    void TakeUpChanges();
     void BuildDelays(const Layout& layout);
     void RunDecoder(const Layout& layout, const float* in, int32_t frames);
     void JoinDiscreteChannels(const Layout& layout, const float* in, int32_t frames);
@@ -85,8 +88,8 @@ class MatrixDecoderBlock final : public AudioBlock {
 
     alignas(uint32_t) MatrixDecoderParameters settings{};
     bool decoderChanged = false;  // must be set up again
-    bool delaysChanged = false;   // must be built again
     bool decoderReady = false;
+    bool decoderRested = false;  // a call was not decoded, so that its past has a gap
     MatrixDecoderConfiguration decoder{};
     StereoRendererState renderer{};
     DelayLines decodedDelays{};

@@ -26,6 +26,8 @@ struct DecoderOptions {
     bool isBrisk = false;          // small moves are followed twice as fast
     double rearShare = 0.5;        // of the power of ambience in anti-phase, 0.05 to 0.80
     double spread = 0.0;           // of the front: 0 has a centre, 1 leaves a pair as it is
+
+    bool operator==(const DecoderOptions&) const = default;
 };
 
 // Mode word: bits 5 to 11 are 2 for mode 0 and 7 for mode 2, anything else is mode 1; bits 12 to 15

@@ -47,6 +47,7 @@ enum class DecoderChannel {
 };
 inline constexpr int32_t kDecoderChannels = static_cast<int32_t>(DecoderChannel::Count);
 
+// Plain data.
 struct MatrixDecoderConfiguration {
     uint16_t modeWord = 0;  // decoder_options.h
     uint16_t flagsWord = 0;
@@ -65,9 +66,10 @@ enum DecoderCommand : int32_t {
 // Carries out a command. False for any other command, no configuration, no state memory and, when
 // processing, a missing channel. Without frames there is nothing to process.
 //
-// Cleared memory that is processed is initialised first; a new mode word and other outputs do so
-// too. Other flags and another trim are taken up as sound goes on, within about 20 ms. One thread
-// at a time; no allocation.
+// Cleared memory that is processed is initialised first; another sample rate and other outputs
+// initialise too. Another mode, other flags and another trim are taken up as sound goes on: the
+// filters keep their past, and the matrices glide for 40 ms. Words that mean the same change no
+// bit. One thread at a time; no allocation.
 bool RunMatrixDecoder(int32_t command,
                       const MatrixDecoderConfiguration* configuration) QUORVEL_REAL_TIME;
 

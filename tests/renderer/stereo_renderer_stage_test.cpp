@@ -39,7 +39,7 @@ struct Stage {
 // The ears' responses to one impulse in several channels.
 EarResponse Measure(const std::vector<float>& amplitudes, int32_t rate = 48000) {
     std::vector<float> in = amplitudes;
-    const int32_t length = rate > 96000 ? 8 * kLength : kLength;
+    const int32_t length = rate > 96000 ? 4 * kLength : kLength;
     in.resize(static_cast<std::size_t>(length) * amplitudes.size());
     const auto out = Stage(static_cast<int32_t>(amplitudes.size()), rate).Render(in, length);
     EarResponse ears{static_cast<double>(rate)};

@@ -67,7 +67,7 @@ Samples Noise(const Layout& layout, const Surround& sound) {
             const double x = noise[f].real();
             return {sound.left * x, sound.right * x + sound.other * other[f].real()};
         },
-        kSecond);
+        kSecond / 2);
 }
 
 // The block has no place for a centre or a second rear pair of the surrounds: what is sent there is
@@ -128,6 +128,99 @@ TEST(DecodedSound, ASoundBehindOutlivesTheSides) {
     }
     EXPECT_EQ(graph.ProcessingFormat().Format.nChannels, 6);
     EXPECT_GT(Decibels(after / before), -3.0);
+}
+
+// An edit of a running block.
+struct Edit {
+    const char* name;
+    std::function<void(MatrixDecoderParameters&)> change;
+    std::string modesThatIgnoreIt = "";
+    bool surroundsIgnoreIt = false;  // in every mode
+};
+const Edit kEdits[] = {
+    {"mode", [](auto& p) { p.decodeMode = p.decodeMode == 2 ? 0 : 2; }},
+    {"rear share", [](auto& p) { p.option2 = 15; }, "01"},
+    {"spread", [](auto& p) { p.option3 = 0; }, "01", true},
+    {"wraps", [](auto& p) { p.option4 = 1; }, "01", true},
+    {"balances", [](auto& p) { p.option5 = 0; }},
+    {"brisk", [](auto& p) { p.option6 = 1; }},
+    {"back pair only", [](auto& p) { p.option7 = 1; }, "0", true},
+    {"delays of another mode", [](auto& p) { p.outputDelaysMs[(p.decodeMode + 1) % 3][4] = 3; },
+     "012", true},
+    {"other words for on", [](auto& p) { p.decodeEnabled = p.delaysEnabled = 7; }, "012", true},
+};
+
+// Two low tones in all channels, in the decoded pair so that its rear is busy.
+Samples Tones(const Layout& layout, double right, std::size_t frames) {
+    Samples in(layout.channels * frames);
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        const double t = static_cast<double>(i / layout.channels) / 48000.0;
+        const double x = std::sin(2.0 * M_PI * 110.0 * t) + std::sin(2.0 * M_PI * 220.0 * t);
+        const bool isRight = i % layout.channels == layout.pair + 1;
+        in[i] = static_cast<float>(0.2 * (isRight ? right : 1.0) * x);
+    }
+    return in;
+}
+
+// Peak of what a Butterworth filter of the fourth order leaves above 2 kHz of both ears.
+float PeakOfTreble(const Samples& ears, std::size_t firstFrame) {
+    float peak = 0.0f;
+    for (std::size_t ear = 0; ear < 2; ++ear) {
+        Samples signal;
+        for (std::size_t i = ear; i < ears.size(); i += 2)
+            signal.push_back(ears[i]);
+        for (const double q : {0.5412, 1.3066}) {
+            const double w = 2.0 * M_PI * 2000.0 / 48000.0, alpha = std::sin(w) / (2.0 * q);
+            const double c = std::cos(w), b = (1.0 + c) / 2.0 / (1.0 + alpha);
+            double s1 = 0.0, s2 = 0.0;
+            for (float& x : signal) {
+                const double y = b * x + s1;
+                s1 = -2.0 * b * x + 2.0 * c / (1.0 + alpha) * y + s2;
+                s2 = b * x - (1.0 - alpha) / (1.0 + alpha) * y;
+                x = static_cast<float>(y);
+            }
+        }
+        for (std::size_t f = firstFrame; f < signal.size(); ++f)
+            peak = std::max(peak, std::fabs(signal[f]));
+    }
+    return peak;
+}
+
+// What an edit adds lies 60 dB below the signal. Nothing is added, not a bit, where the mode has no
+// use for what was edited.
+TEST(DecodedSound, EditsDoNotClick) {
+    constexpr std::size_t kBefore = kSecond / 2, kFrames = kBefore + kSecond / 10;
+    for (const Layout& layout : {kStereo, kSurrounds[0], kSurrounds[2]}) {
+        const auto width = static_cast<int32_t>(layout.channels);
+        for (const double right : {1.0, -0.6}) {
+            const Samples in = Tones(layout, right, kFrames);
+            const auto edited = static_cast<std::ptrdiff_t>(layout.channels * kBefore);
+            const Samples first(in.begin(), in.begin() + edited),
+                rest(in.begin() + edited, in.end());
+            for (const uint32_t mode : {0u, 1u, 2u}) {
+                const MatrixDecoderParameters parameters{.decodeMode = mode, .outputDelaysMs = {}};
+                const Samples unedited = Hear(*MakeBlock(parameters, width, layout.mask), in);
+                const float peak = *std::ranges::max_element(unedited);
+                for (const Edit& edit : kEdits) {
+                    SCOPED_TRACE(testing::Message() << edit.name << ", mask " << layout.mask
+                                                    << ", mode " << mode << ", " << right);
+                    const auto block = MakeBlock(parameters, width, layout.mask);
+                    Samples ears = Hear(*block, first);
+                    MatrixDecoderParameters changed = parameters;
+                    edit.change(changed);
+                    EXPECT_TRUE(block->SetParameters(&changed));
+                    const Samples after = Hear(*block, rest);
+                    ears.insert(ears.end(), after.begin(), after.end());
+                    EXPECT_LT(PeakOfTreble(ears, kBefore), 1e-3f * peak);
+                    const bool isIgnored =
+                        edit.modesThatIgnoreIt.find(static_cast<char>('0' + mode)) <
+                            edit.modesThatIgnoreIt.size() ||
+                        (edit.surroundsIgnoreIt && layout.channels > 2);
+                    if (isIgnored) test::ExpectSameBits(ears, unedited);
+                }
+            }
+        }
+    }
 }
 
 // A shot out of silence, to the left: from 1 ms on the left ear hears it by 9 dB louder.

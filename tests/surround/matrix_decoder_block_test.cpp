@@ -84,10 +84,16 @@ class Delay {
     std::deque<float> past;
 };
 
+// Other flags for the decoder, from a frame on.
+struct Edit {
+    std::size_t frame = 0;
+    uint16_t flagsWord = 0;
+};
+
 // What the decoder must give for the pair that starts at channel `pair` of `in`: eight slots.
 Samples Decode(const Samples& in, std::size_t channels, std::size_t pair, uint16_t modeWord,
                uint16_t flagsWord, const std::array<std::size_t, 8>& delays,
-               DecoderOutputs outputs = DecoderOutputs::All) {
+               DecoderOutputs outputs = DecoderOutputs::All, Edit edit = {}) {
     std::vector<std::byte> memory(kMatrixDecoderMemory);
     const std::size_t frames = in.size() / channels;
     Samples slots(8 * frames);
@@ -98,11 +104,18 @@ Samples Decode(const Samples& in, std::size_t channels, std::size_t pair, uint16
     MatrixDecoderConfiguration configuration{.modeWord = modeWord, .flagsWord = flagsWord};
     configuration.outputs = outputs;
     configuration.state = memory.data();
-    configuration.frames = static_cast<int16_t>(frames);
-    constexpr std::size_t kOrder[] = {0, 2, 1, 6, 7, 3, 4, 5};
-    for (std::size_t c = 0; c < 8; ++c)
-        configuration.channels[c] = slots.data() + kOrder[c];
-    EXPECT_TRUE(RunMatrixDecoder(kDecoderProcess, &configuration));
+    const auto run = [&](std::size_t first, std::size_t end) {
+        constexpr std::size_t kOrder[] = {0, 2, 1, 6, 7, 3, 4, 5};
+        for (std::size_t c = 0; c < 8; ++c)
+            configuration.channels[c] = slots.data() + 8 * first + kOrder[c];
+        configuration.frames = static_cast<int16_t>(end - first);
+        EXPECT_TRUE(RunMatrixDecoder(kDecoderProcess, &configuration));
+    };
+    if (edit.frame > 0) {
+        run(0, edit.frame);
+        configuration.flagsWord = edit.flagsWord;
+    }
+    run(edit.frame, frames);
     for (std::size_t slot = 0; slot < 8; ++slot) {
         Delay delay(delays[slot]);
         for (std::size_t f = 0; f < frames; ++f)
@@ -253,22 +266,18 @@ TEST(MatrixDecoderBlock, RendersWhatIsNotDecoded) {
     test::ExpectSameBits(Hear(*block, in), decoded);
 }
 
-// The decoder goes on through other delays and starts anew for other options; switching the delays
-// off and on makes no new ones, other delays and options do.
+// The decoder goes on through all edits. A delay that is edited starts from silence, the others go
+// on, and switching the delays off and on makes no new ones.
 TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     constexpr std::size_t kFrames = 4000;
-    constexpr uint16_t kModeWord = 0x2000 + 3 * 32 + 25;
     MatrixDecoderParameters parameters{.decodeMode = 1};
     const auto block = MakeBlock(parameters, 2, 3);
     const Samples in = test::Noise(2 * kFrames * 5, 3);
-    const auto part = [&](std::size_t first, std::size_t count) {
-        const auto* from = in.data() + 2 * kFrames * first;
-        return Samples(from, from + 2 * kFrames * count);
-    };
     Samples heard;
     const auto hear = [&](std::size_t i) {
         EXPECT_TRUE(block->SetParameters(&parameters));
-        const Samples more = Hear(*block, part(i, 1));
+        const auto* from = in.data() + 2 * kFrames * i;
+        const Samples more = Hear(*block, Samples(from, from + 2 * kFrames));
         heard.insert(heard.end(), more.begin(), more.end());
     };
     hear(0);
@@ -281,15 +290,13 @@ TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     parameters.option7 = 1;
     hear(4);
 
-    Samples slots = Decode(part(0, 4), 2, 0, kModeWord, 0x700, {});
-    const Samples last = Decode(part(4, 1), 2, 0, kModeWord, 0x702, {});
-    slots.insert(slots.end(), last.begin(), last.end());
+    Samples slots = Decode(in, 2, 0, 0x2000 + 3 * 32 + 25, 0x700, {}, DecoderOutputs::All,
+                           {4 * kFrames, 0x702});
     for (const std::size_t slot : {4, 5, 6, 7}) {
-        const std::size_t later = slot == 4 ? 960 : 480;
-        Delay delays[] = {Delay(480), Delay(0), Delay(later), Delay(later)};
+        Delay delays[] = {Delay(480), Delay(0), Delay(960)};
         for (std::size_t f = 0; f < 5 * kFrames; ++f) {
-            const std::size_t i = f / kFrames;
-            slots[8 * f + slot] = delays[i == 0 ? 0 : i - 1].Pass(slots[8 * f + slot]);
+            const std::size_t i = f / kFrames == 2 ? 1 : f / kFrames > 2 && slot == 4 ? 2 : 0;
+            slots[8 * f + slot] = delays[i].Pass(slots[8 * f + slot]);
         }
     }
     test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
@@ -299,24 +306,45 @@ TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     EXPECT_FALSE(block->SetParameterData(&parameters, 131));
 }
 
-// New options let the kept channels start from silence too.
-TEST(MatrixDecoderBlock, DropsBothSetsOfDelaysForNewOptions) {
-    constexpr uint16_t kModeWord = 0x2000 + 3 * 32 + 25;
+// Other options leave both sets of delays alone.
+TEST(MatrixDecoderBlock, KeepsDelaysThroughEdits) {
     MatrixDecoderParameters parameters{.decodeMode = 1};
     const auto block = MakeBlock(parameters, 6, 0x3F);
+    const Samples in = test::Noise(6 * 4000, 7);
+    Samples heard = Hear(*block, Samples(in.begin(), in.begin() + 6 * 2000));
+    parameters.option6 = 1;
+    EXPECT_TRUE(block->SetParameters(&parameters));
+    const Samples more = Hear(*block, Samples(in.begin() + 6 * 2000, in.end()));
+    heard.insert(heard.end(), more.begin(), more.end());
+    Samples slots = Decode(in, 6, 4, 0x2000 + 3 * 32 + 25, 0x700, {0, 0, 0, 0, 480, 480, 480, 480},
+                           DecoderOutputs::FrontAndSides, {2000, 0x1700});
+    Join(slots, in, 6, 4, 4, 240);
+    test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
+}
+
+// A format leaves nothing of the decoder's past, nor does a break without decoding, which clears
+// the renderer too.
+TEST(MatrixDecoderBlock, StartsFromSilence) {
+    const MatrixDecoderParameters parameters{.decodeMode = 1}, off{.decodeEnabled = 0};
+    const auto block = MakeBlock(parameters, 6, 0x3F);
     Samples slots, heard;
-    for (const uint32_t option7 : {0u, 1u}) {
-        const Samples in = test::Noise(6 * 2000, 7 + option7);
-        parameters.option7 = option7;
-        EXPECT_TRUE(block->SetParameters(&parameters));
+    for (const uint32_t seed : {7u, 8u}) {
+        const Samples in = test::Noise(6 * 2000, seed);
+        block->SetFormat(6, 0x3F, 48000);
         const Samples more = Hear(*block, in);
         heard.insert(heard.end(), more.begin(), more.end());
-        Samples part = Decode(in, 6, 4, kModeWord, option7 ? 0x702 : 0x700,
+        Samples part = Decode(in, 6, 4, 0x2000 + 3 * 32 + 25, 0x700,
                               {0, 0, 0, 0, 480, 480, 480, 480}, DecoderOutputs::FrontAndSides);
         Join(part, in, 6, 4, 4, 240);
         slots.insert(slots.end(), part.begin(), part.end());
     }
     test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
+
+    const Samples in = test::Noise(6 * 2000, 9);
+    EXPECT_TRUE(block->SetParameters(&off));
+    Hear(*block, in);
+    EXPECT_TRUE(block->SetParameters(&parameters));
+    test::ExpectSameBits(Hear(*block, in), Hear(*MakeBlock(parameters, 6, 0x3F), in));
 }
 
 // The decoder counts the frames of a call in 16 bits.

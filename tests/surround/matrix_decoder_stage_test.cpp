@@ -35,6 +35,9 @@ constexpr uint16_t ModeWord(int mode, int rate = kUsualRate) {
 // A stage of its own, its memory aligned for floats and no more.
 class Stage {
   public:
+    Stage(const Stage& other) : configuration(other.configuration), memory(other.memory) {
+        configuration.state = memory.data() + 4;
+    }
     explicit Stage(uint16_t modeWord, uint16_t flagsWord = kNoBalance | kNeutralRear) {
         configuration.modeWord = modeWord;
         configuration.flagsWord = flagsWord;
@@ -445,17 +448,53 @@ TEST(MatrixDecoderStage, DependsOnTheFramesAlone) {
     }
 }
 
-// New flags are taken up without a break, a new mode word from silence.
-TEST(MatrixDecoderStage, TakesUpOtherWords) {
-    const Pairs pairs = Encode(kMiddle, test::PinkNoise(48000, 13), 24000);
-    Stage stage(ModeWord(2));
-    const float last = stage.Decode(pairs).back()[kCentre];
-    stage.configuration.flagsWord ^= 0xF00;
-    const Frames spread = stage.Decode(pairs);
-    EXPECT_NEAR(spread.front()[kCentre], last, 0.05f);
-    EXPECT_NEAR(spread.back()[kCentre], 0.0f, 1e-4f);
-    stage.configuration.modeWord = ModeWord(0, 1);
-    EXPECT_EQ(stage.Decode(pairs), Stage(ModeWord(0, 1)).Decode(pairs));
+// A new mode and new flags are taken up as sound goes on: the matrices glide for 40 ms.
+TEST(MatrixDecoderStage, GlidesToOtherWords) {
+    const Pairs pairs = Encode(kMiddle, Sine(1000.0), 24000);
+    const auto wordsOf = [](int mode, int spread) {
+        return std::pair(ModeWord(mode),
+                         static_cast<uint16_t>(kNoBalance | kNeutralRear | spread << 8));
+    };
+    Stage settled(ModeWord(2));
+    settled.Decode(pairs);
+    for (const auto& [modeWord, flagsWord] : {wordsOf(2, 7), wordsOf(2, 3), wordsOf(0, 0)}) {
+        Stage before = settled, after = settled;
+        after.configuration.modeWord = modeWord;
+        after.configuration.flagsWord = flagsWord;
+        const Frames old = before.Decode(pairs), glide = after.Decode(pairs);
+        const double goal = glide.back()[kCentre] / old.back()[kCentre];
+        for (const int ms : {2, 10, 20, 30, 42, 60}) {
+            double products = 0.0, squares = 0.0;  // over two periods
+            for (std::size_t i = 48u * static_cast<std::size_t>(ms) - 48;
+                 i < 48u * static_cast<std::size_t>(ms) + 48; ++i) {
+                products += double{glide[i][kCentre]} * old[i][kCentre];
+                squares += double{old[i][kCentre]} * old[i][kCentre];
+            }
+            const double way = std::min(ms / 40.0, 1.0), done = way * way * (3.0 - 2.0 * way);
+            EXPECT_NEAR(products / squares, 1.0 + done * (goal - 1.0), 0.02) << ms << " ms";
+        }
+    }
+}
+
+// Another mode keeps the filters' past, also where the one rear signal begins or ends; another rate
+// and other outputs start from silence.
+TEST(MatrixDecoderStage, StartsAnewForOtherRatesAndOutputs) {
+    const Pairs pairs = Encode(kRear, test::PinkNoise(48000, 13), 24000);
+    Stage stage(ModeWord(0));
+    for (const int mode : {2, 0}) {
+        stage.configuration.modeWord = ModeWord(mode);
+        stage.Decode(pairs);
+        const Frames there = stage.Decode(pairs), straight = Stage(ModeWord(mode)).Decode(pairs);
+        for (std::size_t c = 0; c < 8; ++c)
+            EXPECT_NEAR(there.back()[c], straight.back()[c], 1e-3f) << c;
+    }
+    stage.configuration.modeWord = ModeWord(1, 1);
+    EXPECT_EQ(stage.Decode(pairs), Stage(ModeWord(1, 1)).Decode(pairs));
+    for (const auto outputs : {DecoderOutputs::FrontAndSides, DecoderOutputs::FrontAndBacks}) {
+        Stage fresh(ModeWord(1, 1));
+        fresh.configuration.outputs = stage.configuration.outputs = outputs;
+        EXPECT_EQ(stage.Decode(pairs), fresh.Decode(pairs));
+    }
 }
 
 // Nothing is sent to outputs that are not played. The sides stand in for the backs.
