@@ -22,11 +22,12 @@ void DelayLines::Build(const Delays& delaysMs, uint32_t rate) QUORVEL_REAL_TIME 
     DelayFrames wanted{};
     std::ranges::transform(delaysMs, wanted.begin(),
                            [rate](uint32_t delay) { return FramesOf(delay, rate); });
-    if (isBuilt && wanted == built) return;
+    if (wanted == built) return;
     uint64_t samples = 0;
     for (const uint64_t frames : wanted)
         samples += RingSize(frames);
-    const int32_t next = isBuilt ? 1 - current : current;
+    const bool holdsSamples = built != DelayFrames{};
+    const int32_t next = holdsSamples ? 1 - current : current;
     if (!memories[next].Grow(samples * sizeof(float))) return Drop();
     float* ring = memories[next].data;
     for (int32_t slot = 0; slot < kSlots; ++slot) {
@@ -36,13 +37,12 @@ void DelayLines::Build(const Delays& delaysMs, uint32_t rate) QUORVEL_REAL_TIME 
     }
     built = wanted;
     current = next;
-    isBuilt = true;
 }
 
 // `ring` overlaps no ring that holds samples.
 void DelayLines::MakeLine(int32_t slot, uint64_t frames, float* ring) {
     Line& line = lines[slot];
-    if (isBuilt && frames == built[std::size_t(slot)]) {
+    if (frames == built[std::size_t(slot)]) {
         std::copy_n(line.ring, RingSize(frames), ring);
         line.ring = ring;
         return;
@@ -53,7 +53,6 @@ void DelayLines::MakeLine(int32_t slot, uint64_t frames, float* ring) {
 }
 
 void DelayLines::Drop() QUORVEL_REAL_TIME {
-    isBuilt = false;
     built = {};
 }
 

@@ -46,7 +46,6 @@ class DelayLines {
     void MakeLine(int32_t slot, uint64_t frames, float* ring);
     static void Delay(Line& line, float* samples, int32_t frames);
 
-    bool isBuilt = false;
     DelayFrames built{};           // by slot; 0: no line
     Line lines[kSlots] = {};       // by slot
     int32_t current = 0;           // the memory that the lines are in

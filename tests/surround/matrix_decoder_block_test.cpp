@@ -272,7 +272,7 @@ TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     constexpr std::size_t kFrames = 4000;
     MatrixDecoderParameters parameters{.decodeMode = 1};
     const auto block = MakeBlock(parameters, 2, 3);
-    const Samples in = test::Noise(2 * kFrames * 5, 3);
+    const Samples in = test::Noise(2 * kFrames * 7, 3);
     Samples heard;
     const auto hear = [&](std::size_t i) {
         EXPECT_TRUE(block->SetParameters(&parameters));
@@ -289,14 +289,19 @@ TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     hear(3);
     parameters.option7 = 1;
     hear(4);
+    parameters.outputDelaysMs[1][4] = 3;
+    hear(5);
+    parameters.outputDelaysMs[1][4] = 10;
+    hear(6);
 
     Samples slots = Decode(in, 2, 0, 0x2000 + 3 * 32 + 25, 0x700, {}, DecoderOutputs::All,
                            {4 * kFrames, 0x702});
     for (const std::size_t slot : {4, 5, 6, 7}) {
-        Delay delays[] = {Delay(480), Delay(0), Delay(960)};
-        for (std::size_t f = 0; f < 5 * kFrames; ++f) {
-            const std::size_t i = f / kFrames == 2 ? 1 : f / kFrames > 2 && slot == 4 ? 2 : 0;
-            slots[8 * f + slot] = delays[i].Pass(slots[8 * f + slot]);
+        Delay delays[] = {Delay(480), Delay(0), Delay(960), Delay(144), Delay(480)};
+        constexpr std::size_t kEdited[] = {0, 0, 1, 2, 2, 3, 4}, kOthers[] = {0, 0, 1, 0, 0, 0, 0};
+        for (std::size_t f = 0; f < 7 * kFrames; ++f) {
+            Delay& delay = delays[(slot == 4 ? kEdited : kOthers)[f / kFrames]];
+            slots[8 * f + slot] = delay.Pass(slots[8 * f + slot]);
         }
     }
     test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
