@@ -25,24 +25,42 @@ test::EarResponse Reflect(double sampleRate) {
     return ears;
 }
 
+// A delay of whole frames.
+Spectrum Lag(double ms, double frequency, double sampleRate) {
+    const double frames = std::round(ms * 1e-3 * sampleRate);
+    return std::polar(1.0, -2.0 * std::numbers::pi * frequency * frames / sampleRate);
+}
+
 // Two at the own ear, the second in anti-phase, and one at the other between them: by the ratio of
 // the ears, in which the filters before them cancel. The level is told where these have no effect.
 TEST(EarlyReflections, ComeWhenAndWhereTheyShould) {
     for (const double sampleRate : {32000.0, 48000.0, 96000.0, 176400.0, 192000.0, 384000.0}) {
         const test::EarResponse ears = Reflect(sampleRate);
-        const auto lag = [&](double ms, double frequency) {
-            const double frames = std::round(ms * 1e-3 * sampleRate);
-            return std::polar(1.0, -2.0 * std::numbers::pi * frequency * frames / sampleRate);
-        };
         for (const double frequency : {500.0, 730.0, 1100.0, 1900.0, 3000.0}) {
             const Spectrum left = test::At(ears.left, frequency, sampleRate);
             const Spectrum right = test::At(ears.right, frequency, sampleRate);
             const Spectrum expected =
-                (lag(4.3, frequency) - 0.8 * lag(9.7, frequency)) / (0.9 * lag(6.9, frequency));
+                (Lag(4.3, frequency, sampleRate) - 0.8 * Lag(9.7, frequency, sampleRate)) /
+                (0.9 * Lag(6.9, frequency, sampleRate));
             EXPECT_LT(std::abs(left / right - expected), 0.02) << sampleRate << ", " << frequency;
         }
         EXPECT_NEAR(std::abs(test::At(ears.right, 1100.0, sampleRate)), 0.9 * 0.163, 0.002)
             << sampleRate;
+    }
+}
+
+// Where not every frame is kept, reflections come at the same time, and without images.
+TEST(EarlyReflections, AreTheSameWhereTheyAreSpaced) {
+    const auto right = [](const test::EarResponse& ears, double frequency) {
+        return test::At(ears.right, frequency, ears.sampleRate) /
+               Lag(6.9, frequency, ears.sampleRate);
+    };
+    const Spectrum expected = right(Reflect(96000.0), 1900.0);
+    for (const double sampleRate : {176400.0, 192000.0, 384000.0}) {
+        const test::EarResponse ears = Reflect(sampleRate);
+        EXPECT_LT(std::abs(right(ears, 1900.0) / expected - 1.0), 0.012) << sampleRate;
+        const double kept = sampleRate > 200000.0 ? sampleRate / 4.0 : sampleRate / 2.0;  // Hz
+        EXPECT_LT(std::abs(right(ears, kept - 1900.0)), 1e-3) << sampleRate;
     }
 }
 

@@ -142,6 +142,22 @@ TEST(Steering, HearsNothingBelowTwentyFiveHertz) {
     EXPECT_NEAR(SteerLow(120.0, 0.1).x, 0.0f, 0.05f);
 }
 
+// Every band averages over its own time: after that time 1 - 1/e of a step has arrived.
+TEST(Steering, AveragesOverItsTimes) {
+    constexpr int32_t kMs[kBandCount] = {16, 6, 6};
+    for (int32_t b = 0; b < kBandCount; ++b) {
+        const SteeringRates rates = MakeSteeringRates(b, 48000.0, kTick, false);
+        BandSteering steering;
+        for (int32_t f = 0; f < 48 * kMs[b]; ++f) {
+            const BandFrame frame = {f % 2 ? 0.5f : -0.5f, f % 2 ? -0.3f : 0.3f};
+            steering.Listen(rates, &frame, 1);
+        }
+        EXPECT_NEAR(steering.covariance[0], 0.632f * 0.25f, 0.001f) << b;
+        EXPECT_NEAR(steering.covariance[1], 0.632f * 0.09f, 0.001f) << b;
+        EXPECT_NEAR(steering.covariance[2], 0.632f * -0.15f, 0.001f) << b;
+    }
+}
+
 // Below hearing the direction is held, and the next sound is followed at once.
 TEST(Steering, HoldsItsDirectionInSilence) {
     const SteeringRates rates = MakeSteeringRates(1, 48000.0, kTick, false);
