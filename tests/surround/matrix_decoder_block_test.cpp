@@ -166,11 +166,11 @@ TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
                            {4 * kFrames, 0x702});
     for (const std::size_t slot : {4, 5, 6, 7}) {
         Delay delays[] = {Delay(480), Delay(0), Delay(960), Delay(144), Delay(480)};
-        constexpr std::size_t kEdited[] = {0, 0, 1, 2, 2, 3, 4}, kOthers[] = {0, 0, 1, 0, 0, 0, 0};
-        for (std::size_t f = 0; f < 7 * kFrames; ++f) {
-            Delay& delay = delays[(slot == 4 ? kEdited : kOthers)[f / kFrames]];
-            slots[8 * f + slot] = delay.Pass(slots[8 * f + slot]);
-        }
+        const std::array<std::size_t, 7> parts =
+            slot == 4 ? std::array<std::size_t, 7>{0, 0, 1, 2, 2, 3, 4}
+                      : std::array<std::size_t, 7>{0, 0, 1, 0, 0, 0, 0};
+        for (std::size_t f = 0; f < 7 * kFrames; ++f)
+            slots[8 * f + slot] = delays[parts[f / kFrames]].Pass(slots[8 * f + slot]);
     }
     test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
 
