@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <utility>
 
 #include "blocks/surround/renderer_input.h"
 #include "engine/block_type_ids.h"
@@ -66,17 +65,19 @@ uint16_t FlagsWord(const MatrixDecoderParameters& options, const Mode& mode) {
 // the decoder's sides go then.
 struct MatrixDecoderBlock::Layout {
     uint32_t mask;
-    int32_t channels;  // at least
-    int32_t pair;      // its left channel
-    int32_t kept;      // channels, from the first on; 0: the frame is the decoder's
-    Slot sidesTo;      // the left one
+    int32_t channels;        // at least
+    int32_t pair;            // its left channel
+    int32_t kept;            // channels, from the first on; 0: the frame is the decoder's
+    Slot sidesTo;            // the left one
+    DecoderOutputs outputs;  // that have a place in the frame then
 };
 
 const MatrixDecoderBlock::Layout* MatrixDecoderBlock::FindLayout(uint32_t width, uint32_t mask) {
-    static constexpr Layout kLayouts[] = {{kStereo, 2, 0, 0, kFrontLeft},
-                                          {0x33, 4, 2, 2, kCentre},
-                                          {0x3F, 6, 4, 4, kBackLeft},
-                                          {0x60F, 6, 4, 4, kBackLeft}};
+    using enum DecoderOutputs;
+    static constexpr Layout kLayouts[] = {{kStereo, 2, 0, 0, kFrontLeft, All},
+                                          {0x33, 4, 2, 2, kCentre, FrontAndBacks},
+                                          {0x3F, 6, 4, 4, kBackLeft, FrontAndSides},
+                                          {0x60F, 6, 4, 4, kBackLeft, FrontAndSides}};
     const uint32_t wanted = width == 2 ? kStereo : mask;
     const auto* row = std::ranges::find(kLayouts, wanted, &Layout::mask);
     const bool isWideEnough =
@@ -106,14 +107,14 @@ uint32_t MatrixDecoderBlock::GetChannelMask() const {
 void MatrixDecoderBlock::SetFormat(int32_t width, uint32_t mask, int32_t rate) {
     AudioBlock::SetFormat(width, mask, rate);
     renderer.rateCode = StereoRendererRateCode(rate);
+    renderer.sampleRate = rate;
     SetUpDecoder();
-    decoderChanged = delaysChanged = false;
-    decodedDelays.Drop();
-    discreteDelays.Drop();
+    StartFromSilence();
 }
 
+// The stage takes the words up with the next frames; a glide leads from the old ones to the new.
 void MatrixDecoderBlock::SetUpDecoder() {
-    decoderReady = false;
+    decoderChanged = decoderReady = false;
     if (settings.decodeMode >= std::size(kModes)) return;
     const auto* rate = std::ranges::find(kDecoderRates, sampleRate);
     if (rate == std::end(kDecoderRates)) return;
@@ -122,16 +123,22 @@ void MatrixDecoderBlock::SetUpDecoder() {
     const auto rateCode = static_cast<uint32_t>(rate - kDecoderRates);
     decoder.modeWord = static_cast<uint16_t>(rateCode << 12 | mode.code << 5 | kModeWordBase);
     decoder.flagsWord = FlagsWord(settings, mode);
+    const Layout* const layout = FindLayout(inputChannels, channelMask);
+    decoder.outputs = layout ? layout->outputs : DecoderOutputs::All;
+}
+
+void MatrixDecoderBlock::StartFromSilence() {
     RunMatrixDecoder(kDecoderInitialise, &decoder);
-    decoderChanged = delaysChanged = false;
     decodedDelays.Drop();
     discreteDelays.Drop();
+    decoderRested = false;
 }
 
 void MatrixDecoderBlock::Process(float* in, float* out, int32_t frames) QUORVEL_REAL_TIME {
     if (frames < 1) return;
     if (settings.decodeEnabled != 0 && Decode(in, frames))
         return Render(decoded.data, kDecodedChannels, kDecodedMask, out, frames);
+    decoderRested = true;
     Render(in, inputChannels, channelMask, out, frames);
 }
 
@@ -155,7 +162,8 @@ bool MatrixDecoderBlock::Decode(const float* in, int32_t frames) {
     if (!decoderReady) return false;
     const Layout* const layout = FindLayout(inputChannels, channelMask);
     if (!layout) return false;
-    TakeUpChanges();
+    if (decoderChanged) SetUpDecoder();
+    if (decoderRested) StartFromSilence();
     if (!decoded.Grow(BufferBytes(frames, kDecodedChannels))) {
         decoderReady = false;
         return false;
@@ -165,13 +173,6 @@ bool MatrixDecoderBlock::Decode(const float* in, int32_t frames) {
     if (settings.delaysEnabled != 0) decodedDelays.Process(decoded.data, frames);
     if (layout->kept > 0) JoinDiscreteChannels(*layout, in, frames);
     return true;
-}
-
-void MatrixDecoderBlock::TakeUpChanges() {
-    if (decoderChanged) SetUpDecoder();
-    if (!std::exchange(delaysChanged, false)) return;
-    decodedDelays.Drop();
-    discreteDelays.Drop();
 }
 
 void MatrixDecoderBlock::BuildDelays(const Layout& layout) {
@@ -217,10 +218,8 @@ void MatrixDecoderBlock::JoinDiscreteChannels(const Layout& layout, const float*
 
 // The delay lines are built anew by the next Process, in the memory that they have.
 void MatrixDecoderBlock::ClearState() QUORVEL_REAL_TIME {
-    if (decoderReady) RunMatrixDecoder(kDecoderInitialise, &decoder);
+    StartFromSilence();
     std::fill_n(rendererMemory, kStereoRendererClearedMemory, std::byte{0});
-    decodedDelays.Drop();
-    discreteDelays.Drop();
     decoded.Silence();
     rendererInput.Silence();
 }
@@ -233,9 +232,7 @@ bool MatrixDecoderBlock::SetParameterData(const void* data, uint32_t size) {
 bool MatrixDecoderBlock::SetParameters(const void* record) {
     if (!record) return false;
     const auto wanted = ReadRecord<MatrixDecoderParameters>(record);
-    if (std::memcmp(wanted.outputDelaysMs, settings.outputDelaysMs, sizeof(wanted.outputDelaysMs)))
-        delaysChanged = true;
-    if (std::memcmp(&wanted, &settings, kOptionBytes)) decoderChanged = delaysChanged = true;
+    if (std::memcmp(&wanted, &settings, kOptionBytes)) decoderChanged = true;
     settings = wanted;
     return true;
 }

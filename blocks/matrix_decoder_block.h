@@ -42,19 +42,24 @@ static_assert(offsetof(MatrixDecoderParameters, outputDelaysMs) == 36);
 //
 // The decoded frame then goes to the renderer as 7.1, else the input as it is. For quad and 5.1 the
 // decoder's fronts become the sides and its sides the backs; for quad the latter come to stand in
-// the places of the centre and the low frequencies, which is how the block has always sounded.
+// the places of the centre and the low frequencies, which is how the block has always sounded. The
+// decoder sends nothing to outputs that have no place in this frame: of a surround pair it makes no
+// centre and one rear pair.
 //
 // The renderer takes the masks 0x4, 0x3, 0xB, 0x33, 0x107, 0x3F, 0x60F, 0xFF and 0x63F; for any
 // other, and for a mask with more speakers than the input has channels, nothing is written. What it
 // gives is raised by 6 dB.
 //
 // A decoder that is not usable, for its mode, its sample rate (32, 44.1, 48, 64, 88.2, 96, 176.4
-// and 192 kHz are) or for want of memory, stays so until the next SetFormat; its options take
-// effect at the next Process and let it start from silence. A call of more than 32767 frames is not
-// decoded whole: the decoder counts them in 16 bits.
+// and 192 kHz are) or for want of memory, stays so until the next SetFormat. A call of more than
+// 32767 frames is not decoded whole: the decoder counts them in 16 bits.
 //
-// Process allocates when a call brings more frames than any before, and when delay lines become
-// longer. Without the memory a call that needs it writes nothing, or is not decoded or delayed.
+// New options take effect at the next Process. Sound goes on while the decoder glides to them, for
+// 40 ms; a delay that changes begins with silence, all others go on. SetFormat, and switching
+// decoding on again, let the decoder and all delays start from silence.
+//
+// Process allocates when a call brings more frames than any before, and when delays change. Without
+// the memory a call that needs it writes nothing, or is not decoded or delayed.
 class MatrixDecoderBlock final : public AudioBlock {
   public:
     explicit MatrixDecoderBlock(const GUID& instanceId);
@@ -77,8 +82,8 @@ class MatrixDecoderBlock final : public AudioBlock {
     static const Layout* FindLayout(uint32_t width, uint32_t mask);
 
     void SetUpDecoder();
+    void StartFromSilence();
     bool Decode(const float* in, int32_t frames);
-    void TakeUpChanges();
     void BuildDelays(const Layout& layout);
     void RunDecoder(const Layout& layout, const float* in, int32_t frames);
     void JoinDiscreteChannels(const Layout& layout, const float* in, int32_t frames);
@@ -86,8 +91,8 @@ class MatrixDecoderBlock final : public AudioBlock {
 
     alignas(uint32_t) MatrixDecoderParameters settings{};
     bool decoderChanged = false;  // must be set up again
-    bool delaysChanged = false;   // must be built again
     bool decoderReady = false;
+    bool decoderRested = false;  // a call was not decoded, so that its past has a gap
     MatrixDecoderConfiguration decoder{};
     StereoRendererState renderer{};
     DelayLines decodedDelays{};

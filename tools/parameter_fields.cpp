@@ -180,21 +180,23 @@ constexpr Field Option(const char* name, std::uint32_t offset, double maximum, d
 }
 constexpr Field kMatrixDecoderFields[] = {
     Switch("decodeEnabled", offsetof(MatrixDecoderParameters, decodeEnabled), 1.0,
-           "decodes stereo, and the surround pair of quad and 5.1"),
+           "decodes stereo, and the surround pair of quad and 5.1, whose sources stay in their "
+           "places"),
     Option("decodeMode", offsetof(MatrixDecoderParameters, decodeMode), 2.0, 0.0,
            "0: one rear signal; 1: separate sides and backs; 2: as 1, with options 2 to 4"),
     Option("option2", offsetof(MatrixDecoderParameters, option2), 15.0, 0.0,
-           "rear share of ambience in anti-phase, 40 % at 7, 5 % a step"),
-    Option("option3", offsetof(MatrixDecoderParameters, option3), 15.0, 7.0,
-           "spread of the front: 0 has a centre, from 7 on the pair stays as it is"),
+           "mode 2: rear share of ambience in anti-phase, 40 % at 7, 5 % a step"),
+    Option(
+        "option3", offsetof(MatrixDecoderParameters, option3), 15.0, 7.0,
+        "mode 2, stereo: spread of the front; 0 has a centre, from 7 on the pair stays as it is"),
     Switch("option4", offsetof(MatrixDecoderParameters, option4), 0.0,
-           "the edges of the front reach around to the sides"),
+           "mode 2, stereo: the edges of the front reach around to the sides"),
     Switch("option5", offsetof(MatrixDecoderParameters, option5), 1.0,
            "balances the levels of the pair"),
     Switch("option6", offsetof(MatrixDecoderParameters, option6), 0.0,
            "small moves are followed twice as fast"),
     Switch("option7", offsetof(MatrixDecoderParameters, option7), 0.0,
-           "surround from the back pair only"),
+           "modes 1 and 2, stereo: surround from the back pair only"),
     Switch("delaysEnabled", offsetof(MatrixDecoderParameters, delaysEnabled), 1.0,
            "delays the decoded channels by their mode's row below"),
     Nested("outputDelaysMs", offsetof(MatrixDecoderParameters, outputDelaysMs), kDelays)};

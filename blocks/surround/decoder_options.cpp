@@ -28,9 +28,7 @@ double RearShare(uint32_t value) {
     return std::clamp(0.40 + 0.05 * (static_cast<double>(value) - kNeutral), 0.05, 0.80);
 }
 
-}  // namespace
-
-DecoderOptions ReadDecoderOptions(uint16_t modeWord, uint16_t flagsWord) {
+DecoderOptions ReadWords(uint16_t modeWord, uint16_t flagsWord) {
     const uint32_t rateCode = Bits(modeWord, 12, 4);
     DecoderOptions options;
     options.sampleRate =
@@ -44,6 +42,18 @@ DecoderOptions ReadDecoderOptions(uint16_t modeWord, uint16_t flagsWord) {
     options.wraps = !options.hasBackPairOnly && Bits(flagsWord, 3, 1) != 0;
     options.rearShare = RearShare(Bits(flagsWord, 4, 4));
     options.spread = std::min(kNeutral, Bits(flagsWord, 8, 4)) / static_cast<double>(kNeutral);
+    return options;
+}
+
+}  // namespace
+
+DecoderOptions ReadDecoderOptions(uint16_t modeWord, uint16_t flagsWord, DecoderOutputs outputs) {
+    DecoderOptions options = ReadWords(modeWord, flagsWord);
+    if (outputs == DecoderOutputs::All) return options;
+    options.mode = DecoderMode::Adjustable;
+    options.hasBackPairOnly = options.keepsPanning = true;
+    options.wraps = false;
+    options.spread = 1.0;
     return options;
 }
 

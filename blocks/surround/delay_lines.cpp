@@ -5,39 +5,61 @@
 namespace quorvel {
 namespace {
 
-uint64_t DelayFrames(uint32_t delayMs, uint32_t rate) {
+uint64_t FramesOf(uint32_t delayMs, uint32_t rate) {
     if (delayMs == 0) return 0;
     const float perSecond = 1000.0f / static_cast<float>(delayMs);
     return static_cast<uint64_t>(static_cast<float>(rate) / perSecond);
 }
 
+// Samples in the ring of a line.
+uint64_t RingSize(uint64_t delayFrames) {
+    return delayFrames == 0 ? 0 : delayFrames + 1;
+}
+
 }  // namespace
 
 void DelayLines::Build(const Delays& delaysMs, uint32_t rate) QUORVEL_REAL_TIME {
-    if (isBuilt) return;
+    DelayFrames wanted{};
+    std::ranges::transform(delaysMs, wanted.begin(),
+                           [rate](uint32_t delay) { return FramesOf(delay, rate); });
+    if (wanted == built) return;
     uint64_t samples = 0;
-    for (const uint32_t delay : delaysMs)
-        samples += delay == 0 ? 0 : DelayFrames(delay, rate) + 1;
-    if (!memory.Grow(samples * sizeof(float))) return;
-    std::fill_n(memory.data, samples, 0.0f);
-    float* ring = memory.data;
+    for (const uint64_t frames : wanted)
+        samples += RingSize(frames);
+    const bool holdsSamples = built != DelayFrames{};
+    const int32_t next = holdsSamples ? 1 - current : current;
+    if (!memories[next].Grow(samples * sizeof(float))) return Drop();
+    float* ring = memories[next].data;
     for (int32_t slot = 0; slot < kSlots; ++slot) {
-        const auto frames = static_cast<uint32_t>(DelayFrames(delaysMs[std::size_t(slot)], rate));
-        if (frames == 0) continue;
-        lines[count++] = {.slot = slot, .last = frames, .read = 0, .write = frames, .ring = ring};
-        ring += frames + 1;
+        const uint64_t frames = wanted[std::size_t(slot)];
+        MakeLine(slot, frames, ring);
+        ring += RingSize(frames);
     }
-    isBuilt = true;
+    built = wanted;
+    current = next;
+}
+
+// `ring` overlaps no ring that holds samples.
+void DelayLines::MakeLine(int32_t slot, uint64_t frames, float* ring) {
+    Line& line = lines[slot];
+    if (frames == built[std::size_t(slot)]) {
+        std::copy_n(line.ring, RingSize(frames), ring);
+        line.ring = ring;
+        return;
+    }
+    const auto last = static_cast<uint32_t>(frames);
+    line = {.last = last, .read = 0, .write = last, .ring = ring};
+    std::fill_n(ring, RingSize(frames), 0.0f);
 }
 
 void DelayLines::Drop() QUORVEL_REAL_TIME {
-    isBuilt = false;
-    count = 0;
+    built = {};
 }
 
 void DelayLines::Process(float* buffer, int32_t frames) QUORVEL_REAL_TIME {
-    for (int32_t i = 0; i < count; ++i)
-        Delay(lines[i], buffer + lines[i].slot, frames);
+    for (int32_t slot = 0; slot < kSlots; ++slot) {
+        if (built[std::size_t(slot)] > 0) Delay(lines[slot], buffer + slot, frames);
+    }
 }
 
 // The two places are never at the end together.

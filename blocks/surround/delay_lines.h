@@ -19,13 +19,15 @@ class DelayLines {
     // Delays by slot, in milliseconds.
     using Delays = std::array<uint32_t, kSlots>;
 
-    // Makes the lines, silent, for `rate` in Hz, unless they are made: a delay of d ms is
-    // rate / (1000/d) frames, calculated in single precision and truncated. Without the memory
-    // there is no line, and the next call tries again. Allocates when the lines need more memory
-    // than any before.
+    // Makes the lines for `rate` in Hz: a delay of d ms is rate / (1000/d) frames, calculated in
+    // single precision and truncated. A slot whose delay stays the same keeps the samples of its
+    // line; other lines are silent. When no delay differs, nothing happens.
+    //
+    // Without the memory there is no line, and the next call tries again. Allocates when the lines
+    // need more memory than any before, and for the first change of lines that hold samples.
     void Build(const Delays& delaysMs, uint32_t rate) QUORVEL_REAL_TIME;
 
-    // Forgets the lines: the next Build makes new ones.
+    // Drops the lines and their samples: the next Build makes silent ones.
     void Drop() QUORVEL_REAL_TIME;
 
     // Delays `buffer` (frames × 8) in place.
@@ -34,19 +36,20 @@ class DelayLines {
   private:
     // A ring of one float more than the delay. Both places are in it; the older sample is read.
     struct Line {
-        int32_t slot = 0;
         uint32_t last = 0;  // place
         uint32_t read = 0;
         uint32_t write = 0;
         float* ring = nullptr;
     };
+    using DelayFrames = std::array<uint64_t, kSlots>;
 
+    void MakeLine(int32_t slot, uint64_t frames, float* ring);
     static void Delay(Line& line, float* samples, int32_t frames);
 
-    bool isBuilt = false;
-    int32_t count = 0;
-    Line lines[kSlots] = {};
-    AudioBuffer memory{};
+    DelayFrames built{};           // by slot; 0: no line
+    Line lines[kSlots] = {};       // by slot
+    int32_t current = 0;           // the memory that the lines are in
+    AudioBuffer memories[2] = {};  // the other one takes the lines when delays change
 };
 
 }  // namespace quorvel

@@ -1,5 +1,6 @@
 #include "blocks/surround/ear_filters.h"
 
+#include <algorithm>
 #include <numbers>
 
 #include "base/math/power.h"
@@ -9,7 +10,8 @@ namespace quorvel {
 namespace {
 
 void SetShelf(EarFilters::Shelf& shelf, int lane, const EarCurve& curve, double sampleRate) {
-    const double k = math::Tan(std::numbers::pi * curve.shelfFrequency / sampleRate);
+    const double f = std::min(curve.shelfFrequency, double{HighestFrequency(sampleRate)});
+    const double k = math::Tan(std::numbers::pi * f / sampleRate);
     const double g = math::Pow(10.0, curve.shelfDb / 40.0);
     shelf.c0[lane] = static_cast<float>((k + g) / (k + 1.0 / g));
     shelf.c1[lane] = static_cast<float>((k - g) / (k + 1.0 / g));

@@ -8,7 +8,7 @@
 //     c0 = (k+g)/(k+1/g), c1 = (k-g)/(k+1/g), c2 = (k-1/g)/(k+1/g)
 //
 // It is the bilinear transform of (g·s + 1)/(s/g + 1), normalised to f (Hz), where its gain is half
-// of G (dB); fs is the sample rate (Hz).
+// of G (dB); fs is the sample rate (Hz). Frequencies above HighestFrequency act as that.
 #pragma once
 
 #include "blocks/surround/head_model.h"

@@ -15,25 +15,31 @@
 
 namespace quorvel {
 
+// Work goes in stretches of at most this many frames.
+inline constexpr int32_t kLongestStretch = 32;
+
 // What stands on the left and on the right, frame by frame.
 using SideFrame = float[2];
 
 // Plain data.
 struct EarlyReflections {
-    static constexpr int32_t kRing = 1024;  // frames; the longest delay is 931 at 96 kHz
+    static constexpr int32_t kRing = 1024;  // samples; the longest delay is 931 frames at 96 kHz
     static constexpr int32_t kTaps = 3;
 
     SectionLanes highPass{};  // lanes 0 and 1: left and right
     SectionLanes lowPass{};
+    // Up to 102 kHz every frame of the sends stands in the rings; beyond, every second, third or
+    // fourth, and what is read is interpolated: 4 kHz are far below even so.
+    int32_t spacing = 1;         // frames from one sample of a ring to the next
     int32_t delays[kTaps] = {};  // frames
-    int32_t next = 0;            // place in the rings
+    int32_t next = 0;            // frame, counted from the first one that the rings hold
     float rings[2][kRing] = {};
 
-    // Starts from silence. `sampleRate` in Hz, 32000 to 96000.
+    // Starts from silence. `sampleRate` in Hz, at most 384000.
     void SetUp(double sampleRate);
 
-    // Takes `frames` frames of both sides and adds their reflections to the ears. At most
-    // kLongestStretch frames (source_pair.h): fewer than the shortest delay.
+    // Takes `frames` frames of both sides, at most kLongestStretch, and adds their reflections
+    // to the ears.
     void Add(const SideFrame* sides, float* left, float* right, int32_t frames) QUORVEL_REAL_TIME;
 
     // As in section_lanes.h.

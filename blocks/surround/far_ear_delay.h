@@ -11,14 +11,14 @@
 
 namespace quorvel {
 
-// The most frames that a lag may have. A head's at 96 kHz is below 60.
-constexpr double kLongestFarEarLag = 61.0;
+// The most frames that a lag may have. A head's at 384 kHz is below 237.
+constexpr double kLongestFarEarLag = 250.0;
 
 // Plain data; all zero it is silent.
 struct FarEarDelay {
     // Every sample stands twice, kRing apart: so the last kRing ones can always be read in one
     // piece, whose end is the newest.
-    static constexpr int32_t kRing = 64;
+    static constexpr int32_t kRing = 256;
 
     float taps[4] = {};  // h, the one of the oldest sample first
     int32_t oldest = 0;  // place of its sample, relative to the newest one's first copy

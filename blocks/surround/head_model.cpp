@@ -85,6 +85,14 @@ HeadDirection DirectionAt(double azimuth) {
             Between(from.farEar, to->farEar, way)};
 }
 
+double LevelDbAt(double azimuth) {
+    constexpr double kStep = 30.0;
+    constexpr double kLevelsDb[] = {0.0, 0.0, -1.9, -2.8, -3.5, -4.1, -3.7};
+    const double steps = std::fabs(azimuth) / kStep;
+    const auto from = std::min(static_cast<std::size_t>(steps), std::size(kLevelsDb) - 2);
+    return Linear(kLevelsDb[from], kLevelsDb[from + 1], steps - static_cast<double>(from));
+}
+
 double FarEarLag(double azimuth, double sampleRate) {
     const double degrees = std::min(std::fabs(azimuth), 180.0 - std::fabs(azimuth));
     const double theta = degrees * (std::numbers::pi / 180.0);

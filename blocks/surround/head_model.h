@@ -16,9 +16,9 @@
 // listeners bring themselves, is left out, and what stays is what tells directions apart. The pair
 // at 30 degrees is a compromise: its far ear is weaker by 3.5 dB near 1.7 kHz than measured, and
 // half of the difference between a sound in one channel and one in both is put into both filters,
-// so that neither is coloured by more than about 2 dB. The gains make every direction as loud,
-// K-weighted over both ears, as a fold-down would (front 0 dB, others -3 dB), for ears that are
-// summed up at 10^(-6/20) and raised by 6 dB.
+// so that neither is coloured by more than about 2 dB. The gains make every direction about as
+// loud as a fold-down would (front 0 dB, others -3 dB), for ears that are summed up at 10^(-6/20)
+// and raised by 6 dB: to 0.3 dB up to 110 degrees, 0.7 to 1.1 dB softer behind (LevelDbAt).
 //
 // Pure functions, for any thread.
 #pragma once
@@ -50,6 +50,11 @@ double WrapAzimuth(double azimuth);
 // The model for the magnitude of `azimuth`, -180 to 180. Between the measured directions gains go
 // linearly, in dB for the curves, frequencies and Qs geometrically.
 HeadDirection DirectionAt(double azimuth);
+
+// The level (dB) at which the model renders `azimuth`, -180 to 180: of pink noise, K-weighted
+// (ITU-R BS.1770) over both ears, relative to straight ahead. Measured every 30 degrees; between
+// them it is true to ±0.5 dB.
+double LevelDbAt(double azimuth);
 
 // How much later the far ear hears, in frames at `sampleRate` (Hz).
 double FarEarLag(double azimuth, double sampleRate);

@@ -13,10 +13,12 @@
 
 namespace quorvel {
 
-// Plain data, about 14 KB; usable after Place.
+// Plain data, about 26 KB; usable after Place.
 struct HeadRenderer {
     static constexpr int32_t kMostSources = 8;
     static constexpr int32_t kMostPairs = kMostSources / 2;
+    static constexpr int32_t kLowestRate = 10;  // Hz
+    static constexpr int32_t kHighestRate = 384000;
 
     int32_t channels = 0;       // floats per input frame
     int32_t stretchFrames = 0;  // of the current stretch that have been rendered
@@ -28,7 +30,8 @@ struct HeadRenderer {
     EarlyReflections reflections{};
 
     // Starts from silence with at most kMostSources `sources` from frames of at most kMostSources
-    // channels. `sampleRate` in Hz, 32000 to 96000. Some sines and powers; allocates nothing.
+    // channels. `sampleRate` in Hz, kLowestRate to kHighestRate. Some sines and powers; allocates
+    // nothing.
     void Place(std::span<const SoundSource> sources, int32_t inputChannels, double sampleRate);
 
     // Renders `in` (frames × channels) into `out` (frames × 2) at half level: × 10^(-6/20). The two

@@ -10,7 +10,7 @@
 #include "blocks/surround/clean_sample.h"
 #include "blocks/surround/faded.h"
 #include "blocks/surround/pair_balance.h"
-#include "blocks/surround/section_lanes.h"
+#include "blocks/surround/rear_low_pass.h"
 #include "blocks/surround/steering.h"
 
 namespace quorvel {
@@ -19,23 +19,23 @@ namespace {
 constexpr uint32_t kInitialised = 0x6D617472;  // stands in no cleared memory
 constexpr double kTicksPerSecond = 3000.0;
 constexpr int32_t kLongestTick = 64;  // frames: at 192 kHz
-constexpr double kGlideSeconds = 0.08;
-constexpr float kGlidePace = 0.05f;
+constexpr double kGlideSeconds = 0.04;
 
 constexpr float kUsualTrim = 1.4125375f;
-constexpr TypedFilterBand kRearLowPass = {{7000.0f, 0.70710678f}, FilterType::LowPass};
 
 // What stands in the state memory. Zeros: nothing is initialised.
 struct Decoder {
     uint32_t initialised = 0;
     uint16_t modeWord = 0;
     uint16_t flagsWord = 0;
+    DecoderOutputs outputs = DecoderOutputs::All;
     float trim = 0.0f;
     float balanceRangeDb = 0.0f;
     int32_t isBalancing = 0;
     int32_t tickFrames = 0;
     int32_t framesToTick = 0;
-    int32_t glideTicks = 0;  // that new flags are still being taken up
+    int32_t glideTicks = 0;      // of a whole glide to new options
+    int32_t glideTicksLeft = 0;  // of this one; 0: none
     float tickSeconds = 0.0f;
     SourceImageOptions images{};
     PassiveMatrix passive{};
@@ -44,7 +44,7 @@ struct Decoder {
     QuadratureBands bands{};
     BandSteering steering[kBandCount] = {};
     BandMatrix matrices[kBandCount] = {};
-    SectionLanes rearLowPass{};  // first lane, mode 0
+    RearLowPass rearLowPass{};
 };
 static_assert(std::is_trivially_copyable_v<Decoder>);
 static_assert(sizeof(Decoder) <= kMatrixDecoderMemory);
@@ -68,8 +68,15 @@ void SetTrim(Decoder& decoder, float trim) {
         20.0f * static_cast<float>(math::Log10(double{isUsable ? trim : kUsualTrim}));
 }
 
-void SetFlags(Decoder& decoder, const DecoderOptions& options, uint16_t flagsWord) {
-    decoder.flagsWord = flagsWord;
+DecoderOptions OptionsOf(const MatrixDecoderConfiguration& words) {
+    return ReadDecoderOptions(words.modeWord, words.flagsWord, words.outputs);
+}
+
+DecoderOptions OptionsOf(const Decoder& decoder) {
+    return ReadDecoderOptions(decoder.modeWord, decoder.flagsWord, decoder.outputs);
+}
+
+void SetOptions(Decoder& decoder, const DecoderOptions& options) {
     decoder.isBalancing = options.balances;
     decoder.images = MakeSourceImageOptions(options);
     decoder.passive = MakePassiveMatrix(options);
@@ -80,29 +87,39 @@ void SetFlags(Decoder& decoder, const DecoderOptions& options, uint16_t flagsWor
 
 void Initialise(Decoder& decoder, const MatrixDecoderConfiguration& configuration) {
     decoder = Decoder{};
-    const DecoderOptions options =
-        ReadDecoderOptions(configuration.modeWord, configuration.flagsWord);
+    const DecoderOptions options = OptionsOf(configuration);
     decoder.initialised = kInitialised;
     decoder.modeWord = configuration.modeWord;
+    decoder.flagsWord = configuration.flagsWord;
+    decoder.outputs = configuration.outputs;
     decoder.tickFrames = static_cast<int32_t>(std::lround(options.sampleRate / kTicksPerSecond));
     decoder.framesToTick = decoder.tickFrames;
     decoder.tickSeconds = static_cast<float>(decoder.tickFrames / options.sampleRate);
+    decoder.glideTicks = static_cast<int32_t>(kGlideSeconds / decoder.tickSeconds);
     SetTrim(decoder, configuration.trim);
-    SetFlags(decoder, options, configuration.flagsWord);
+    SetOptions(decoder, options);
     decoder.bands.SetUp(options.sampleRate);
-    SetSection(decoder.rearLowPass, 0, kRearLowPass, options.sampleRate);
+    decoder.rearLowPass.SetUp(options.sampleRate, options.mode == DecoderMode::Classic);
     for (BandMatrix& matrix : decoder.matrices)
         matrix.Rest(decoder.passive);
 }
 
+void TakeUpWords(Decoder& decoder, const MatrixDecoderConfiguration& configuration) {
+    const DecoderOptions before = OptionsOf(decoder), options = OptionsOf(configuration);
+    if (before.sampleRate != options.sampleRate) return Initialise(decoder, configuration);
+    decoder.modeWord = configuration.modeWord;
+    decoder.flagsWord = configuration.flagsWord;
+    if (before == options) return;
+    SetOptions(decoder, options);
+    decoder.glideTicksLeft = decoder.glideTicks;
+}
+
 void TakeUpChanges(Decoder& decoder, const MatrixDecoderConfiguration& configuration) {
-    if (decoder.initialised != kInitialised || decoder.modeWord != configuration.modeWord)
+    if (decoder.initialised != kInitialised || decoder.outputs != configuration.outputs)
         return Initialise(decoder, configuration);
     if (decoder.trim != configuration.trim) SetTrim(decoder, configuration.trim);
-    if (decoder.flagsWord == configuration.flagsWord) return;
-    SetFlags(decoder, ReadDecoderOptions(configuration.modeWord, configuration.flagsWord),
-             configuration.flagsWord);
-    decoder.glideTicks = static_cast<int32_t>(kGlideSeconds / decoder.tickSeconds);
+    if (decoder.modeWord != configuration.modeWord || decoder.flagsWord != configuration.flagsWord)
+        TakeUpWords(decoder, configuration);
 }
 
 void ReadPairs(const Decoder& decoder, const MatrixDecoderConfiguration& configuration,
@@ -117,16 +134,6 @@ void ReadPairs(const Decoder& decoder, const MatrixDecoderConfiguration& configu
     }
 }
 
-// One signal for both back channels.
-void FilterRear(Decoder& decoder, Stretch& stretch, int32_t frames) {
-    SectionRun<float> lowPass(decoder.rearLowPass, 0);
-    for (int32_t f = 0; f < frames; ++f) {
-        float* const rear = stretch.outputs[f].rear;
-        rear[2] = rear[3] = lowPass.Filter(rear[2]);
-    }
-    lowPass.Store(decoder.rearLowPass, 0);
-}
-
 void WriteChannel(float* to, const float* from, int32_t frames) {
     constexpr std::ptrdiff_t kOutputStride = sizeof(SpeakerImage) / sizeof(float);
     for (int32_t f = 0; f < frames; ++f)
@@ -137,19 +144,33 @@ void WriteOutputs(const MatrixDecoderConfiguration& configuration, std::ptrdiff_
                   const Stretch& stretch, int32_t frames) {
     using enum DecoderChannel;
     constexpr DecoderChannel kFronts[] = {FrontLeft, FrontRight, FrontCentre};
-    constexpr DecoderChannel kRears[] = {SideLeft, SideRight, BackLeft, BackRight};
+    constexpr DecoderChannel kRears[][4] = {{SideLeft, SideRight, BackLeft, BackRight},
+                                            {BackLeft, BackRight, SideLeft, SideRight}};
+    const auto& rears = kRears[configuration.outputs == DecoderOutputs::FrontAndSides ? 1 : 0];
     const SpeakerImage& first = stretch.outputs[0];
     for (int i = 0; i < 3; ++i)
         WriteChannel(Channel(configuration, kFronts[i]) + start, first.front + i, frames);
     for (int i = 0; i < 4; ++i)
-        WriteChannel(Channel(configuration, kRears[i]) + start, first.rear + i, frames);
+        WriteChannel(Channel(configuration, rears[i]) + start, first.rear + i, frames);
     WriteChannel(Channel(configuration, LowFrequency) + start, first.front + 3, frames);
+}
+
+// Which share of the way to its goal a matrix goes in this tick. During a glide the shares lead
+// there on a smooth step, whose gentle ends are not heard.
+float NextPace(Decoder& decoder) {
+    if (decoder.glideTicksLeft == 0) return 1.0f;
+    const auto done = [&] {
+        const auto left = static_cast<float>(decoder.glideTicksLeft);
+        return SmoothStep(left, static_cast<float>(decoder.glideTicks), 0.0f);
+    };
+    const float before = done();
+    --decoder.glideTicksLeft;
+    return (done() - before) / (1.0f - before);
 }
 
 void Tick(Decoder& decoder) {
     decoder.framesToTick = decoder.tickFrames;
-    const float pace = decoder.glideTicks > 0 ? kGlidePace : 1.0f;
-    decoder.glideTicks = std::max(decoder.glideTicks - 1, 0);
+    const float pace = NextPace(decoder);
     for (int32_t b = 0; b < kBandCount; ++b) {
         BandSteering& steering = decoder.steering[b];
         steering.Follow(decoder.rates[b]);
@@ -159,7 +180,7 @@ void Tick(Decoder& decoder) {
     decoder.balance.Follow(decoder.steering[1], decoder.balanceRangeDb, decoder.isBalancing != 0,
                            decoder.tickSeconds);
     decoder.bands.DropFaded();
-    DropFadedStates(decoder.rearLowPass);
+    decoder.rearLowPass.DropFaded();
 }
 
 // `start` is where the stretch begins in each channel.
@@ -174,7 +195,7 @@ void ProcessStretch(Decoder& decoder, const MatrixDecoderConfiguration& configur
         decoder.steering[b].Listen(decoder.rates[b], bands[b], frames);
         decoder.matrices[b].Apply(bands[b], stretch.outputs, frames);
     }
-    if (decoder.images.mode == DecoderMode::Classic) FilterRear(decoder, stretch, frames);
+    decoder.rearLowPass.Apply(stretch.outputs, frames, decoder.images.mode == DecoderMode::Classic);
     WriteOutputs(configuration, start, stretch, frames);
 }
 

@@ -10,7 +10,8 @@
 // it, which undoes what film encoders do to the surrounds (quadrature_bands.h).
 //
 // In mode 0 the rear is one signal, low-passed at 7 kHz, in both back channels. The low-frequency
-// channel is always 0: bass stays where it is.
+// channel is always 0: bass stays where it is. When the owner does not play all outputs, nothing is
+// sent to the others.
 //
 // Latency 0; the group delay is 1 to 4 ms below 300 Hz and less above. How the frames are divided
 // into calls changes no bit. Input samples that are not finite, above 16 or below 1e-20 in
@@ -21,6 +22,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "blocks/surround/decoder_options.h"
 #include "platform/real_time.h"
 
 namespace quorvel {
@@ -45,13 +47,15 @@ enum class DecoderChannel {
 };
 inline constexpr int32_t kDecoderChannels = static_cast<int32_t>(DecoderChannel::Count);
 
+// Plain data.
 struct MatrixDecoderConfiguration {
     uint16_t modeWord = 0;  // decoder_options.h
     uint16_t flagsWord = 0;
     float trim = 1.4125375f;     // range of the balance, linear, 1 to 2; other values: this one
     std::byte* state = nullptr;  // owner's: kMatrixDecoderMemory bytes
     int16_t frames = 0;
-    float* channels[kDecoderChannels] = {};  // the first sample of each
+    DecoderOutputs outputs = DecoderOutputs::All;  // that the owner plays
+    float* channels[kDecoderChannels] = {};        // the first sample of each
 };
 
 enum DecoderCommand : int32_t {
@@ -62,9 +66,10 @@ enum DecoderCommand : int32_t {
 // Carries out a command. False for any other command, no configuration, no state memory and, when
 // processing, a missing channel. Without frames there is nothing to process.
 //
-// Cleared memory that is processed is initialised first, and a new mode word initialises too. Other
-// flags and another trim are taken up as sound goes on, within about 20 ms. One thread at a time;
-// no allocation.
+// Cleared memory that is processed is initialised first; another sample rate and other outputs
+// initialise too. Another mode, other flags and another trim are taken up as sound goes on: the
+// filters keep their past, and the matrices glide for 40 ms. Words that mean the same change no
+// bit. One thread at a time; no allocation.
 bool RunMatrixDecoder(int32_t command,
                       const MatrixDecoderConfiguration* configuration) QUORVEL_REAL_TIME;
 

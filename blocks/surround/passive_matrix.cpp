@@ -76,6 +76,10 @@ PassiveMatrix MakePassiveMatrix(const DecoderOptions& options) {
     matrix.right = {.front = {other, own, middle, 0.0f}};
     PlacePair(rear.side, std::sqrt(qSquared), matrix, 0);
     PlacePair(rear.back, std::sqrt(qSquared), matrix, 2);
+    if (options.keepsPanning) {
+        matrix.left.rear[3] = -matrix.left.rear[3];
+        matrix.right.rear[3] = -matrix.right.rear[3];
+    }
     return matrix;
 }
 

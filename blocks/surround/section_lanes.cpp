@@ -1,5 +1,6 @@
 #include "blocks/surround/section_lanes.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "blocks/biquad_design.h"
@@ -7,10 +8,16 @@
 
 namespace quorvel {
 
+float HighestFrequency(double sampleRate) {
+    constexpr double kHighestShare = 0.45;
+    return static_cast<float>(kHighestShare * sampleRate);
+}
+
 void SetSection(SectionLanes& section, int lane, const TypedFilterBand& wanted, double sampleRate) {
     BiquadSection design;
     design.type = wanted.type;
     design.band = wanted.band;
+    design.band.frequency = std::min(design.band.frequency, HighestFrequency(sampleRate));
     ComputeCoefficients(design, static_cast<uint32_t>(sampleRate));
     section.b0[lane] = design.b0;
     section.b1[lane] = design.b1;

@@ -24,8 +24,12 @@ struct SectionLanes {
     float s2[kLanes] = {};
 };
 
+// The highest frequency (Hz) that a filter can be tuned to at `sampleRate` (Hz): above 0.45 of it
+// little is left of a filter's shape.
+float HighestFrequency(double sampleRate);
+
 // Sets the coefficients of one lane from a band whose frequency (Hz) and width are not 0; its state
-// is kept. `sampleRate` in Hz. Allocates nothing.
+// is kept. `sampleRate` in Hz; higher frequencies act as HighestFrequency. Allocates nothing.
 void SetSection(SectionLanes& section, int lane, const TypedFilterBand& wanted, double sampleRate);
 
 // Sets states that have faded below hearing to 0, before they become denormal numbers, which are

@@ -72,14 +72,16 @@ SpeakerImage RearImage(const SourceImageOptions& options, SteeringDirection dire
 SourceImageOptions MakeSourceImageOptions(const DecoderOptions& options) {
     return {.mode = options.mode,
             .hasBackPairOnly = options.hasBackPairOnly,
+            .keepsPanning = options.keepsPanning,
             .wrap = options.wraps ? kWrap : 0.0f,
             .spread = static_cast<float>(options.spread)};
 }
 
 SpeakerImage MakeSourceImage(const SourceImageOptions& options, SteeringDirection direction,
                              float left, float right) {
-    SpeakerImage image = direction.y >= 0.0f ? FrontImage(options, direction, left, right)
-                                             : RearImage(options, direction);
+    SpeakerImage image = options.keepsPanning || direction.y >= 0.0f
+                             ? FrontImage(options, direction, left, right)
+                             : RearImage(options, direction);
     // The signs are those of ambience: a rear pair has left and minus right.
     image.rear[0] += options.wrap * image.front[0];
     image.rear[1] -= options.wrap * image.front[1];

@@ -20,6 +20,7 @@ struct SteeringDirection {
 struct SourceImageOptions {
     DecoderMode mode = DecoderMode::Classic;
     bool hasBackPairOnly = false;
+    bool keepsPanning = false;
     float wrap = 0.0f;    // amplitude of a side for 1 at the edge of the front
     float spread = 0.0f;  // 0 to 1
 };
@@ -32,6 +33,8 @@ SourceImageOptions MakeSourceImageOptions(const DecoderOptions& options);
 // centre and right 90° apart. The rear arcs go from the front to φ = -90°, where the back pair
 // sounds alike: by the back pair alone, or over the side (35°) and side and back alike (58.7°,
 // where film encoders put a left or right surround).
+//
+// With the panning kept every source is (left, right) in the front pair, in all directions.
 //
 // A source and its negative have the same φ, so that somewhere on a full turn the sign of the image
 // must change. It does on the rear right, where the front amplitude is negative; as the rear is

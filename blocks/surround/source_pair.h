@@ -15,9 +15,6 @@
 
 namespace quorvel {
 
-// Work goes in stretches of at most this many frames.
-constexpr int32_t kLongestStretch = 32;
-
 // One input channel and where it stands.
 struct SoundSource {
     int32_t channel = 0;   // place in the input frame
@@ -37,7 +34,7 @@ struct EarStretch {
 // Plain data.
 struct SourcePair {
     // Places two sources, which must not be straight ahead, or one: the other is then null.
-    // Starts from silence. `sampleRate` in Hz, at most 96000. Allocates nothing.
+    // Starts from silence. `sampleRate` in Hz, at most 384000. Allocates nothing.
     void Place(const SoundSource& first, const SoundSource* second, double sampleRate);
 
     // The place of the four filters: near ears, then far ears.

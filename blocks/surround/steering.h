@@ -7,8 +7,10 @@
 //     tx = (ll - rr)/P  (left positive)        ty = 2 lr/P  (centre positive, surround negative)
 //
 // and the steering v follows it, slowly as long as it stays near and fast after a jump or when one
-// source stands alone. |v| is 1 for a single source and 0 for ambience. Being smoothed in the
-// plane, the direction never wraps; being a ratio, it does not run wild near silence.
+// source stands alone. A sound that begins is followed at once: when P grows to three times its
+// value within a tick, nearly all of P is new sound, and so is its direction. Below P = 10⁻⁹ the
+// direction is held. |v| is 1 for a single source and 0 for ambience. Being smoothed in the plane,
+// the direction never wraps; being a ratio, it does not run wild near silence.
 #pragma once
 
 #include <cstdint>
@@ -36,7 +38,8 @@ struct BandSteering {
     float offset[4] = {};      // of left and right, below 25 Hz
     float x = 0.0f;            // v
     float y = 0.0f;
-    float agility = 0.0f;  // 0 to 1
+    float agility = 0.0f;    // 0 to 1
+    float lastPower = 0.0f;  // a tick ago
 
     // Takes frames of the band: their first two lanes.
     void Listen(const SteeringRates& rates, const BandFrame* frames,

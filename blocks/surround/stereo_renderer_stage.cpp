@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <new>
 #include <span>
 #include <type_traits>
@@ -31,27 +32,30 @@ constexpr double kAzimuths[kMostChannels][kMostChannels] = {{0},
 // What stands in the work memory. Zeros: nothing is set up.
 struct StageMemory {
     int32_t inputChannels = 0;
-    int32_t rateCode = 0;
+    int32_t sampleRate = 0;  // Hz
     HeadRenderer renderer{};
 };
 static_assert(std::is_trivially_copyable_v<StageMemory>);
-static_assert(sizeof(StageMemory) <= kStereoRendererClearedMemory);
+static_assert(sizeof(StageMemory) <= kStereoRendererMemory);
+static_assert(offsetof(StageMemory, renderer) <= kStereoRendererClearedMemory);
 static_assert(alignof(StageMemory) == alignof(float));
 
-double SampleRateOf(int32_t code) {
-    const auto* row = std::ranges::find(kRateCodes, code, &RateCode::code);
-    return row == std::end(kRateCodes) ? kRateCodes[0].sampleRate : row->sampleRate;
+int32_t SampleRateOf(const StereoRendererState& state) {
+    const auto* row = std::ranges::find(kRateCodes, state.rateCode, &RateCode::code);
+    const bool isShared = row == std::end(kRateCodes) || row->code == 0;
+    if (!isShared) return row->sampleRate;
+    if (state.sampleRate == 0) return kRateCodes[0].sampleRate;
+    return std::clamp(state.sampleRate, HeadRenderer::kLowestRate, HeadRenderer::kHighestRate);
 }
 
-void SetUp(StageMemory& memory, const StereoRendererState& state) {
+void SetUp(StageMemory& memory, const StereoRendererState& state, int32_t sampleRate) {
     memory.inputChannels = state.inputChannels;
-    memory.rateCode = state.rateCode;
+    memory.sampleRate = sampleRate;
     const auto count = static_cast<std::size_t>(state.inputChannels);
     std::array<SoundSource, kMostChannels> sources{};
     for (std::size_t c = 0; c < count; ++c)
         sources[c] = {static_cast<int32_t>(c), kAzimuths[count - 1][c]};
-    memory.renderer.Place(std::span(sources).first(count), state.inputChannels,
-                          SampleRateOf(state.rateCode));
+    memory.renderer.Place(std::span(sources).first(count), state.inputChannels, sampleRate);
 }
 
 }  // namespace
@@ -69,8 +73,9 @@ void RenderStereo(StereoRendererState& state, const float* in, float* out,
         return;
     }
     auto& memory = *std::launder(reinterpret_cast<StageMemory*>(state.memory));
-    if (memory.inputChannels != state.inputChannels || memory.rateCode != state.rateCode)
-        SetUp(memory, state);
+    const int32_t sampleRate = SampleRateOf(state);
+    if (memory.inputChannels != state.inputChannels || memory.sampleRate != sampleRate)
+        SetUp(memory, state, sampleRate);
     memory.renderer.Render(in, out, frames);
 }
 

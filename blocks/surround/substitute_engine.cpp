@@ -1,9 +1,11 @@
 #include "blocks/surround/substitute_engine.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <span>
 
+#include "base/math/power.h"
 #include "engine/fold_down.h"
 
 namespace quorvel {
@@ -11,9 +13,6 @@ namespace {
 
 // What the renderer gives lies 6 dB below a fold-down.
 constexpr float kRendererMakeUp = 1.9952623f;  // 10^(6/20)
-
-constexpr int32_t kSlowestRate = 32000;  // Hz
-constexpr int32_t kFastestRate = 96000;
 
 // Frames that are worked on at a time.
 constexpr int32_t kPiece = 64;
@@ -32,7 +31,8 @@ void SubstituteSurroundEngine::Destroy() {
 }
 
 void SubstituteSurroundEngine::SetSampleRate(int32_t sampleRate) {
-    wanted.sampleRate = std::clamp(sampleRate, kSlowestRate, kFastestRate);
+    wanted.sampleRate =
+        std::clamp(sampleRate, HeadRenderer::kLowestRate, HeadRenderer::kHighestRate);
 }
 
 int32_t SubstituteSurroundEngine::SetSpeakerConfiguration(int32_t code) {
@@ -79,17 +79,32 @@ void SubstituteSurroundEngine::PlaceRenderer() {
     placed = wanted;
     const auto count = static_cast<std::size_t>(wanted.channels);
     std::array<SoundSource, kPositions> sources{};
-    for (std::size_t c = 0; c < count; ++c)
+    for (std::size_t c = 0; c < count; ++c) {
         sources[c] = {static_cast<int32_t>(c), wanted.azimuths[c]};
+        levels[c] = LevelOf(c);
+    }
     renderer.Place(std::span(sources).first(count), wanted.channels, wanted.sampleRate);
+}
+
+// Takes the model's level off and puts that of the fold-down in its place: the power that both
+// outputs get together.
+float SubstituteSurroundEngine::LevelOf(std::size_t position) const {
+    float frame[kPositions] = {}, folded[2] = {};
+    frame[position] = 1.0f;
+    FindFoldDown(mask, 2)->frame(frame, folded);
+    const double modelDb = LevelDbAt(wanted.azimuths[position]);
+    const double left = folded[0], right = folded[1];
+    const double level = std::sqrt(left * left + right * right);
+    return static_cast<float>(level * math::Pow(10.0, -modelDb / 20.0));
 }
 
 void SubstituteSurroundEngine::RenderPiece(const float* in, int32_t frames, float* out) {
     float scaled[kPiece * kPositions] = {};
-    for (int32_t f = 0; f < frames; ++f) {
-        for (int32_t c = 0; c < wanted.channels; ++c)
-            scaled[f * wanted.channels + c] =
-                in[f * wanted.channels + c] * gains[static_cast<std::size_t>(c)];
+    for (int32_t c = 0; c < wanted.channels; ++c) {
+        const auto position = static_cast<std::size_t>(c);
+        const float gain = isEnabled ? gains[position] * levels[position] : gains[position];
+        for (int32_t i = c; i < frames * wanted.channels; i += wanted.channels)
+            scaled[i] = in[i] * gain;
     }
     if (!isEnabled) return FindFoldDown(mask, 2)->block(scaled, out, frames);
     renderer.Render(scaled, out, frames);

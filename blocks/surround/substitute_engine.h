@@ -2,8 +2,9 @@
 //
 // With the effect enabled it renders the speakers of the layout from the azimuths it is given, by
 // the model of the stereo renderer stage (head_renderer.h); a speaker at 0 degrees, which low
-// frequency usually is, comes from the centre. Levels are those of a fold-down. With the effect
-// disabled, as at first, it folds the layout down to two channels (engine/fold_down.h).
+// frequency usually is, comes from the centre. With the effect disabled, as at first, it folds the
+// layout down to two channels (engine/fold_down.h). At any azimuth every channel is as loud with
+// the effect as in the fold-down: pink noise, K-weighted over both ears, to ±0.5 dB.
 //
 // What a setting means inside the external engine is not known. Of those without a telling name:
 //
@@ -12,9 +13,9 @@
 //     value A          ignored
 //     value B          ignored
 //
-// Sample rates from 32000 to 96000 Hz are honoured; others act as the nearest of the two, so that
-// times and frequencies scale with the clock. Angles are taken modulo 360; one that is not finite
-// acts as 0. Bad input samples are dealt with as in stereo_renderer_stage.h while the effect is on.
+// Sample rates from 10 Hz to 384 kHz are honoured; others act as the nearest of the two. Angles are
+// taken modulo 360; one that is not finite acts as 0. Bad input samples are dealt with as in
+// stereo_renderer_stage.h while the effect is on.
 #pragma once
 
 #include <array>
@@ -54,6 +55,7 @@ class SubstituteSurroundEngine final : public INineEarsSurroundSound {
     };
 
     void PlaceRenderer();
+    float LevelOf(std::size_t position) const;
     void RenderPiece(const float* in, int32_t frames, float* out);
 
     Placement wanted{};
@@ -61,6 +63,7 @@ class SubstituteSurroundEngine final : public INineEarsSurroundSound {
     uint32_t mask = 0;  // speakers of the layout
     bool isEnabled = false;
     std::array<float, kPositions> gains = {1, 1, 1, 1, 1, 1, 1, 1};
+    std::array<float, kPositions> levels{};  // of the effect, by channel position, linear
     HeadRenderer renderer{};
 };
 

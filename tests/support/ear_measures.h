@@ -46,6 +46,25 @@ inline double ThirdOctavePower(const std::vector<float>& impulseResponse, double
     return sum / kPoints;
 }
 
+// Power gain of the K-weighting at 48 kHz (ITU-R BS.1770-4).
+inline double KWeight(double frequency) {
+    return std::norm(At({1.53512486f, -2.69169619f, 1.19839281f}, frequency, 48000.0) *
+                     At({1.0f, -2.0f, 1.0f}, frequency, 48000.0) /
+                     At({1.0f, -1.69065929f, 0.73248077f}, frequency, 48000.0) /
+                     At({1.0f, -1.99004745f, 0.99007225f}, frequency, 48000.0));
+}
+
+// The level (dB) of pink noise in both ears together, K-weighted. For responses at 48 kHz.
+inline double LoudnessDb(const EarResponse& ears) {
+    double heard = 0.0, plain = 0.0;
+    for (double f = 20.0; f < 20000.0; f *= 1.01) {  // pink: every octave weighs the same
+        heard += KWeight(f) *
+                 (std::norm(At(ears.left, f, 48000.0)) + std::norm(At(ears.right, f, 48000.0)));
+        plain += KWeight(f);
+    }
+    return Decibels(heard / plain);
+}
+
 // How much later the right ear hears what lies between the two frequencies (Hz): the place of the
 // largest cross-correlation, in µs, to 1 µs.
 inline double TimeDifferenceUs(const EarResponse& ears, double low, double high) {

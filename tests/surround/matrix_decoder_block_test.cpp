@@ -3,149 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <deque>
-#include <map>
-#include <string>
-
 #include "tests/support/allocation_faults.h"
-#include "tests/support/samples.h"
+#include "tests/surround/block_model.h"
+#include "tests/surround/heard.h"
 
 namespace quorvel {
 namespace {
 
-using Samples = std::vector<float>;
-
-constexpr GUID kNoId{};
-constexpr float kSixDb = 1.9952623f;
-constexpr float kUntouched = test::kUntouched;
-
-std::unique_ptr<MatrixDecoderBlock> MakeBlock(const MatrixDecoderParameters& parameters,
-                                              int32_t channels, uint32_t mask,
-                                              int32_t rate = 48000) {
-    auto block = std::make_unique<MatrixDecoderBlock>(kNoId);
-    EXPECT_TRUE(block->SetParameterData(&parameters, sizeof(parameters)));
-    block->SetFormat(channels, mask, rate);
-    return block;
-}
-
-Samples Hear(AudioBlock& block, const Samples& in, std::size_t blockFrames = 480) {
-    const auto channels = static_cast<std::size_t>(block.GetInputChannels());
-    const std::size_t frames = in.size() / channels;
-    Samples input = in, out(2 * frames, kUntouched);
-    for (std::size_t f = 0; f < frames; f += blockFrames) {
-        const std::size_t count = std::min(blockFrames, frames - f);
-        block.Process(input.data() + f * channels, out.data() + 2 * f, static_cast<int32_t>(count));
-    }
-    return out;
-}
-
-Samples Render(const Samples& in, int32_t channels, int32_t rate) {
-    std::vector<std::byte> memory(kStereoRendererMemory);
-    StereoRendererState state{channels, StereoRendererRateCode(rate), memory.data()};
-    const auto frames = static_cast<int32_t>(in.size()) / channels;
-    Samples out(2 * static_cast<std::size_t>(frames));
-    RenderStereo(state, in.data(), out.data(), frames);
-    for (float& sample : out)
-        sample *= kSixDb;
-    return out;
-}
-
-// The renderer's frames as text: an input channel or a sum of two each, "-" for silence.
-struct Conversion {
-    uint32_t mask;
-    int32_t channels;
-    int32_t rendered;
-    const char* frame;
-};
-constexpr Conversion kConversions[] = {
-    {0x4, 1, 1, "0"},
-    {0x3, 2, 2, "0 1"},
-    {0xB, 3, 2, "0+2 1+2"},
-    {0x33, 4, 5, "0 - 1 2 3"},
-    {0x107, 4, 4, "0 2 1 3"},
-    {0x3F, 6, 5, "0+3 2 1+3 4 5"},
-    {0x60F, 6, 5, "0+3 2 1+3 4 5"},
-    {0xFF, 8, 7, "0+3 2 1+3 6 7 4 5"},
-    {0x63F, 8, 7, "0+3 2 1+3 6 7 4 5"},
-};
-
-Samples Convert(const Conversion& conversion, const Samples& in) {
-    const std::string row = std::string(conversion.frame) + " ";
-    Samples out;
-    for (std::size_t f = 0; f < in.size(); f += static_cast<std::size_t>(conversion.channels)) {
-        for (std::size_t start = 0; start < row.size(); start = row.find(' ', start) + 1) {
-            const auto channel = [&](std::size_t place) {
-                return in[f + static_cast<std::size_t>(row[place] - '0')];
-            };
-            out.push_back(row[start] == '-'       ? 0.0f
-                          : row[start + 1] == '+' ? channel(start) + channel(start + 2)
-                                                  : channel(start));
-        }
-    }
-    return out;
-}
-
-// A delay that knows nothing but a queue.
-class Delay {
-  public:
-    explicit Delay(std::size_t frames) : past(frames, 0.0f) {}
-
-    float Pass(float sample) {
-        past.push_back(sample);
-        sample = past.front();
-        past.pop_front();
-        return sample;
-    }
-
-  private:
-    std::deque<float> past;
-};
-
-// What the decoder must give for the pair that starts at channel `pair` of `in`: eight slots.
-Samples Decode(const Samples& in, std::size_t channels, std::size_t pair, uint16_t modeWord,
-               uint16_t flagsWord, const std::array<std::size_t, 8>& delays) {
-    std::vector<std::byte> memory(kMatrixDecoderMemory);
-    const std::size_t frames = in.size() / channels;
-    Samples slots(8 * frames);
-    for (std::size_t f = 0; f < frames; ++f) {
-        slots[8 * f] = in[channels * f + pair];
-        slots[8 * f + 1] = in[channels * f + pair + 1];
-    }
-    MatrixDecoderConfiguration configuration{.modeWord = modeWord, .flagsWord = flagsWord};
-    configuration.state = memory.data();
-    configuration.frames = static_cast<int16_t>(frames);
-    constexpr std::size_t kOrder[] = {0, 2, 1, 6, 7, 3, 4, 5};
-    for (std::size_t c = 0; c < 8; ++c)
-        configuration.channels[c] = slots.data() + kOrder[c];
-    EXPECT_TRUE(RunMatrixDecoder(kDecoderProcess, &configuration));
-    for (std::size_t slot = 0; slot < 8; ++slot) {
-        Delay delay(delays[slot]);
-        for (std::size_t f = 0; f < frames; ++f)
-            slots[8 * f + slot] = delay.Pass(slots[8 * f + slot]);
-    }
-    return slots;
-}
-
-// Puts the kept channels beside the decoder's: sides to `sidesTo`, fronts to the sides.
-void Join(Samples& slots, const Samples& in, std::size_t channels, std::size_t kept,
-          std::size_t sidesTo, std::size_t delayFrames) {
-    std::vector<Delay> delays(kept, Delay(delayFrames));
-    for (std::size_t f = 0; f < slots.size() / 8; ++f) {
-        float* const frame = &slots[8 * f];
-        frame[sidesTo] = frame[6];
-        frame[sidesTo + 1] = frame[7];
-        frame[6] = frame[0];
-        frame[7] = frame[1];
-        for (std::size_t c = 0; c < kept; ++c)
-            frame[c] = delays[c].Pass(in[channels * f + c]);
-    }
-}
-
-// The sound of a decoded frame.
-Samples RenderDecoded(const Samples& slots, int32_t rate) {
-    return Render(Convert(kConversions[8], slots), 7, rate);
-}
+using namespace test;
 
 TEST(MatrixDecoderBlock, RendersEveryLayoutThatTheRendererKnows) {
     for (const Conversion& conversion : kConversions) {
@@ -201,13 +66,20 @@ TEST(MatrixDecoderBlock, DecodesPairs) {
         std::size_t channels;
         uint32_t mask;
         std::size_t pair, kept, sidesTo;
-    } kLayouts[] = {{2, 0x3, 0, 0, 0},  {2, 0, 0, 0, 0},    {2, 0x33, 0, 0, 0}, {3, 0x3, 0, 0, 0},
-                    {4, 0x33, 2, 2, 2}, {6, 0x3F, 4, 4, 4}, {6, 0x60F, 4, 4, 4}};
+        DecoderOutputs outputs = DecoderOutputs::All;
+    } kLayouts[] = {{2, 0x3, 0, 0, 0},
+                    {2, 0, 0, 0, 0},
+                    {2, 0x33, 0, 0, 0},
+                    {3, 0x3, 0, 0, 0},
+                    {4, 0x33, 2, 2, 2, DecoderOutputs::FrontAndBacks},
+                    {6, 0x3F, 4, 4, 4, DecoderOutputs::FrontAndSides},
+                    {6, 0x60F, 4, 4, 4, DecoderOutputs::FrontAndSides}};
     for (const auto& [parameters, modeWord, flagsWord, delays] : kCases) {
         for (const auto& layout : kLayouts) {
             SCOPED_TRACE(testing::Message() << modeWord << ", mask " << layout.mask);
             const Samples in = test::Noise(2000 * layout.channels, 5);
-            Samples slots = Decode(in, layout.channels, layout.pair, modeWord, flagsWord, delays);
+            Samples slots = Decode(in, layout.channels, layout.pair, modeWord, flagsWord, delays,
+                                   layout.outputs);
             if (layout.kept > 0) Join(slots, in, layout.channels, layout.kept, layout.sidesTo, 220);
             const auto channels = static_cast<int32_t>(layout.channels);
             const auto block = MakeBlock(parameters, channels, layout.mask, 44100);
@@ -262,22 +134,18 @@ TEST(MatrixDecoderBlock, RendersWhatIsNotDecoded) {
     test::ExpectSameBits(Hear(*block, in), decoded);
 }
 
-// The decoder goes on through other delays and starts anew for other options; switching the delays
-// off and on makes no new ones, other delays and options do.
+// The decoder goes on through all edits. A delay that is edited starts from silence, the others go
+// on, and switching the delays off and on makes no new ones.
 TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     constexpr std::size_t kFrames = 4000;
-    constexpr uint16_t kModeWord = 0x2000 + 3 * 32 + 25;
     MatrixDecoderParameters parameters{.decodeMode = 1};
     const auto block = MakeBlock(parameters, 2, 3);
-    const Samples in = test::Noise(2 * kFrames * 5, 3);
-    const auto part = [&](std::size_t first, std::size_t count) {
-        const auto* from = in.data() + 2 * kFrames * first;
-        return Samples(from, from + 2 * kFrames * count);
-    };
+    const Samples in = test::Noise(2 * kFrames * 7, 3);
     Samples heard;
     const auto hear = [&](std::size_t i) {
         EXPECT_TRUE(block->SetParameters(&parameters));
-        const Samples more = Hear(*block, part(i, 1));
+        const auto* from = in.data() + 2 * kFrames * i;
+        const Samples more = Hear(*block, Samples(from, from + 2 * kFrames));
         heard.insert(heard.end(), more.begin(), more.end());
     };
     hear(0);
@@ -289,17 +157,20 @@ TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     hear(3);
     parameters.option7 = 1;
     hear(4);
+    parameters.outputDelaysMs[1][4] = 3;
+    hear(5);
+    parameters.outputDelaysMs[1][4] = 10;
+    hear(6);
 
-    Samples slots = Decode(part(0, 4), 2, 0, kModeWord, 0x700, {});
-    const Samples last = Decode(part(4, 1), 2, 0, kModeWord, 0x702, {});
-    slots.insert(slots.end(), last.begin(), last.end());
+    Samples slots = Decode(in, 2, 0, 0x2000 + 3 * 32 + 25, 0x700, {}, DecoderOutputs::All,
+                           {4 * kFrames, 0x702});
     for (const std::size_t slot : {4, 5, 6, 7}) {
-        const std::size_t later = slot == 4 ? 960 : 480;
-        Delay delays[] = {Delay(480), Delay(0), Delay(later), Delay(later)};
-        for (std::size_t f = 0; f < 5 * kFrames; ++f) {
-            const std::size_t i = f / kFrames;
-            slots[8 * f + slot] = delays[i == 0 ? 0 : i - 1].Pass(slots[8 * f + slot]);
-        }
+        Delay delays[] = {Delay(480), Delay(0), Delay(960), Delay(144), Delay(480)};
+        const std::array<std::size_t, 7> parts =
+            slot == 4 ? std::array<std::size_t, 7>{0, 0, 1, 2, 2, 3, 4}
+                      : std::array<std::size_t, 7>{0, 0, 1, 0, 0, 0, 0};
+        for (std::size_t f = 0; f < 7 * kFrames; ++f)
+            slots[8 * f + slot] = delays[parts[f / kFrames]].Pass(slots[8 * f + slot]);
     }
     test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
 
@@ -308,24 +179,45 @@ TEST(MatrixDecoderBlock, TakesUpWhatHasChanged) {
     EXPECT_FALSE(block->SetParameterData(&parameters, 131));
 }
 
-// New options let the kept channels start from silence too.
-TEST(MatrixDecoderBlock, DropsBothSetsOfDelaysForNewOptions) {
-    constexpr uint16_t kModeWord = 0x2000 + 3 * 32 + 25;
+// Other options leave both sets of delays alone.
+TEST(MatrixDecoderBlock, KeepsDelaysThroughEdits) {
     MatrixDecoderParameters parameters{.decodeMode = 1};
     const auto block = MakeBlock(parameters, 6, 0x3F);
+    const Samples in = test::Noise(6 * 4000, 7);
+    Samples heard = Hear(*block, Samples(in.begin(), in.begin() + 6 * 2000));
+    parameters.option6 = 1;
+    EXPECT_TRUE(block->SetParameters(&parameters));
+    const Samples more = Hear(*block, Samples(in.begin() + 6 * 2000, in.end()));
+    heard.insert(heard.end(), more.begin(), more.end());
+    Samples slots = Decode(in, 6, 4, 0x2000 + 3 * 32 + 25, 0x700, {0, 0, 0, 0, 480, 480, 480, 480},
+                           DecoderOutputs::FrontAndSides, {2000, 0x1700});
+    Join(slots, in, 6, 4, 4, 240);
+    test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
+}
+
+// A format leaves nothing of the decoder's past, nor does a break without decoding, which clears
+// the renderer too.
+TEST(MatrixDecoderBlock, StartsFromSilence) {
+    const MatrixDecoderParameters parameters{.decodeMode = 1}, off{.decodeEnabled = 0};
+    const auto block = MakeBlock(parameters, 6, 0x3F);
     Samples slots, heard;
-    for (const uint32_t option7 : {0u, 1u}) {
-        const Samples in = test::Noise(6 * 2000, 7 + option7);
-        parameters.option7 = option7;
-        EXPECT_TRUE(block->SetParameters(&parameters));
+    for (const uint32_t seed : {7u, 8u}) {
+        const Samples in = test::Noise(6 * 2000, seed);
+        block->SetFormat(6, 0x3F, 48000);
         const Samples more = Hear(*block, in);
         heard.insert(heard.end(), more.begin(), more.end());
-        Samples part =
-            Decode(in, 6, 4, kModeWord, option7 ? 0x702 : 0x700, {0, 0, 0, 0, 480, 480, 480, 480});
+        Samples part = Decode(in, 6, 4, 0x2000 + 3 * 32 + 25, 0x700,
+                              {0, 0, 0, 0, 480, 480, 480, 480}, DecoderOutputs::FrontAndSides);
         Join(part, in, 6, 4, 4, 240);
         slots.insert(slots.end(), part.begin(), part.end());
     }
     test::ExpectSameBits(heard, RenderDecoded(slots, 48000));
+
+    const Samples in = test::Noise(6 * 2000, 9);
+    EXPECT_TRUE(block->SetParameters(&off));
+    Hear(*block, in);
+    EXPECT_TRUE(block->SetParameters(&parameters));
+    test::ExpectSameBits(Hear(*block, in), Hear(*MakeBlock(parameters, 6, 0x3F), in));
 }
 
 // The decoder counts the frames of a call in 16 bits.

@@ -3,139 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <limits>
 
-#include "tests/support/pink_noise.h"
-#include "tests/support/samples.h"
+#include "tests/surround/decoder_stage.h"
 
 namespace quorvel {
 namespace {
 
-using test::Analytic;
-using Pairs = std::vector<std::array<float, 2>>;
-using Complex = std::complex<double>;
-
-enum Slot { kFrontLeft, kFrontRight, kCentre, kLow, kBackLeft, kBackRight, kSideLeft, kSideRight };
-using Frame = std::array<float, 8>;
-using Frames = std::vector<Frame>;
-using Powers = std::array<double, 8>;
-
-constexpr uint16_t kNoBalance = 1;
-constexpr uint16_t kNeutralRear = 7 << 4;
-
-// The words of a mode at the place of a rate in this list.
-constexpr double kRates[] = {32000, 44100, 48000, 64000, 88200, 96000, 176400, 192000};
-constexpr int kUsualRate = 2;
-constexpr uint16_t ModeWord(int mode, int rate = kUsualRate) {
-    constexpr int kCodes[] = {2, 3, 7};
-    return static_cast<uint16_t>(rate * 4096 + kCodes[mode] * 32 + 25);
-}
-
-// A stage of its own, its memory aligned for floats and no more.
-class Stage {
-  public:
-    explicit Stage(uint16_t modeWord, uint16_t flagsWord = kNoBalance | kNeutralRear) {
-        configuration.modeWord = modeWord;
-        configuration.flagsWord = flagsWord;
-        configuration.state = memory.data() + 4;
-    }
-
-    bool Run(int32_t command, Frames& frames, std::size_t first, std::size_t count) {
-        constexpr Slot kOrder[] = {kFrontLeft, kCentre, kFrontRight, kSideLeft,
-                                   kSideRight, kLow,    kBackLeft,   kBackRight};
-        for (std::size_t c = 0; c < 8; ++c)
-            configuration.channels[c] = &frames[first][kOrder[c]];
-        configuration.frames = static_cast<int16_t>(count);
-        return RunMatrixDecoder(command, &configuration);
-    }
-
-    Frames Decode(const Pairs& pairs, std::size_t blockFrames = 480) {
-        Frames frames(pairs.size(), Frame{9, 9, 9, 9, 9, 9, 9, 9});
-        for (std::size_t i = 0; i < pairs.size(); ++i)
-            frames[i][0] = pairs[i][0], frames[i][1] = pairs[i][1];
-        for (std::size_t i = 0; i < frames.size(); i += blockFrames)
-            EXPECT_TRUE(Run(kDecoderProcess, frames, i, std::min(blockFrames, frames.size() - i)));
-        return frames;
-    }
-
-    MatrixDecoderConfiguration configuration;
-
-  private:
-    std::vector<std::byte> memory = std::vector<std::byte>(kMatrixDecoderMemory + 4);
-};
-
-// How a source stands in the pair.
-struct Source {
-    const char* name;
-    Complex left, right;
-    std::vector<Slot> classic, surround;  // where it belongs in mode 0 and in the others
-};
-constexpr double kHalf = 0.70710678118654752;
-const Complex kTurn{0.0, 1.0};
-const Source kLeft = {"left", 1.0, 0.0, {kFrontLeft}, {kFrontLeft}};
-const Source kRight = {"right", 0.0, 1.0, {kFrontRight}, {kFrontRight}};
-const Source kMiddle = {"centre", kHalf, kHalf, {kCentre}, {kCentre}};
-const Source kRear = {"surround", kHalf, -kHalf, {kBackLeft, kBackRight}, {kBackLeft, kBackRight}};
-const Source kTurnedRear = {"turned surround",
-                            -kTurn* kHalf,
-                            kTurn* kHalf,
-                            {kBackLeft, kBackRight},
-                            {kBackLeft, kBackRight}};
-const Source kHalfLeft = {"half left",
-                          std::cos(M_PI / 8),
-                          std::sin(M_PI / 8),
-                          {kFrontLeft, kCentre},
-                          {kFrontLeft, kCentre}};
-const Source kLeftSurround = {"left surround",
-                              -kTurn * 0.8718,
-                              kTurn * 0.4899,
-                              {kFrontLeft, kBackLeft, kBackRight},
-                              {kSideLeft, kBackLeft}};
-
-void Add(Pairs& pairs, const Analytic& signal, Complex left, Complex right, std::size_t first = 0,
-         std::size_t end = SIZE_MAX) {
-    for (std::size_t i = first; i < std::min(end, pairs.size()); ++i) {
-        const Complex value = signal[i % signal.size()];
-        pairs[i][0] += static_cast<float>((left * value).real());
-        pairs[i][1] += static_cast<float>((right * value).real());
-    }
-}
-
-Pairs Encode(const Source& source, const Analytic& signal, std::size_t count) {
-    Pairs pairs(count);
-    Add(pairs, signal, source.left, source.right);
-    return pairs;
-}
-
-Powers PowersOf(const Frames& frames, std::size_t first) {
-    Powers powers{};
-    for (std::size_t i = first; i < frames.size(); ++i) {
-        for (std::size_t c = 0; c < 8; ++c)
-            powers[c] += double{frames[i][c]} * frames[i][c];
-    }
-    for (double& power : powers)
-        power /= static_cast<double>(frames.size() - first);
-    return powers;
-}
-
-double Sum(const Powers& powers) {
-    double sum = 0.0;
-    for (const double power : powers)
-        sum += power;
-    return sum;
-}
-
-double PowerOf(const Pairs& pairs, std::size_t first) {
-    double sum = 0.0;
-    for (std::size_t i = first; i < pairs.size(); ++i)
-        sum += double{pairs[i][0]} * pairs[i][0] + double{pairs[i][1]} * pairs[i][1];
-    return sum / static_cast<double>(pairs.size() - first);
-}
-
-double Decibels(double power) {
-    return 10.0 * std::log10(power);
-}
+using namespace test;
 
 // A single source comes out where it belongs and nowhere else, at its own power.
 TEST(MatrixDecoderStage, PutsLoneSourcesInTheirPlaces) {
@@ -293,102 +168,6 @@ TEST(MatrixDecoderStage, JoinsFrontAndSide) {
     }
 }
 
-// Shares of the total power in mode 2, of a source or (null) of a pair without one.
-Powers Shares(int options, const Source* source) {
-    constexpr std::size_t kSecond = 48000;
-    Pairs pairs(2 * kSecond);
-    Add(pairs, test::PinkNoise(48000, 6), source ? source->left : 1.0,
-        source ? source->right : 0.0);
-    if (!source) Add(pairs, test::PinkNoise(48000, 7), 0.0, 1.0);
-    Stage stage(ModeWord(2), static_cast<uint16_t>(kNoBalance | options));
-    Powers powers = PowersOf(stage.Decode(pairs), kSecond);
-    const double total = Sum(powers);
-    for (double& power : powers)
-        power /= total;
-    return powers;
-}
-
-TEST(MatrixDecoderStage, OptionsReshapeTheField) {
-    double last = 1.0;
-    for (const int spread : {0, 1, 2, 3, 4, 5, 6, 7}) {
-        const double centre = Shares(spread << 8 | kNeutralRear, &kMiddle)[kCentre];
-        EXPECT_LE(centre, last) << spread;
-        last = centre * 0.98;
-    }
-    EXPECT_LT(last, 1e-10);
-    constexpr int kWraps = 8, kBackOnly = 2;
-    EXPECT_NEAR(Decibels(Shares(kWraps | kNeutralRear, &kLeft)[kSideLeft]), -6.3, 0.5);
-    EXPECT_NEAR(Decibels(Shares(kBackOnly | kNeutralRear, &kLeftSurround)[kBackLeft]), 0.0, 0.01);
-    const struct {
-        int value;
-        double rearDb;
-    } kRearShares[] = {{0, -15.5}, {7, -6.4}, {15, -3.6}};
-    for (const auto& row : kRearShares) {
-        const Powers shares = Shares(row.value << 4, nullptr);
-        const double rear =
-            shares[kBackLeft] + shares[kBackRight] + shares[kSideLeft] + shares[kSideRight];
-        EXPECT_NEAR(Decibels(rear), row.rearDb, 0.5) << row.value;
-    }
-}
-
-Analytic Sine(double frequency) {
-    Analytic sine(48000);
-    for (std::size_t i = 0; i < sine.size(); ++i)
-        sine[i] = std::polar(0.5, 2.0 * M_PI * frequency * static_cast<double>(i) / 48000.0);
-    return sine;
-}
-
-TEST(MatrixDecoderStage, EndsTheOneRearSignalAtSevenKilohertz) {
-    const auto rearDb = [](int mode, double frequency) {
-        const Pairs pairs = Encode(kRear, Sine(frequency), 48000);
-        const Powers powers = PowersOf(Stage(ModeWord(mode)).Decode(pairs), 24000);
-        return Decibels((powers[kBackLeft] + powers[kBackRight]) / PowerOf(pairs, 24000));
-    };
-    EXPECT_NEAR(rearDb(0, 1000.0), 0.0, 0.5);
-    EXPECT_NEAR(rearDb(0, 7000.0), -3.0, 1.0);
-    EXPECT_LT(rearDb(0, 14000.0), -9.0);
-    EXPECT_NEAR(rearDb(1, 14000.0), 0.0, 0.5);
-}
-
-// Brisk: a source in ambience that moves a little is out of its old place sooner.
-TEST(MatrixDecoderStage, FollowsSmallMovesFasterWhenBrisk) {
-    constexpr std::size_t kMove = 48000, kEnd = kMove + 4800;
-    const auto lag = [](uint16_t flags) {
-        const Analytic noise = test::PinkNoise(48000, 17);
-        Pairs pairs(kEnd), there(kEnd);
-        for (Pairs* sound : {&pairs, &there}) {
-            Add(*sound, test::PinkNoise(48000, 18), 0.6, 0.0);
-            Add(*sound, test::PinkNoise(48000, 19), 0.0, 0.6);
-        }
-        Add(pairs, noise, kHalf, kHalf, 0, kMove);
-        Add(pairs, noise, std::cos(M_PI / 5), std::sin(M_PI / 5), kMove);
-        Add(there, noise, std::cos(M_PI / 5), std::sin(M_PI / 5));
-        const auto word = static_cast<uint16_t>(kNoBalance | kNeutralRear | flags);
-        const Frames moved = Stage(ModeWord(1), word).Decode(pairs);
-        const Frames settled = Stage(ModeWord(1), word).Decode(there);
-        double error = 0.0;
-        for (std::size_t i = kMove; i < kEnd; ++i)
-            for (std::size_t c = 0; c < 8; ++c)
-                error += std::pow(double{moved[i][c]} - double{settled[i][c]}, 2.0);
-        return error;
-    };
-    EXPECT_LT(lag(0x1000), 0.85 * lag(0));
-}
-
-// A drifted centre is found and evened out; a source that was panned is left where it is.
-TEST(MatrixDecoderStage, BalancesADriftedCentre) {
-    constexpr std::size_t kSecond = 48000;
-    const auto leak = [](double leftDb, uint16_t flags) {
-        Pairs pairs(8 * kSecond);
-        Add(pairs, test::PinkNoise(48000, 8), std::pow(10.0, leftDb / 20.0) * kHalf, kHalf);
-        const Powers powers = PowersOf(Stage(ModeWord(1), flags).Decode(pairs), 7 * kSecond);
-        return Decibels(1.0 - powers[kCentre] / Sum(powers));
-    };
-    EXPECT_LT(leak(2.0, 0), -25.0);
-    EXPECT_GT(leak(2.0, kNoBalance), -15.0);
-    EXPECT_NEAR(leak(-5.0, 0), leak(-5.0, kNoBalance), 0.1);
-}
-
 // Ambience keeps its level in the rear under a centre that comes and goes.
 TEST(MatrixDecoderStage, DoesNotPump) {
     constexpr std::size_t kGate = 24000, kGates = 8;
@@ -443,19 +222,6 @@ TEST(MatrixDecoderStage, DependsOnTheFramesAlone) {
         burst.resize(48000);
         EXPECT_EQ(Stage(word).Decode(burst).back(), Frame{});
     }
-}
-
-// New flags are taken up without a break, a new mode word from silence.
-TEST(MatrixDecoderStage, TakesUpOtherWords) {
-    const Pairs pairs = Encode(kMiddle, test::PinkNoise(48000, 13), 24000);
-    Stage stage(ModeWord(2));
-    const float last = stage.Decode(pairs).back()[kCentre];
-    stage.configuration.flagsWord ^= 0xF00;
-    const Frames spread = stage.Decode(pairs);
-    EXPECT_NEAR(spread.front()[kCentre], last, 0.05f);
-    EXPECT_NEAR(spread.back()[kCentre], 0.0f, 1e-4f);
-    stage.configuration.modeWord = ModeWord(0, 1);
-    EXPECT_EQ(stage.Decode(pairs), Stage(ModeWord(0, 1)).Decode(pairs));
 }
 
 TEST(MatrixDecoderStage, RefusesWhatItCannotCarryOut) {
