@@ -13,7 +13,7 @@ struct Task {
     void* argument = nullptr;
 };
 
-// In its scope the module is loaded; how a thread leaves it for ever is the system's own.
+// KeepModule keeps the module loaded; LeaveModule ends the thread and lets the module go.
 #ifdef _WIN32
 
 HMODULE KeepModule() {
