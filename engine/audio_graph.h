@@ -187,9 +187,9 @@ class AudioGraph {
     // Whether exact zeros and audible samples get a noise of at most 3/32768 added.
     void SetNoiseEnabled(bool enabled);
 
-    // The most channels that the output of a block, and those of all blocks together, may have;
-    // without a limit at first. Wider ones make the graph invalid until a change of a width or a
-    // rebuild mends it. Takes effect at the next configuration.
+    // The most channels that the output of a block, and those of all blocks together, may have; the
+    // graph's own blocks do not count. Without a limit at first. Wider ones make the graph invalid
+    // until a change of a width or a rebuild mends it. Takes effect at the next configuration.
     void LimitWidths(uint32_t widest, uint32_t together) {
         widestOutput = widest;
         widestTogether = together;

@@ -109,14 +109,14 @@ void AudioGraph::Configure() {
 }
 
 // False where a block turns out wider than the limits; the blocks behind it are not configured
-// then. The output's adapter does not count, being there or not from one configuration to the next.
+// then. The graph's own blocks do not count: an adapter comes and goes with the output's width.
 bool AudioGraph::ConfigureNodes(uint32_t rate) {
     uint64_t together = 0;
     for (GraphNode& node : processingList.Nodes()) {
-        const uint32_t most = node.block == adapterBlock ? UINT32_MAX : widestOutput;
+        const bool isOwn = node.block->isInternal;
+        const uint32_t most = isOwn ? UINT32_MAX : widestOutput;
         if (!ConfigureNode(node, processingFormat, rate, most, Lack())) return false;
-        if (node.block != adapterBlock)
-            together += static_cast<uint32_t>(node.block->GetOutputChannels());
+        if (!isOwn) together += static_cast<uint32_t>(node.block->GetOutputChannels());
         if (together > widestTogether) return false;
         if (NarrowsItsSum(node)) {
             GrowFor(mixBuffer, PlannedFrames(rate), node.block->GetInputChannels(), Lack());

@@ -124,8 +124,7 @@ class Validation {
                          i,
                          {}}};
         }
-        // The sum of several ends, which is the graph's own, may be what was too much.
-        if (together >= limits::kMostChannelsTogether)
+        if (together > limits::kMostChannelsTogether)
             return {{"has too many channels, of all blocks together",
                      MostTaken(limits::kMostChannelsTogether),
                      {},

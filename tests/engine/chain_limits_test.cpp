@@ -93,7 +93,7 @@ TEST(ChainLimits, TooManyChannelsTogetherPassTheInputThrough) {
     graph.RemoveBlockById(NumberedId(257));
     EXPECT_TRUE(graph.IsValid());
     EXPECT_EQ(graph.FindBlock(NumberedId(256))->GetOutputChannels(), 64);
-    for (const uint16_t channels : {2, 80, 80}) {
+    for (const auto channels : std::initializer_list<uint16_t>{2, 80, 80}) {
         graph.SetOutputFormat(channels, 0, 48000);
         EXPECT_TRUE(graph.IsValid()) << "the adapter of " << channels << " does not count";
     }

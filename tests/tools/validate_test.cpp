@@ -133,7 +133,7 @@ TEST_F(Validate, TellsWhatAProcessingObjectRefuses) {
     ExpectFaults({{blocks.c_str(), links.c_str()}},
                  {"has 4097 blocks: a processing object takes the first 4096"}, 1);
     const auto [wide, fan] =
-        Star(R"("type": "StreamExpanderBlock", "data": "4000000000000000")", 256);
+        Star(R"("type": "StreamExpanderBlock", "data": "4000000000000000")", 257);
     ExpectFaults(
         {{wide.c_str(), fan.c_str()}},
         {"has too many channels, of all blocks together; a processing object takes at most "
