@@ -19,7 +19,7 @@ bool SameConfiguration(const AudioBlock& block, const AudioBlock& expected) {
     const auto* a = dynamic_cast<const test::ProbeBlock*>(&block);
     const auto* b = dynamic_cast<const test::ProbeBlock*>(&expected);
     return !a || (a->Width() == b->Width() && a->Mask() == b->Mask() && a->Rate() == b->Rate() &&
-                  a->resets == b->resets && a->configurations == b->configurations);
+                  a->resets == b->resets);
 }
 
 }  // namespace
