@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "engine/sample_check.h"
 #include "tools/progress_bar.h"
 
 namespace quorvel::tool {
@@ -37,13 +38,14 @@ class Renderer {
         while (got == pieceFrames) {
             got = reader.Read(in.data(), pieceFrames);
             const auto frames = static_cast<std::size_t>(got);
-            outcome.input.AddAndClean({in.data(), frames * inWidth});
+            outcome.input.Add({in.data(), frames * inWidth}, kLoudestInput);
             RunPiece(static_cast<std::int32_t>(got));
             outcome.output.Add({out.data(), frames * outWidth});
             writer.Write(out.data(), got);
             if (onPiece) onPiece(outcome.frames);
             progress.Show(outcome.frames);
         }
+        outcome.caught = guard.Caught();
     }
 
     RenderOutcome outcome;
@@ -55,7 +57,7 @@ class Renderer {
             const std::int32_t count = std::min(blockFrames, frames - first);
             float* const blockOut = out.data() + std::size_t(first) * outWidth;
             const auto active =
-                graph.Process(in.data() + std::size_t(first) * inWidth, blockOut, count);
+                guard.Process(graph, in.data() + std::size_t(first) * inWidth, blockOut, count);
             if (active == 0) std::fill_n(blockOut, std::size_t(count) * outWidth, 0.0f);
             if (changedMask) onActivity(outcome.frames, *changedMask);
             changedMask.reset();
@@ -64,6 +66,7 @@ class Renderer {
     }
 
     AudioGraph& graph;
+    SampleGuard guard;
     const ActivityListener& onActivity;
     std::optional<std::uint32_t> changedMask;
     std::int32_t blockFrames;

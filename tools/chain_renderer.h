@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "engine/audio_graph.h"
+#include "engine/sample_guard.h"
 #include "tools/audio_reader.h"
 #include "tools/audio_writer.h"
 #include "tools/sample_meter.h"
@@ -15,6 +16,7 @@ struct RenderOutcome {
     std::int64_t frames = 0;  // in and out alike
     SampleMeter input{};
     SampleMeter output{};
+    SampleGuard::Counts caught{};
     double seconds = 0.0;  // that reading, processing and writing took
 };
 
@@ -25,10 +27,10 @@ using ActivityListener = std::function<void(std::int64_t frame, std::uint32_t ma
 using PieceListener = std::function<void(std::int64_t frames)>;
 
 // Runs all of `reader` through `graph`, whose formats are set, in buffers of `blockFrames` frames
-// (at least 1); the last one is as short as the input demands. Input samples that are not finite
-// are replaced by 0, so that they stick in no block. A buffer that the graph calls silent is
-// written as zeros, and so is what the graph leaves unwritten. The listener is called between
-// buffers. Replaces the graph's callback. Throws what the reader and the writer throw.
+// (at least 1); the last one is as short as the input demands. Bad samples are dealt with as in the
+// processing objects (engine/sample_guard.h). A buffer that the graph calls silent is written as
+// zeros, and so is what the graph leaves unwritten. The listener is called between buffers.
+// Replaces the graph's callback. Throws what the reader and the writer throw.
 RenderOutcome Render(AudioGraph& graph, AudioReader& reader, AudioWriter& writer,
                      std::int32_t blockFrames, const ActivityListener& onActivity,
                      const PieceListener& onPiece = {});

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "engine/channel_masks.h"
+#include "tools/caught_samples.h"
 #include "tools/chain_check.h"
 #include "tools/chain_options.h"
 #include "tools/exit_status.h"
@@ -53,7 +54,10 @@ void CheckChain(const std::string& path, const NamedProfile& named, std::uint32_
 }
 
 void Warn(const HostOutcome& outcome) {
-    WarnOfNonFinite(outcome.input, outcome.output);
+    for (std::size_t i = 0; i < outcome.caught.size(); ++i) {
+        const auto& [object, counts] = outcome.caught[i];
+        WarnOfReplaced(counts, i == 0 ? "the input" : "the input of " + object);
+    }
     for (const ProfileEdit& edit : outcome.unmade)
         std::fprintf(stderr,
                      "quorvel: the edit at %.3f s was not made, no buffer begins there or later: "
@@ -99,6 +103,9 @@ void Run(Options options) {
         throw InvalidInput("left alive: " + alive);
     writer.Finish();
     Report(outcome, reader.SampleRate());
+    for (const auto& [object, counts] : outcome.caught)
+        RequireFinite(counts, object, DefaultChannelMask(options.host.channels),
+                      reader.SampleRate());
 }
 
 }  // namespace

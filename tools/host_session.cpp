@@ -9,6 +9,7 @@
 #include "apo/apo_gfx.h"
 #include "apo/dll_exports.h"
 #include "engine/channel_masks.h"
+#include "engine/sample_check.h"
 #include "platform/module_file.h"
 #include "platform/portable/class_table.h"
 #include "platform/portable/open_handle_count.h"
@@ -79,7 +80,7 @@ class HostSession::Player {
         pending = std::move(edits);
         for (std::int64_t got = piece; got == piece;) {
             got = reader.Read(in.data(), piece);
-            outcome.input.AddAndClean({in.data(), std::size_t(got) * reader.Channels()});
+            outcome.input.Add({in.data(), std::size_t(got) * reader.Channels()}, kLoudestInput);
             Play(in.data(), out.data(), got);
             outcome.output.Add({out.data(), std::size_t(got) * options.channels});
             writer.Write(out.data(), got);
@@ -132,8 +133,10 @@ class HostSession::Player {
     // A stream ends with a buffer that nobody filled, and is stopped.
     void Stop(const float* in, float* out) {
         realTime.Do([&] { objects.front()->Process(in, out, 0, BUFFER_INVALID); });
-        for (const auto& object : objects)
+        for (const auto& object : objects) {
             object->Unlock();
+            outcome.caught.push_back({object->Name(), object->Caught()});
+        }
         TellNotices();
         outcome.unmade.assign(pending.begin() + std::ptrdiff_t(nextEdit), pending.end());
     }

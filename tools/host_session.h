@@ -30,11 +30,18 @@ struct HostOptions {
 // Something for the time line, at a second of the sound.
 using TellEvent = std::function<void(double second, const std::string& words)>;
 
+// What an object's guard caught in the run.
+struct CaughtByObject {
+    std::string object{};  // as registered
+    SampleGuard::Counts counts{};
+};
+
 struct HostOutcome {
     std::int64_t frames = 0;
     SampleMeter input{};
     SampleMeter output{};
-    std::vector<ProfileEdit> unmade{};  // due behind the beginning of the last buffer
+    std::vector<CaughtByObject> caught{};  // in the order of the objects
+    std::vector<ProfileEdit> unmade{};     // due behind the beginning of the last buffer
 };
 
 // Registers the module, stores the profile, creates the objects, and takes everything down again.

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "apo/audio_media_type.h"
+#include "apo/base_apo.h"
 #include "apo/class_ids.h"
 #include "engine/audio_format.h"
 #include "platform/interface_ids.h"
@@ -137,6 +138,11 @@ ComReference<IAudioMediaType> HostedObject::Negotiate(const HostedFormat& input,
         break;
     }
     throw InvalidInput("the processing object takes no such input: its rate or width is foreign");
+}
+
+// Beside COM: an engine has no question for it.
+SampleGuard::Counts HostedObject::Caught() const {
+    return dynamic_cast<BaseAPO&>(*object.Get()).CaughtSamples();
 }
 
 void HostedObject::Unlock() {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apo/com_reference.h"
+#include "engine/sample_guard.h"
 #include "platform/apo_interfaces.h"
 #include "platform/simulation/simulated_headset.h"
 
@@ -39,6 +40,9 @@ class HostedObject {
     // One buffer, on the real-time thread: from `in` to `out`, each as wide as its format. Frames
     // of a silent result are zeros in `out`; an invalid buffer leaves it alone.
     void Process(const float* in, float* out, std::int32_t frames, APO_BUFFER_FLAGS flags);
+
+    // What the object's guard has caught so far, on a control thread.
+    SampleGuard::Counts Caught() const;
 
     // "APOLFX Output Class" and the like, as registered.
     const std::string& Name() const { return name; }

@@ -3,8 +3,11 @@
 #include <memory>
 #include <utility>
 
+#include "engine/channel_masks.h"
+#include "engine/sample_guard.h"
 #include "platform/random.h"
 #include "tools/audio_reader.h"
+#include "tools/caught_samples.h"
 #include "tools/chain_graph.h"
 #include "tools/chain_options.h"
 #include "tools/exit_status.h"
@@ -60,7 +63,7 @@ struct Rendered {
     std::int64_t latency = 0;
 };
 
-// As `process` does it without noise; what is not finite in the input is silence.
+// As `process` does it without noise.
 Rendered RunProfile(const std::string& path, SoundSamples in, const Options& options) {
     NamedProfile named;
     LoadProfile(path, named);
@@ -70,21 +73,19 @@ Rendered RunProfile(const std::string& path, SoundSamples in, const Options& opt
                              .outChannels = options.channels,
                              .sampleRate = in.sampleRate};
     AudioGraph graph;
+    SampleGuard guard;
     platform::SeedRand(kSeed);
     SetUpChainGraph(graph, chosen.chain, format);
-    SampleMeter().AddAndClean(in.samples);
     SoundSamples out{options.channels, 0, in.sampleRate, {}};
     out.samples.resize(static_cast<std::size_t>(in.Frames()) * out.channels);
     for (std::int64_t f = 0; f < in.Frames(); f += kBlockFrames) {
         const auto count =
             static_cast<std::int32_t>(std::min<std::int64_t>(kBlockFrames, in.Frames() - f));
         float* const to = out.samples.data() + f * out.channels;
-        if (graph.Process(in.samples.data() + f * in.channels, to, count) == 0)
+        if (guard.Process(graph, in.samples.data() + f * in.channels, to, count) == 0)
             std::fill_n(to, std::size_t(count) * out.channels, 0.0f);
     }
-    SampleMeter heard;
-    heard.Add(out.samples);
-    if (heard.NonFinite() > 0) throw InvalidInput(path + ": what comes out is not finite");
+    RequireFinite(guard.Caught(), path, DefaultChannelMask(out.channels), out.sampleRate);
     const std::int64_t onset = MeasureLatency(chosen.chain, format);
     return {std::move(out), std::max<std::int64_t>(onset, 0)};
 }

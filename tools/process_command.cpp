@@ -3,6 +3,7 @@
 
 #include "engine/channel_masks.h"
 #include "platform/random.h"
+#include "tools/caught_samples.h"
 #include "tools/chain_graph.h"
 #include "tools/chain_options.h"
 #include "tools/chain_renderer.h"
@@ -55,7 +56,7 @@ void SetUpGraph(AudioGraph& graph, const Options& options, const AudioReader& re
 }
 
 void Report(const RenderOutcome& outcome, double rate) {
-    WarnOfNonFinite(outcome.input, outcome.output);
+    WarnOfReplaced(outcome.caught, "the input");
     const double duration = static_cast<double>(outcome.frames) / rate;
     Print("frames   %lld (%.3f s)\n", static_cast<long long>(outcome.frames), duration);
     Print("peak     in %s, out %s\n", outcome.input.PeakText().c_str(),
@@ -93,6 +94,7 @@ void Run(const Options& options) {
     for (const auto& tap : taps)
         tap->Finish();
     Report(outcome, rate);
+    RequireFinite(outcome.caught, options.profile, outMask, reader.SampleRate());
 }
 
 }  // namespace

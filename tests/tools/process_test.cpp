@@ -1,4 +1,5 @@
 // `quorvel process`, by running the built program on files.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -89,19 +90,41 @@ TEST_F(Process, NarrowsAfterTheHold) {
     EXPECT_EQ(heard("--hold-ms 50"), 480u + 480u + 4 * 480u);  // the fifth buffer of the count
 }
 
-TEST_F(Process, ReplacesWhatIsNotFinite) {
+TEST_F(Process, ReplacesWhatIsNoAudio) {
     Sound clean = Noise(9600, 2);
     Sound dirty = clean;
-    const float bad[] = {std::nanf(""), std::numeric_limits<float>::infinity(), -INFINITY};
-    for (std::size_t i = 0; i < 3; ++i) {
+    const float bad[] = {std::nanf(""), std::numeric_limits<float>::infinity(), -INFINITY, 3e38f};
+    for (std::size_t i = 0; i < 4; ++i) {
         dirty.samples[1000 + i] = bad[i];
         clean.samples[1000 + i] = 0.0f;
     }
     const Sound expected = Run(clean, "\"$PROFILES\"/games.json");
     const std::string peaks = last.out.substr(last.out.find("peak"), 30);
     EXPECT_EQ(Run(dirty, "\"$PROFILES\"/games.json").samples, expected.samples);
-    EXPECT_NE(last.error.find("3 samples of the input are not finite"), std::string::npos);
+    EXPECT_NE(last.error.find("4 samples of the input are not finite"), std::string::npos);
     EXPECT_EQ(last.out.substr(last.out.find("peak"), 30), peaks);
+}
+
+TEST_F(Process, FailsWhereWhatComesOutIsNotFinite) {
+    WriteChain("endless.json",
+               R"({"name": "gain", "type": "GainBlock", "data": "00003e44"})");  // 760 dB
+    Sound in{2, std::vector<float>(2 * 9600, 1e-30f)};
+    in.samples[2 * 5000 + 1] = 100.0f;
+    WriteSound("in.wav", in);
+    for (const char* const words :
+         {"process endless.json in.wav out.wav", "host endless.json in.wav out.wav",
+          "host endless.json in.wav out.wav --stage endpoint",
+          "nulltest endless.json endless.json --input in.wav"}) {
+        const Result result = Tool(words);
+        EXPECT_EQ(result.status, 1) << words;
+        EXPECT_NE(result.error.find("samples that are not finite, the first at 0.104 s in channel "
+                                    "FL; every such buffer became silence"),
+                  std::string::npos)
+            << words << result.error;
+    }
+    const Sound out = ReadSound("out.wav");
+    EXPECT_EQ(out.samples[2 * 5000 + 1], 0.0f);
+    EXPECT_TRUE(std::ranges::all_of(out.samples, [](float x) { return std::isfinite(x); }));
 }
 
 TEST_F(Process, TellsTheChannelsThatCarrySignal) {
