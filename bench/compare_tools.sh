@@ -18,8 +18,8 @@ readonly bands=(
   "31.25 1.41 3.0" "62.5 1.41 2.5" "125 1.41 1.0" "250 1.41 -1.5" "500 1.41 -2.0"
   "1000 1.41 0.5" "2000 1.41 2.5" "4000 1.41 4.0" "8000 1.41 2.0" "16000 1.41 1.0"
 )
-sox_effects=(gain -4)
-ffmpeg_filters="volume=-4dB"
+sox_effects=(gain -9.5)
+ffmpeg_filters="volume=-9.5dB"
 for band in "${bands[@]}"; do
   read -r frequency quality gain <<<"$band"
   sox_effects+=(equalizer "$frequency" "${quality}q" "$gain")

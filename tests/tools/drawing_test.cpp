@@ -140,9 +140,12 @@ TEST_F(Drawn, GraphHasOrderWidthsBuffersAndWhatTheGraphMade) {
           R"(n2 -> n3 [label="   1 channel\n   FC\n   in place", penwidth=3])",
           R"(n8 -> n9 [label="   input 2\n   6 channels\n   FL FR FC LFE SL SR"])",
           R"(a1 [shape=oval, style="filled,dashed", label="widened in its buffer)",
-          R"(n11 [label="11  BypassBlock\nmade by the graph\nwrites the output")",
+          R"(n11 [label="11  limiter\nLimiterBlock\nwrites the output")",
           R"(n11 -> limiter [label="   2 channels\n   FL FR"])"})
         EXPECT_TRUE(Has(dot, part)) << part << "\n" << dot;
+    Tool("graph \"$PROFILES\"/games_equaliser.json -o folded.dot --channels 6");
+    EXPECT_TRUE(Has(Read("folded.dot"),
+                    R"(n3 [label="3  BypassBlock\nmade by the graph\nwrites the output")"));
 }
 
 }  // namespace

@@ -11,8 +11,8 @@ TEST_F(Inspect, TellsTheChainInTheOrderInWhichItRuns) {
     ASSERT_EQ(told.status, 0) << told.error;
     const char* const kInOrder[] = {
         "An example of branches",
-        "JSON, packed 1370 bytes",
-        "chain 1, the headset's: 10 blocks, 11 links",
+        "JSON, packed 1482 bytes",
+        "chain 1, the headset's: 11 blocks, 12 links",
         "in   2 channels (FL FR), 48000 Hz",
         "2. left, ChannelExtractorBlock\n         channelIndex 0\n       -> 1 channel (FC)",
         "bands 1: frequency 180.0 Hz, width 1.0, widthMode ShelfSlope, gainDb 4.0 dB",

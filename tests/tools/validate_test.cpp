@@ -192,11 +192,11 @@ TEST_F(Validate, LooksAtWhatIsCombinedAndAtTheGraphsOwnBlocks) {
          "\"one\" for FL",
          "the sum of its ends has 7 channels"},
         6, "--channels 7");
-    const Result games = Tool("validate \"$PROFILES\"/games.json --channels 2 5 7");
+    const Result games = Tool("validate \"$PROFILES\"/games_equaliser.json --channels 2 5 7");
     EXPECT_EQ(games.status, 1);
     for (const char* width : {"5", "7"})
         EXPECT_NE(games.out.find(std::string("with ") + width +
-                                 " channels in, block \"limiter\": "
+                                 " channels in, block \"equaliser\": "
                                  "ends the chain with " +
                                  width + " channels"),
                   std::string::npos)
