@@ -7,7 +7,8 @@
 // when their first-input walks end in one common source.
 //
 // Processing (audio_graph_formats.cpp, audio_graph_process.cpp): the blocks run at the processing
-// format, internal adapters fit the result to the output width, a fixed limiter guards full scale.
+// format, internal adapters fit the result to the output width, and a fixed compressor holds back
+// what is above full scale (output_limiter.h: it is no ceiling).
 //
 // Bounds: `out` is written only at its own width, and an input frame is read only as far as it
 // goes: where automatic width asks for more channels than the input has, the rest are silent.

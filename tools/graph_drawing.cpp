@@ -55,7 +55,7 @@ class Drawing {
         for (const GraphNode& node : graph.Nodes())
             AddNode(node);
         Line("limiter [style=\"filled,dashed\", label=" +
-             Label({"limits peaks above full scale", "made by the graph"}) + "]");
+             Label({"compresses above full scale, 10 : 1", "made by the graph"}) + "]");
         Line("out [shape=oval, label=\"output\"]");
         const AudioBlock* const last = graph.OutputBlock().get();
         const std::string end = last ? place[last] : "in";

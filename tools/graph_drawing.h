@@ -15,7 +15,7 @@ namespace quorvel::tool {
 // that each writes, and its output. Links have their width and speakers, and the number of the
 // input where a block has several; heavy ones run in place, in the buffer of the block before. What
 // the graph made itself is dashed: sums, adapters of widths, widening of an input in its buffer,
-// and the limiter of full scale.
+// and the compressor above full scale.
 std::string DrawGraph(const AudioGraph& graph, const QuorvelAudioBlocksChain& chain,
                       const std::vector<std::string>& names,
                       const std::vector<std::string>& titleLines);

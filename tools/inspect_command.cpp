@@ -75,7 +75,7 @@ class ChainReport {
             TellNode(node);
         const auto& out = graph.OutputFormat();
         PrintLine("  out  " + Sound(out.Format.nChannels, out.dwChannelMask) +
-                  ", peaks above full scale limited");
+                  ", what is above full scale compressed 10 : 1 after 1 ms");
         TellLatency();
         return true;
     }

@@ -18,7 +18,7 @@ TEST_F(Inspect, TellsTheChainInTheOrderInWhichItRuns) {
         "bands 1: frequency 180.0 Hz, width 1.0, widthMode ShelfSlope, gainDb 4.0 dB",
         "6. rejoin, ChannelsCombinerBlock, from warm left, bright right",
         "thresholdDb -0.5 dB",
-        "out  2 channels (FL FR)",
+        "out  2 channels (FL FR), what is above full scale compressed 10 : 1 after 1 ms",
         "latency 48 frames (1.000 ms)"};
     std::size_t at = 0;
     for (const char* text : kInOrder) {
