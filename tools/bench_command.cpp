@@ -1,8 +1,8 @@
 #include <algorithm>
-#include <chrono>
 #include <memory>
 #include <random>
 
+#include "engine/sample_guard.h"
 #include "profile/quorvel_audio_block.h"
 #include "tools/chain_graph.h"
 #include "tools/chain_options.h"
@@ -14,11 +14,10 @@
 #include "tools/profile_file.h"
 #include "tools/progress_bar.h"
 #include "tools/subcommands.h"
+#include "tools/thread_timer.h"
 
 namespace quorvel::tool {
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr std::uint32_t kBuffersPerSecond = 100;
 constexpr double kBufferUs = 1e6 / kBuffersPerSecond;
@@ -32,22 +31,34 @@ struct Options {
     std::size_t buffers = 5000;
 };
 
-double MicrosecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
-}
+// What buffers took, but for those that the scheduler disturbed.
+struct Times {
+    std::vector<double> us{};
+    std::size_t disturbed = 0;
 
-// What a block took in every run.
+    void Add(const TimedStretch& stretch) {
+        if (stretch.IsDisturbed()) {
+            ++disturbed;
+        } else {
+            us.push_back(stretch.clockUs);
+        }
+    }
+};
+
+// What a block took in every run behind the first ones.
 class Stopwatch final : public BlockObserver {
   public:
-    void Before() override { start = Clock::now(); }
+    void Before() override { timer.Start(); }
     void After(const float*, std::int32_t, std::int32_t) override {
-        times.push_back(MicrosecondsSince(start));
+        const TimedStretch stretch = timer.Stop();
+        if (runs++ >= kWarmUpBuffers) times.Add(stretch);
     }
 
-    std::vector<double> times{};  // µs
+    Times times{};
 
   private:
-    Clock::time_point start{};
+    ThreadTimer timer{};
+    std::size_t runs = 0;
 };
 
 double Quantile(std::vector<double> times, double part) {
@@ -65,21 +76,24 @@ std::vector<float> Noise(std::size_t samples) {
     return noise;
 }
 
-// Runs noise through the graph and returns what every buffer took, in µs.
-std::vector<double> TimeBuffers(AudioGraph& graph, const Options& options) {
+// Runs noise through the graph, guarded as in the processing objects.
+Times TimeBuffers(AudioGraph& graph, const Options& options) {
     const std::size_t frames = options.format.sampleRate / kBuffersPerSecond;
     const std::vector<float> noise = Noise(frames * options.format.channels);
     std::vector<float> in(noise.size()), out(frames * options.format.outChannels);
-    std::vector<double> times;
-    times.reserve(options.buffers);
+    SampleGuard guard;
+    ThreadTimer timer;
+    Times times;
+    times.us.reserve(options.buffers);
     const std::size_t total = options.buffers + kWarmUpBuffers;
     ProgressBar progress(static_cast<std::int64_t>(total));
     for (std::size_t i = 0; i < total; ++i) {
         if (i % kBuffersPerSecond == 0) progress.Show(static_cast<std::int64_t>(i));
         in = noise;
-        const auto start = Clock::now();
-        graph.Process(in.data(), out.data(), static_cast<std::int32_t>(frames));
-        if (i >= kWarmUpBuffers) times.push_back(MicrosecondsSince(start));
+        timer.Start();
+        guard.Process(graph, in.data(), out.data(), static_cast<std::int32_t>(frames));
+        const TimedStretch stretch = timer.Stop();
+        if (i >= kWarmUpBuffers) times.Add(stretch);
     }
     return times;
 }
@@ -94,7 +108,9 @@ std::string Padded(const std::string& name) {
     return Printable(name) + std::string(length < kColumn ? kColumn - length : 0, ' ');
 }
 
-void PrintShares(const std::string& name, const std::vector<double>& times) {
+void PrintShares(const std::string& name, const Times& measured) {
+    const std::vector<double>& times = measured.us;
+    if (times.empty()) return WriteStandardOutput(Padded(name) + " never undisturbed\n");
     WriteStandardOutput(Padded(name) + Formatted(" %9.1f us %8.2f %% %8.2f %% %8.2f %%\n",
                                                  Quantile(times, 0.5),
                                                  Quantile(times, 0.5) / kBufferUs * 100.0,
@@ -114,9 +130,7 @@ void TimeBlocks(const ChosenChain& chosen, const Options& options) {
     for (const GraphNode& node : graph.Nodes()) {
         for (unsigned i = 0; i < watches.size(); ++i) {
             if (chosen.chain.blocks.Item(i).id != node.block->GetId()) continue;
-            auto& times = watches[i].times;
-            times.erase(times.begin(), times.begin() + std::min(kWarmUpBuffers, times.size()));
-            PrintShares(chosen.names[i], times);
+            PrintShares(chosen.names[i], watches[i].times);
         }
     }
 }
@@ -129,10 +143,12 @@ void Run(const Options& options) {
     AudioGraph graph;
     SetUpChainGraph(graph, chosen.chain, format);
     if (!graph.IsValid()) throw InvalidInput(options.profile + ": the graph cannot be built");
-    const std::vector<double> times = TimeBuffers(graph, options);
+    const Times times = TimeBuffers(graph, options);
     Print("%zu buffers of 10 ms, noise of -20 dB, %u channels in, %u out, %u Hz\n", options.buffers,
           format.channels, format.outChannels, format.sampleRate);
-    Print("%.0f times real time\n\n", kBufferUs / Quantile(times, 0.5));
+    Print("%zu of them left out: the scheduler disturbed them\n", times.disturbed);
+    if (!times.us.empty()) Print("%.0f times real time\n", kBufferUs / Quantile(times.us, 0.5));
+    Print("\n");
     Print("%-24s %12s %10s %10s %10s\n", "share of a buffer", "median", "median", "99.9th",
           "worst");
     PrintShares("whole", times);
