@@ -105,26 +105,48 @@ TEST_F(Process, ReplacesWhatIsNoAudio) {
     EXPECT_EQ(last.out.substr(last.out.find("peak"), 30), peaks);
 }
 
+// An overflow costs one buffer, whether or not somebody listens to the block that it stays in.
 TEST_F(Process, FailsWhereWhatComesOutIsNotFinite) {
-    WriteChain("endless.json",
-               R"({"name": "gain", "type": "GainBlock", "data": "00003e44"})");  // 760 dB
-    Sound in{2, std::vector<float>(2 * 9600, 1e-30f)};
+    WriteChain("endless.json", R"({"name": "gain", "type": "GainBlock", "data": "00003e44"},
+                                  {"name": "limiter", "type": "LimiterBlock"})",
+               R"(["gain", "limiter"])");  // 760 dB
+    Sound in{2, std::vector<float>(2 * 9600)};
     in.samples[2 * 5000 + 1] = 100.0f;
+    std::fill_n(in.samples.begin() + 2 * 6000, 2 * 3600, 0.001f);
     WriteSound("in.wav", in);
     for (const char* const words :
          {"process endless.json in.wav out.wav", "host endless.json in.wav out.wav",
           "host endless.json in.wav out.wav --stage endpoint",
-          "nulltest endless.json endless.json --input in.wav"}) {
+          "nulltest endless.json endless.json --input in.wav",
+          "process endless.json in.wav out.wav --tap limiter=tap.wav"}) {
         const Result result = Tool(words);
         EXPECT_EQ(result.status, 1) << words;
-        EXPECT_NE(result.error.find("samples that are not finite, the first at 0.104 s in channel "
-                                    "FL; every such buffer became silence"),
+        EXPECT_NE(result.error.find(": gave 560 samples that are not finite, the first at 0.104 s "
+                                    "in channel FL; every such buffer became silence"),
                   std::string::npos)
             << words << result.error;
     }
     const Sound out = ReadSound("out.wav");
     EXPECT_EQ(out.samples[2 * 5000 + 1], 0.0f);
+    EXPECT_GT(out.samples[2 * 9000], 0.0f);
     EXPECT_TRUE(std::ranges::all_of(out.samples, [](float x) { return std::isfinite(x); }));
+}
+
+TEST_F(Process, NamesTheChannelThatIsNotFinite) {
+    WriteChain("right.json",
+               R"({"name": "in", "type": "MixerBlock"},
+                  {"name": "l", "type": "ChannelExtractorBlock", "parameters": {"channelIndex": 0}},
+                  {"name": "r", "type": "ChannelExtractorBlock", "parameters": {"channelIndex": 1}},
+                  {"name": "bad", "type": "GainBlock", "data": "0000c07f"},
+                  {"name": "out", "type": "ChannelsCombinerBlock",
+                   "parameters": {"channelOffsets": [0, 1]}})",
+               R"(["in", "l"], ["in", "r"], ["r", "bad"], ["l", "out"], ["bad", "out"])");
+    WriteSound("in.wav", Noise(480, 2));
+    const Result result = Tool("process right.json in.wav out.wav");
+    EXPECT_NE(result.error.find("gave 480 samples that are not finite, the first at 0.000 s in "
+                                "channel FR"),
+              std::string::npos)
+        << result.error;
 }
 
 TEST_F(Process, TellsTheChannelsThatCarrySignal) {
