@@ -187,7 +187,8 @@ TEST(SampleGuard, ClearsWhatIsHiddenBehindALaterBlock) {
             const BlockKind* const kind = FindBlockKind(hidden);
             const BlockKind* const surround = FindBlockKind(kSurroundBlockTypeId);
             GuardedChain chain({kind, surround}, width), fresh({kind, surround}, width);
-            chain.burst->first = chain.burst->second = kInfinity;
+            chain.burst->first = 0.0f;
+            chain.burst->second = kInfinity;
             chain.Run(chain.Sound(0));
             EXPECT_EQ(chain.guard.Caught().notFinite, 0u);
             chain.burst->first = chain.burst->second = 1.0f;
