@@ -6,6 +6,17 @@
 #include "engine/sample_check.h"
 
 namespace quorvel {
+namespace {
+
+// Whether the last frame is finite. One that is not shows a state that is not: a history or an
+// envelope puts it into every frame.
+bool EndsFinite(const float* samples, int32_t frames, int32_t channels) {
+    if (frames < 1 || channels < 1) return true;
+    const float* const last = samples + int64_t{frames - 1} * channels;
+    return std::all_of(last, last + channels, IsFinite);
+}
+
+}  // namespace
 
 void AudioGraph::Reset() QUORVEL_REAL_TIME {
     for (const auto& [id, block] : network.Blocks())
@@ -99,18 +110,6 @@ void AudioGraph::PassThrough(const float* in, float* out, int32_t frames) const 
     std::copy_n(in, copied, out);
     if (copied != 0) std::fill_n(out + copied, outSamples - copied, 0.0f);
 }
-
-namespace {
-
-// Whether the last frame is. One that is not tells of a state that is not: histories and envelopes
-// bring it forth in every frame.
-bool EndsFinite(const float* samples, int32_t frames, int32_t channels) {
-    if (frames < 1 || channels < 1) return true;
-    const float* const last = samples + int64_t{frames - 1} * channels;
-    return std::all_of(last, last + channels, IsFinite);
-}
-
-}  // namespace
 
 void AudioGraph::RunNode(GraphNode& node, float* chainInput, float* out, int32_t frames) {
     AudioBlock& block = *node.block;
