@@ -4,12 +4,15 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "engine/audio_graph.h"
 #include "engine/block_factory.h"
 #include "engine/block_type_ids.h"
+#include "engine/sample_check.h"
+#include "engine/sample_guard.h"
 
 namespace {
 
@@ -93,7 +96,8 @@ void Run(AudioGraph& graph, Garbage& garbage) {
     for (std::size_t i = 0; i < in.size(); ++i)
         in[i] = level * std::sin(static_cast<float>(i));
     if (!in.empty() && garbage.Byte() > 250) in[0] = std::nanf("");
-    graph.Process(in.data(), out.data(), frames);
+    SampleGuard().Process(graph, in.data(), out.data(), frames);
+    if (!AreFinite(out.data(), static_cast<int64_t>(out.size()))) std::abort();
 }
 
 void Step(AudioGraph& graph, Garbage& garbage) {
