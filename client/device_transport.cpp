@@ -41,7 +41,7 @@ DWORD Grow(const TwoStepRead& how, AnswerBuffer& answer) {
 
 QuorvelAudioDevice::~QuorvelAudioDevice() {
     Close();
-    for (HANDLE* event : {&readEvent, &stopEvent, &startedEvent})
+    for (HANDLE* event : {&readEvent, &stopEvent, &startedEvent, &releaseEvent})
         CloseAndClear(*event);
 }
 
@@ -53,9 +53,7 @@ DWORD QuorvelAudioDevice::Open(const WCHAR* path,
     const HANDLE opened = CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                       FILE_FLAG_OVERLAPPED, nullptr);
     if (opened == INVALID_HANDLE_VALUE) return GetLastError();
-    // Before the events thread can find the device removed and has to know whether to close it.
-    ownsHandle = true;
-    device.Store(opened);
+    TakeIntoUse(opened, true);
     const DWORD result = PostOpen();
     if (result != ERROR_SUCCESS) CloseDevice();
     return result;
@@ -65,9 +63,16 @@ DWORD QuorvelAudioDevice::Open(HANDLE handle, IQuorvelAudioDeviceEventsListener*
     if (handle == INVALID_HANDLE_VALUE) return ERROR_INVALID_PARAMETER;
     Close();
     listener = eventsListener;
-    ownsHandle = false;
-    device.Store(handle);
+    TakeIntoUse(handle, false);
     return PostOpen();
+}
+
+// Before the events thread can find the device removed and has to know whether to close it.
+void QuorvelAudioDevice::TakeIntoUse(HANDLE handle, bool isOwn) {
+    if (releaseEvent) ResetEvent(releaseEvent);
+    ownsHandle = isOwn;
+    uses.Begin();
+    device.Store(handle);
 }
 
 DWORD QuorvelAudioDevice::PostOpen() {
@@ -84,7 +89,7 @@ DWORD QuorvelAudioDevice::PostOpen() {
 }
 
 DWORD QuorvelAudioDevice::MakeEvents() {
-    for (HANDLE* event : {&stopEvent, &readEvent, &startedEvent}) {
+    for (HANDLE* event : {&stopEvent, &readEvent, &startedEvent, &releaseEvent}) {
         if (!*event) *event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
         if (!*event) return GetLastError();
     }
@@ -96,11 +101,13 @@ DWORD QuorvelAudioDevice::MakeEvents() {
 void QuorvelAudioDevice::Close() {
     if (eventsThread) {
         SetEvent(stopEvent);
+        SetEvent(releaseEvent);  // a callback may be waiting for an answer
         WaitForSingleObject(eventsThread, INFINITE);
         CloseAndClear(eventsThread);
         ResetEvent(stopEvent);
     }
     ReleaseDevice();
+    requestEvents.Close();
 }
 
 void QuorvelAudioDevice::ReleaseDevice() {
@@ -108,13 +115,14 @@ void QuorvelAudioDevice::ReleaseDevice() {
     CloseAndClear(driverEvent);
 }
 
-// Requests that have loaded the handle end before it closes: its number may be given away then.
+// Requests under way cancel themselves: CancelIo ends but the calling thread's, and all on the
+// handle may be more than this object's.
 void QuorvelAudioDevice::CloseDevice() {
     const HANDLE closed = device.Exchange(INVALID_HANDLE_VALUE);
     if (closed == INVALID_HANDLE_VALUE) return;
     CancelIo(closed);
-    requests.WaitForNone();
-    if (ownsHandle) CloseHandle(closed);
+    if (releaseEvent) SetEvent(releaseEvent);
+    uses.End(ownsHandle ? closed : INVALID_HANDLE_VALUE);
 }
 
 DWORD QuorvelAudioDevice::GetSetData(DWORD code, void* in, DWORD inSize, void* out, DWORD outSize,
@@ -129,16 +137,37 @@ DWORD QuorvelAudioDevice::Send(DWORD code, const void* in, DWORD inSize, void* o
                                DWORD& returned) {
     returned = 0;
     DWORD result = ERROR_INVALID_DATA;
-    const quorvel::RequestCount::Request request(requests);
-    const HANDLE opened = device.Load();
-    if (opened != INVALID_HANDLE_VALUE) {
-        const BOOL done = DeviceIoControl(opened, code, const_cast<void*>(in), inSize, out, outSize,
-                                          &returned, nullptr);
-        result = done ? ERROR_SUCCESS : GetLastError();
+    if (const quorvel::HandleUses::Request request(uses); request) {
+        const HANDLE opened = device.Load();
+        if (opened != INVALID_HANDLE_VALUE)
+            result = Control(opened, code, in, inSize, out, outSize, returned);
         if (returned > outSize) returned = outSize;
     }
     lastError.Store(result);
     return result;
+}
+
+// With an event of its own: without one, two requests at a time would wait for the same handle, and
+// one could return before its answer is there.
+DWORD QuorvelAudioDevice::Control(HANDLE opened, DWORD code, const void* in, DWORD inSize,
+                                  void* out, DWORD outSize, DWORD& returned) {
+    OVERLAPPED request{};
+    request.hEvent = requestEvents.Take();
+    if (!request.hEvent) return GetLastError();
+    const BOOL isDone = DeviceIoControl(opened, code, const_cast<void*>(in), inSize, out, outSize,
+                                        &returned, &request);
+    DWORD result = isDone ? ERROR_SUCCESS : GetLastError();
+    if (result == ERROR_IO_PENDING) result = AwaitAnswer(opened, request, returned);
+    requestEvents.Give(request.hEvent);
+    return result;
+}
+
+DWORD QuorvelAudioDevice::AwaitAnswer(HANDLE opened, OVERLAPPED& request, DWORD& returned) {
+    const HANDLE awaited[] = {request.hEvent, releaseEvent};
+    if (releaseEvent && WaitForMultipleObjects(2, awaited, FALSE, INFINITE) != WAIT_OBJECT_0)
+        CancelIoEx(opened, &request);
+    const BOOL isDone = GetOverlappedResult(opened, &request, &returned, TRUE);
+    return isDone ? ERROR_SUCCESS : GetLastError();
 }
 
 DWORD QuorvelAudioDevice::Tell(DWORD code, const void* in, std::size_t inSize) {

@@ -3,8 +3,9 @@
 
 #include <cstddef>
 
+#include "client/handle_uses.h"
 #include "client/quorvel_audio_device_events_listener.h"
-#include "client/request_count.h"
+#include "client/request_events.h"
 #include "client/shared_value.h"
 #include "client/stream_records.h"
 #include "platform/windows_api.h"
@@ -31,12 +32,16 @@ struct TwoStepRead;
 //   any other is the system's or the driver's own
 //
 // Threads: there is no lock and so no lock order. Requests may run on several threads at once, the
-// callbacks of the listener included, as far as the driver answers them without pending; of several
-// the latest to end decides GetError(). Open, Close, copying and the destructor must not run at the
-// same time as anything else here, nor inside a callback. Fields that both requests and the events
-// thread write are SharedValues; the others have one writer at a time, before the events thread
-// starts, on it, or after it has ended. A request that meets the events thread while it releases
-// the device fails with 13, or with what the driver says; the handle closes when it has ended.
+// callbacks of the listener included; each waits for its own answer, and of several the latest to
+// end decides GetError(). Open, Close, copying and the destructor must not run at the same time as
+// anything else here, nor inside a callback. Fields that both requests and the events thread write
+// are SharedValues; the others have one writer at a time, before the events thread starts, on it,
+// or after it has ended.
+//
+// The events thread releases the device when the listener accepts its removal. Requests that the
+// driver has not answered by then are cancelled (995); later ones fail with 13. The last of them
+// closes the handle, so the events thread waits for none. Close, too, cancels what a callback waits
+// for.
 class QuorvelAudioDevice {
   public:
     QuorvelAudioDevice() = default;
@@ -160,6 +165,7 @@ class QuorvelAudioDevice {
     friend struct QuorvelAudioDevicePeer;
 
     // device_transport.cpp
+    void TakeIntoUse(HANDLE handle, bool isOwn);
     DWORD PostOpen();
     DWORD MakeEvents();
     void CloseDevice();
@@ -168,6 +174,9 @@ class QuorvelAudioDevice {
     // One request. `returned` is set whatever the result, for partial answers, and at most
     // `outSize`. `in` is not written to.
     DWORD Send(DWORD code, const void* in, DWORD inSize, void* out, DWORD outSize, DWORD& returned);
+    DWORD Control(HANDLE opened, DWORD code, const void* in, DWORD inSize, void* out, DWORD outSize,
+                  DWORD& returned);
+    DWORD AwaitAnswer(HANDLE opened, OVERLAPPED& request, DWORD& returned);
     DWORD Tell(DWORD code, const void* in, std::size_t inSize);
 
     // Asks once or, when the driver says that the buffer is too small, twice.
@@ -222,8 +231,8 @@ class QuorvelAudioDevice {
     static DWORD UnpackProfileData_1(QuorvelAudioProfile* profile, _QuorvelProfileFullData* data,
                                      unsigned size);
 
+    // Other programs know these by their order.
     quorvel::SharedValue<HANDLE> device = INVALID_HANDLE_VALUE;  // that when closed
-    quorvel::RequestCount requests;                              // that use it
     bool ownsHandle = false;                                     // opened here, to be closed here
     HANDLE eventsThread = nullptr;  // null when none was started since the last Close
     HANDLE stopEvent = nullptr;     // manual-reset, as are the next two; made once, kept to the end
@@ -236,4 +245,8 @@ class QuorvelAudioDevice {
     quorvel::SharedValue<DWORD> lastError = 0;
     HANDLE driverEvent = nullptr;  // the removal event, or null
     DWORD lastReadBytes = 0;       // of a read that completed at once; 0 while it is pending
+
+    HANDLE releaseEvent = nullptr;  // manual-reset, kept to the end: pending requests are cancelled
+    quorvel::HandleUses uses;       // of `device`
+    quorvel::RequestEvents requestEvents;
 };

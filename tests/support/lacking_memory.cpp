@@ -1,5 +1,6 @@
 #include "tests/support/lacking_memory.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
@@ -17,7 +18,9 @@ void* operator new(std::size_t size) {
         hasFailed = true;
         throw std::bad_alloc();
     }
-    if (void* memory = std::malloc(size > 0 ? size : 1)) return memory;
+    // Not malloc, which the program may watch too (allocation_faults.h).
+    constexpr std::size_t kUnit = alignof(std::max_align_t);
+    if (void* memory = std::aligned_alloc(kUnit, size / kUnit * kUnit + kUnit)) return memory;
     throw std::bad_alloc();
 }
 
