@@ -39,6 +39,10 @@ DWORD Grow(const TwoStepRead& how, AnswerBuffer& answer) {
 
 }  // namespace
 
+QuorvelAudioDevice::QuorvelAudioDevice() = default;
+QuorvelAudioDevice::QuorvelAudioDevice(const QuorvelAudioDevice& other) = default;
+QuorvelAudioDevice& QuorvelAudioDevice::operator=(const QuorvelAudioDevice& other) = default;
+
 QuorvelAudioDevice::~QuorvelAudioDevice() {
     Close();
     for (HANDLE* event : {&readEvent, &stopEvent, &startedEvent, &releaseEvent})
@@ -123,6 +127,14 @@ void QuorvelAudioDevice::CloseDevice() {
     CancelIo(closed);
     if (releaseEvent) SetEvent(releaseEvent);
     uses.End(ownsHandle ? closed : INVALID_HANDLE_VALUE);
+}
+
+HANDLE QuorvelAudioDevice::GetHandle() const {
+    return device.Load();
+}
+
+DWORD QuorvelAudioDevice::GetError() const {
+    return lastError.Load();
 }
 
 DWORD QuorvelAudioDevice::GetSetData(DWORD code, void* in, DWORD inSize, void* out, DWORD outSize,

@@ -120,7 +120,7 @@ DWORD QuorvelAudioDevice::GetAllProfiles(QuorvelAudioProfilesList* list) {
 }
 
 DWORD QuorvelAudioDevice::SetProfileBlocks(QuorvelAudioProfile* profile, DWORD chainId) {
-    const QuorvelAudioBlocksChain* const chain = profile->GetChain(chainId, false);
+    QuorvelAudioBlocksChain* const chain = profile->GetChain(chainId, false);
     if (!chain) return ERROR_NOT_FOUND;
     if (!chain->blocks.Validate()) return ERROR_UNSUPPORTED_TYPE;
     AnswerBuffer record;
@@ -140,7 +140,7 @@ DWORD QuorvelAudioDevice::GetProfileBlocks(QuorvelAudioProfile* profile, DWORD c
 }
 
 DWORD QuorvelAudioDevice::SetProfileLinks(QuorvelAudioProfile* profile, DWORD chainId) {
-    const QuorvelAudioBlocksChain* const chain = profile->GetChain(chainId, false);
+    QuorvelAudioBlocksChain* const chain = profile->GetChain(chainId, false);
     if (!chain) return ERROR_NOT_FOUND;
     AnswerBuffer record;
     const unsigned size = chain->links.GetPackedSize();

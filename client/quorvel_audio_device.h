@@ -44,13 +44,13 @@ struct TwoStepRead;
 // for.
 class QuorvelAudioDevice {
   public:
-    QuorvelAudioDevice() = default;
+    QuorvelAudioDevice();
 
     // Both copy every field as a value and duplicate no handle. Of two copies only one may be
     // closed or destroyed, if the device is its own or ever had a listener; none may be made while
     // an events thread runs.
-    QuorvelAudioDevice(const QuorvelAudioDevice& other) = default;
-    QuorvelAudioDevice& operator=(const QuorvelAudioDevice& other) = default;
+    QuorvelAudioDevice(const QuorvelAudioDevice& other);
+    QuorvelAudioDevice& operator=(const QuorvelAudioDevice& other);
 
     // Closes the device.
     virtual ~QuorvelAudioDevice();
@@ -67,8 +67,8 @@ class QuorvelAudioDevice {
     // Ends the events thread and closes what this object owns. Harmless on a closed device.
     void Close();
 
-    HANDLE GetHandle() const { return device.Load(); }
-    DWORD GetError() const { return lastError.Load(); }
+    HANDLE GetHandle() const;
+    DWORD GetError() const;
 
     // One request, answered before this returns. After success `*bytesReturned`, unless null, is
     // the size of the answer, at most `outSize`. Null buffers go with sizes of 0.

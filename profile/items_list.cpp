@@ -34,6 +34,9 @@ T* ResizeArray(T* items, std::uint64_t slots) {
 }  // namespace
 
 template <typename T>
+ItemsList<T>::ItemsList() = default;
+
+template <typename T>
 ItemsList<T>::ItemsList(const ItemsList& other) {
     Copy(other);
 }
@@ -103,14 +106,14 @@ bool ItemsList<T>::Resize(unsigned n) {
 }
 
 template <typename T>
-unsigned ItemsList<T>::FindPos(const T& item) const {
+unsigned ItemsList<T>::FindPos(const T& item) {
     for (unsigned i = 0; i < count; ++i)
         if (items[i] == item) return i;
     return invalidPos;
 }
 
 template <typename T>
-T* ItemsList<T>::Find(const T& item) const {
+T* ItemsList<T>::Find(const T& item) {
     const unsigned position = FindPos(item);
     return position == invalidPos ? nullptr : items + position;
 }
@@ -130,6 +133,26 @@ void ItemsList<T>::RemoveAt(unsigned i) {
     std::memmove(static_cast<void*>(items + i), static_cast<const void*>(items + i + 1),
                  std::size_t{count - i - 1} * sizeof(T));
     --count;
+}
+
+template <typename T>
+unsigned ItemsList<T>::Count() const {
+    return count;
+}
+
+template <typename T>
+T& ItemsList<T>::Item(unsigned i) {
+    return Get(i);
+}
+
+template <typename T>
+const T& ItemsList<T>::Item(unsigned i) const {
+    return Get(i);
+}
+
+template <typename T>
+const T* ItemsList<T>::Data() const {
+    return items;
 }
 
 template <typename T>

@@ -7,8 +7,9 @@
 #include "platform/windows_api.h"
 
 // An array of T on the process heap (GetProcessHeap(), flags 0). The list owns the array and the
-// elements in it. Its layout and its behaviour are linked against by other programs, so they stay
-// as they are, oddities included. It exists for four element types, instantiated in
+// elements in it. Its layout, its members and its behaviour are linked against by other programs,
+// so they stay as they are, oddities included: members that only read are not const everywhere, and
+// none is inline. It exists for four element types, instantiated in
 // items_list.cpp: QuorvelAudioBlock, _QuorvelAudioBlockLink, QuorvelAudioBlocksChain and GUID.
 //
 // Elements are relocated by plain byte moves, when the array grows and when an element is removed,
@@ -25,7 +26,7 @@
 template <typename T>
 class ItemsList {
   public:
-    ItemsList() = default;
+    ItemsList();
     ItemsList(const ItemsList& other);
 
     // Copies like the copy constructor: `other` keeps its elements.
@@ -53,10 +54,10 @@ class ItemsList {
     bool Resize(unsigned n);
 
     // The index of the first element equal to `item`, or `invalidPos`. Linear.
-    unsigned FindPos(const T& item) const;
+    unsigned FindPos(const T& item);
 
     // The first element equal to `item`, or null.
-    T* Find(const T& item) const;
+    T* Find(const T& item);
 
     // Removes the first element equal to `item`; whether there was one.
     bool Remove(T& item);
@@ -64,16 +65,16 @@ class ItemsList {
     // Destroys element `i` and moves the later ones down by one. Nothing when `i` >= count.
     void RemoveAt(unsigned i);
 
-    unsigned Count() const { return count; }
+    unsigned Count() const;
 
     // Destroys every element; the array is kept.
     void Clear();
 
     // Element `i`. Ends the process when `i` >= count.
-    T& Item(unsigned i) { return Get(i); }
-    const T& Item(unsigned i) const { return Get(i); }
+    T& Item(unsigned i);
+    const T& Item(unsigned i) const;
 
-    const T* Data() const { return items; }
+    const T* Data() const;
 
     // Makes the elements copies of those of `other`. Elements that this list had are overwritten
     // WITHOUT being destroyed, so a caller whose elements own memory calls Clear() first. When the

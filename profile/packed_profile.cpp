@@ -20,16 +20,16 @@ static_assert(kSmallestProfile == 56);
 static_assert(kSmallestProfile1 == 116);
 
 void WriteChain(ByteWriter& writer, const QuorvelAudioBlocksChain& chain) {
-    const std::uint32_t size = chain.GetPackedSize();
+    const std::uint32_t size = PackedSize(chain);
     writer.Write(_QuorvelProfileChainData{size, 0, size, 0, chain.id});
-    WriteBlocksSection(writer, chain, chain.blocks.GetPackedSize());
-    WriteLinksSection(writer, chain, chain.links.GetPackedSize());
+    WriteBlocksSection(writer, chain, PackedSize(chain.blocks));
+    WriteLinksSection(writer, chain, PackedSize(chain.links));
 }
 
 void WriteProfile(ByteWriter& writer, const QuorvelAudioProfile& profile, std::uint32_t size) {
     constexpr std::int64_t kNoCookie = 0;
     writer.Write(_QuorvelProfileFullData{size, profile.id, kNoCookie, profile.chains.Count()});
-    WritePathsSection(writer, profile, profile.GetStringsSize());
+    WritePathsSection(writer, profile, StringsSize(profile));
     for (unsigned i = 0; i < profile.chains.Count(); ++i)
         WriteChain(writer, profile.chains.Item(i));
 }
@@ -91,9 +91,9 @@ DWORD ReadChain(ByteReader& reader, ChainDirectory& chains, const GUID& profileI
 DWORD PackProfile(const QuorvelAudioProfile& profile, std::uint32_t extra, std::uint32_t offset,
                   PackedProfile& packed) {
     if (offset > extra) return ERROR_INVALID_PARAMETER;
-    const std::uint32_t size =
-        SaturatePackedSize(std::uint64_t{sizeof(_QuorvelProfileFullData)} +
-                           profile.GetPackedStringsSize() + profile.GetPackedChainsSize());
+    const std::uint32_t size = SaturatePackedSize(
+        std::uint64_t{sizeof(_QuorvelProfileFullData)} + sizeof(_QuorvelProfilePaths) +
+        StringsSize(profile) + PackedSize(profile.chains));
     const std::uint32_t bufferSize = AddPackedSizes(size, extra);
     if (bufferSize == kPackedSizeLimit) return ERROR_NOT_ENOUGH_MEMORY;
     packed.bytes = AllocateZeroed<std::byte>(bufferSize);

@@ -1,8 +1,14 @@
-// Arithmetic of packed sizes.
+// Packed sizes, in bytes, and their arithmetic.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
+
+class QuorvelAudioBlocksChain;
+class QuorvelAudioProfile;
+struct QuorvelAudioBlocksChainsList;
+struct QuorvelAudioBlocksLinksList;
+struct QuorvelAudioBlocksList;
 
 namespace quorvel {
 
@@ -17,5 +23,15 @@ constexpr std::uint32_t SaturatePackedSize(std::uint64_t size) {
 constexpr std::uint32_t AddPackedSizes(std::uint32_t a, std::uint32_t b) {
     return SaturatePackedSize(std::uint64_t{a} + b);
 }
+
+// What GetPackedSize of the same class tells: the size of a blocks section, of a links section, of
+// a chain record, of all chain records. At most kPackedSizeLimit.
+std::uint32_t PackedSize(const QuorvelAudioBlocksList& blocks);
+std::uint32_t PackedSize(const QuorvelAudioBlocksLinksList& links);
+std::uint32_t PackedSize(const QuorvelAudioBlocksChain& chain);
+std::uint32_t PackedSize(const QuorvelAudioBlocksChainsList& chains);
+
+// What GetStringsSize tells: the size of the zero-terminated paths, null entries left out.
+std::uint32_t StringsSize(const QuorvelAudioProfile& profile);
 
 }  // namespace quorvel

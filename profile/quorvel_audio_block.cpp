@@ -46,8 +46,20 @@ QuorvelAudioBlock::~QuorvelAudioBlock() {
     ClearData();
 }
 
-bool QuorvelAudioBlock::operator==(const QuorvelAudioBlock& other) const {
+bool QuorvelAudioBlock::operator==(const QuorvelAudioBlock& other) {
     return id == other.id && profileId == other.profileId;
+}
+
+unsigned QuorvelAudioBlock::DataSize() const {
+    return dataSize;
+}
+
+void* QuorvelAudioBlock::Data() const {
+    return data;
+}
+
+QuorvelAudioProfile* QuorvelAudioBlock::GetProfile() const {
+    return profile;
 }
 
 void QuorvelAudioBlock::SetData(void* bytes, unsigned size) {

@@ -31,11 +31,11 @@ class QuorvelAudioBlock {
     virtual ~QuorvelAudioBlock();
 
     // Same id and same profileId.
-    bool operator==(const QuorvelAudioBlock& other) const;
+    bool operator==(const QuorvelAudioBlock& other);
 
-    unsigned DataSize() const { return dataSize; }
-    void* Data() const { return data; }
-    QuorvelAudioProfile* GetProfile() const { return profile; }
+    unsigned DataSize() const;
+    void* Data() const;
+    QuorvelAudioProfile* GetProfile() const;
 
     // Copies `size` bytes into the block. The buffer only grows, to the exact size asked for; when
     // it must grow and cannot, the block is left without data. A null `bytes` or a `size` of 0

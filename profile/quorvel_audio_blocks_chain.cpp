@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "profile/make_room.h"
-#include "profile/packed_records.h"
 #include "profile/packed_size.h"
 #include "profile/quorvel_audio_block.h"
 #include "profile/quorvel_audio_profile.h"
@@ -34,13 +33,23 @@ QuorvelAudioBlocksChain& QuorvelAudioBlocksChain::operator=(
     return *this;
 }
 
+QuorvelAudioBlocksChain::~QuorvelAudioBlocksChain() = default;
+
+bool QuorvelAudioBlocksChain::operator==(const QuorvelAudioBlocksChain& other) {
+    return id == other.id;
+}
+
+QuorvelAudioProfile* QuorvelAudioBlocksChain::Profile() const {
+    return profile;
+}
+
 void QuorvelAudioBlocksChain::CopyIdentity(const QuorvelAudioBlocksChain& other) {
     profile = other.profile;
     profileId = profile->id;
     id = other.id;
 }
 
-unsigned QuorvelAudioBlocksChain::FindBlockPos(const GUID& blockId) const {
+unsigned QuorvelAudioBlocksChain::FindBlockPos(const GUID& blockId) {
     return blocks.FindPos(QuorvelAudioBlock(profile, nullptr, GUID{}, blockId));
 }
 
@@ -63,7 +72,6 @@ void QuorvelAudioBlocksChain::RemoveBlock(const GUID& blockId) {
     blocks.RemoveAt(FindBlockPos(removedId));
 }
 
-unsigned QuorvelAudioBlocksChain::GetPackedSize() const {
-    return quorvel::SaturatePackedSize(std::uint64_t{sizeof(_QuorvelProfileChainData)} +
-                                       blocks.GetPackedSize() + links.GetPackedSize());
+unsigned QuorvelAudioBlocksChain::GetPackedSize() {
+    return quorvel::PackedSize(*this);
 }

@@ -26,12 +26,12 @@ class QuorvelAudioBlocksChain {
     // The same, but takes the arrays of `other`, whose lists are left empty.
     QuorvelAudioBlocksChain& operator=(QuorvelAudioBlocksChain&& other) noexcept;
 
-    ~QuorvelAudioBlocksChain() = default;
+    ~QuorvelAudioBlocksChain();
 
     // Same number.
-    bool operator==(const QuorvelAudioBlocksChain& other) const { return id == other.id; }
+    bool operator==(const QuorvelAudioBlocksChain& other);
 
-    QuorvelAudioProfile* Profile() const { return profile; }
+    QuorvelAudioProfile* Profile() const;
 
     // The block with that id whose profileId is the present id of the chain's profile; null if
     // there is none.
@@ -45,7 +45,7 @@ class QuorvelAudioBlocksChain {
     void RemoveBlock(const GUID& blockId);
 
     // Size of the chain record in bytes; saturates at 2^32 - 1.
-    unsigned GetPackedSize() const;
+    unsigned GetPackedSize();
 
     DWORD id = 0;                            // chain number, unique within the profile
     GUID profileId{};                        // the profile's id when the chain was made or assigned
@@ -56,5 +56,5 @@ class QuorvelAudioBlocksChain {
   private:
     // Takes number and profile of `other`; reads the profile's id.
     void CopyIdentity(const QuorvelAudioBlocksChain& other);
-    unsigned FindBlockPos(const GUID& blockId) const;
+    unsigned FindBlockPos(const GUID& blockId);
 };

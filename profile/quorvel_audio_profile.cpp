@@ -14,6 +14,8 @@
 #include "profile/quorvel_audio_blocks_chain.h"
 #include "profile/wide_string.h"
 
+QuorvelAudioProfile::QuorvelAudioProfile() = default;
+
 QuorvelAudioProfile::QuorvelAudioProfile(const QuorvelAudioProfile& other) {
     *this = other;
 }
@@ -68,6 +70,14 @@ void QuorvelAudioProfile::CopyPaths(const QuorvelAudioProfile& other) {
     pathsCapacity = other.pathsCapacity;
     pathsCount = other.pathsCount;
     std::transform(other.paths, other.paths + pathsCount, paths, quorvel::DuplicateString);
+}
+
+std::int64_t QuorvelAudioProfile::GetCookie() const {
+    return cookie;
+}
+
+unsigned QuorvelAudioProfile::PathsCount() const {
+    return pathsCount;
 }
 
 const WCHAR* QuorvelAudioProfile::Path(unsigned i) const {
@@ -161,17 +171,14 @@ void QuorvelAudioProfile::RemoveBlockLinks(DWORD chainId, const GUID& blockId) {
     if (QuorvelAudioBlocksChain* chain = GetChain(chainId, false)) chain->RemoveBlockLinks(blockId);
 }
 
-unsigned QuorvelAudioProfile::GetStringsSize() const {
-    std::uint64_t size = 0;
-    for (unsigned i = 0; i < pathsCount; ++i)
-        if (paths[i]) size += (std::uint64_t{quorvel::StringLength(paths[i])} + 1) * sizeof(WCHAR);
-    return quorvel::SaturatePackedSize(size);
+unsigned QuorvelAudioProfile::GetStringsSize() {
+    return quorvel::StringsSize(*this);
 }
 
-unsigned QuorvelAudioProfile::GetPackedStringsSize() const {
+unsigned QuorvelAudioProfile::GetPackedStringsSize() {
     return quorvel::AddPackedSizes(GetStringsSize(), sizeof(_QuorvelProfilePaths));
 }
 
-unsigned QuorvelAudioProfile::GetPackedChainsSize() const {
+unsigned QuorvelAudioProfile::GetPackedChainsSize() {
     return chains.GetPackedSize();
 }

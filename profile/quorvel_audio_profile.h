@@ -11,13 +11,14 @@
 // bytes. Path strings and their array live on the C runtime heap. No member throws; a profile is
 // not synchronised.
 //
-// Members that only read are const, here and in the lists, chains and blocks, also those whose
-// exported names are not (comparisons, FindPos, Find, Validate, packed and strings sizes): sources
-// compile all the same.
+// Other programs link against the members, here and in the lists, chains and blocks. So none is
+// inline, and some that only read are not const (comparisons, FindPos, Find, Validate, sizes of
+// lists, chains and paths). PackedSize and StringsSize of profile/packed_size.h tell the sizes of
+// constant ones.
 class QuorvelAudioProfile {
   public:
     // Null id, cookie 0, no chains, no paths.
-    QuorvelAudioProfile() = default;
+    QuorvelAudioProfile();
 
     // Both copy.
     QuorvelAudioProfile(const QuorvelAudioProfile& other);
@@ -34,9 +35,9 @@ class QuorvelAudioProfile {
     virtual ~QuorvelAudioProfile();
 
     // A value assigned by the driver.
-    std::int64_t GetCookie() const { return cookie; }
+    std::int64_t GetCookie() const;
 
-    unsigned PathsCount() const { return pathsCount; }
+    unsigned PathsCount() const;
 
     // Path `i`; null when `i` >= PathsCount(), or for a null entry.
     const WCHAR* Path(unsigned i) const;
@@ -91,9 +92,9 @@ class QuorvelAudioProfile {
 
     // Sizes in bytes: the zero-terminated paths, the paths section, the chain records. A null path
     // entry counts nothing. They saturate at 2^32 - 1.
-    unsigned GetStringsSize() const;
-    unsigned GetPackedStringsSize() const;
-    unsigned GetPackedChainsSize() const;
+    unsigned GetStringsSize();
+    unsigned GetPackedStringsSize();
+    unsigned GetPackedChainsSize();
 
     GUID id{};                            // identity of the profile in the driver
     QuorvelAudioBlocksChainsList chains;  // each with a number of its own, in order of creation

@@ -188,7 +188,8 @@ TEST(ProfileCopies, AreWholeAndTheirOwn) {
     RowProfile assigned;
     assigned.GetChain(5, true);
     assigned = source;
-    QuorvelAudioProfileWrapper wrapper{source};
+    QuorvelAudioProfileWrapper wrapper;
+    wrapper.profile = source;
     QuorvelAudioProfileWrapper wrapperCopy(wrapper);
     for (QuorvelAudioProfile* profile :
          {&copy, &copiedByMove, &wrapperCopy.profile, static_cast<QuorvelAudioProfile*>(&assigned),
