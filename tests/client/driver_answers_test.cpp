@@ -250,36 +250,6 @@ TEST_F(LyingSystem, LateAnswersAreWaitedFor) {
     }
 }
 
-TEST_F(LyingSystem, TheSecondBufferIsAsLargeAsThePartialAnswerSays) {
-    const struct {
-        std::size_t operation;
-        DWORD status;
-        std::size_t offset;
-        std::uint32_t value;
-        std::vector<std::size_t> sizes;
-    } rows[] = {{0, 234, 0, 5000, {2048, 5000}},
-                {2, 234, 0, 5000, {2048, 5000}},
-                {3, 234, 0, 3000, {1024, 3000}},
-                {4, 234, 16, 2000, {1024, 2024}},
-                {5, 0, 0, 64, {1024, 1032}},
-                {6, 122, 0, 0, {512, 2048}},
-                {11, 0, 0, 0, {16}}};
-    for (const auto& row : rows) {
-        std::vector<std::size_t> sizes;
-        device->answer = [&](DWORD, auto, std::span<std::byte> out, DWORD& returned) {
-            sizes.push_back(out.size());
-            std::memcpy(out.data() + row.offset, &row.value, sizeof(row.value));
-            returned = static_cast<DWORD>(std::min<std::size_t>(out.size(), 64));
-            return sizes.size() == 1 ? row.status : 31u;
-        };
-        Arguments arguments;
-        QuorvelAudioDevice client;
-        ASSERT_EQ(client.Open(kPath, nullptr), 0u);
-        kOperations[row.operation].run(client, arguments);
-        EXPECT_EQ(sizes, row.sizes) << kOperations[row.operation].name;
-    }
-}
-
 // Whichever allocation fails, the operation says so, hands nothing out and keeps nothing; without a
 // request the result of the one before stays.
 TEST_F(LyingSystem, WithoutMemoryAnOperationFailsWhole) {

@@ -1,11 +1,16 @@
 // The events thread: records delivered, removal answered, ends met.
+#include <time.h>
+
+#include <algorithm>
 #include <atomic>
-#include <cstring>
+#include <cstdlib>
 #include <functional>
+#include <string>
 #include <thread>
 
 #include "tests/client/client_bench.h"
 #include "tests/support/byte_builder.h"
+#include "tests/support/fake_device.h"
 
 namespace quorvel::test {
 namespace {
@@ -25,6 +30,24 @@ class EventsThread : public ClientTest {
     std::optional<QuorvelAudioDevice> device{std::in_place};
 };
 
+// The zone of local time, for its lifetime.
+class TimeZone {
+  public:
+    explicit TimeZone(const char* name) { Set(name); }
+    ~TimeZone() { Set(before ? before->c_str() : nullptr); }
+
+  private:
+    static void Set(const char* name) {
+        name ? setenv("TZ", name, 1) : unsetenv("TZ");
+        tzset();
+    }
+    static std::optional<std::string> Present() {
+        const char* const name = std::getenv("TZ");
+        return name ? std::optional<std::string>(name) : std::nullopt;
+    }
+    const std::optional<std::string> before = Present();
+};
+
 ByteBuilder& Record(ByteBuilder& stream, std::uint32_t event, std::uint32_t claimed,
                     std::size_t size, std::uint64_t time = kTime) {
     stream.Number(event).Number(claimed).Number(time, 8);
@@ -33,6 +56,7 @@ ByteBuilder& Record(ByteBuilder& stream, std::uint32_t event, std::uint32_t clai
 }
 
 TEST_F(EventsThread, DeliversTheRecordsOfOneRead) {
+    const TimeZone zone("XYZ-3:30");
     ByteBuilder stream;
     Record(Record(Record(stream, 29, 4, 4), 33, 0, 0), 24, 0, 0, ~0ull);
     ASSERT_EQ(device->Open(kPath, &listener), 0u);
@@ -41,11 +65,11 @@ TEST_F(EventsThread, DeliversTheRecordsOfOneRead) {
     EXPECT_EQ(heard[0].kind, QuorvelDriverEvents::BlockAdded);
     EXPECT_EQ(heard[1].kind, QuorvelDriverEvents::LinkRemoved);
     EXPECT_EQ(heard[1].data - heard[0].data, 20) << "36 bytes behind the first record's start";
-    const FILETIME utc{static_cast<DWORD>(kTime), static_cast<DWORD>(kTime >> 32)};
-    FILETIME local;
-    SYSTEMTIME time;
-    ASSERT_TRUE(FileTimeToLocalFileTime(&utc, &local) && FileTimeToSystemTime(&local, &time));
-    EXPECT_EQ(std::memcmp(&heard[0].time, &time, sizeof(time)), 0);
+    const SYSTEMTIME& time = heard[0].time;
+    const WORD fields[] = {time.wYear, time.wMonth,  time.wDay,    time.wDayOfWeek,
+                           time.wHour, time.wMinute, time.wSecond, time.wMilliseconds};
+    const WORD local[] = {2015, 6, 8, 1, 9, 47, 15, 550};
+    EXPECT_TRUE(std::ranges::equal(fields, local));
     EXPECT_EQ(heard[2].time.wYear, 0) << "a stamp that is no time";
 }
 
@@ -74,6 +98,27 @@ TEST_F(EventsThread, IgnoresRecordsThatReachBeyondTheRead) {
         EXPECT_EQ(static_cast<int>(heard[events - 2].kind), 25) << row.what;
         EXPECT_EQ(static_cast<int>(heard[events - 1].kind), 24) << row.what;
     }
+}
+
+// The buffer has 1024 bytes, whatever count the system tells.
+TEST_F(EventsThread, IgnoresRecordsThatReachBeyondTheBuffer) {
+    const auto fake = std::make_shared<FakeDevice>();
+    platform::RegisterDevice(u"\\\\?\\Fake", fake);
+    fake->answer = [](DWORD, auto, auto, DWORD&) { return 31u; };
+    ASSERT_EQ(device->Open(u"\\\\?\\Fake", &listener), 0u);
+    ByteBuilder lie, honest;
+    Record(lie, 99, 1100, 1008);
+    Record(honest, 24, 0, 0);
+    EXPECT_TRUE(fake->Take()->Complete(0, lie.bytes, 5000));
+    std::shared_ptr<platform::DeviceRequest> next;
+    while (!(next = fake->Take()))
+        std::this_thread::yield();
+    EXPECT_TRUE(next->CompleteWith(honest.bytes));
+    const auto heard = listener.WaitFor(1);
+    ASSERT_EQ(heard.size(), 1u);
+    EXPECT_EQ(static_cast<int>(heard[0].kind), 24);
+    device->Close();
+    platform::UnregisterDevice(u"\\\\?\\Fake");
 }
 
 // A listener reads an event's ids however small a payload the driver claims.
