@@ -14,11 +14,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "apo/base_audio_processing_object.h"
 #include "apo/com_reference.h"
 #include "apo/process_lock.h"
+#include "blocks/surround/external_library.h"
 #include "client/quorvel_audio_device.h"
 #include "engine/audio_graph.h"
 #include "platform/windows_api.h"
@@ -123,6 +125,7 @@ class BaseAPO : public CBaseAudioProcessingObject,
     // time they wait until it is.
     static constexpr int kMostFetches = 8;
 
+    std::optional<ExternalLibrary> surroundLibrary;  // outlives the graph, whose blocks may need it
     AudioGraph graph;
     ProcessLock processLock;
     platform::CriticalSection profileLock;

@@ -57,6 +57,7 @@ HRESULT BaseAPO::Initialize(UINT32 cbDataSize, BYTE* pbyData) try {
     if (FAILED(result)) return result;
 
     StopNotifications();
+    if (!surroundLibrary) surroundLibrary.emplace();  // before any lock that blocks are made under
     osVersion = platform::ReadOsVersion();
     result = CoCreateInstance(class_id::kDeviceEnumerator, nullptr, CLSCTX_ALL,
                               interface_id::kDeviceEnumerator, deviceEnumerator.ReceiveAny());

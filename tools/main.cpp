@@ -4,6 +4,7 @@
 #include <exception>
 #include <new>
 
+#include "blocks/surround/external_library.h"
 #include "tools/exit_status.h"
 #include "tools/json_place.h"
 #include "tools/subcommands.h"
@@ -30,6 +31,7 @@ bool HasSubcommand(const CLI::App& app, const std::string& name) {
 }
 
 int Run(int argc, char** argv) {
+    const quorvel::ExternalLibrary surroundLibrary;
     CLI::App app{"Renders sound through headset profiles, and writes and shows profiles."};
     app.name("quorvel");
     app.set_version_flag("--version", "quorvel " QUORVEL_VERSION);

@@ -8,7 +8,6 @@
 #include <memory>
 
 #include "platform/real_time.h"
-#include "platform/windows_api.h"
 
 // Eighteen operations, known by their slots in the virtual table; only the odd ones and the first
 // one are used. A channel position is the place of a channel in a frame of the configured layout.
@@ -55,17 +54,14 @@ class INineEarsSurroundSound {
 
 namespace quorvel {
 
-// Destroys an engine, then lets go of the library that it came from.
 struct ExternalEngineRelease {
-    HMODULE library = nullptr;  // null: from none
-
     void operator()(INineEarsSurroundSound* engine) const;
 };
 using ExternalEngine = std::unique_ptr<INineEarsSurroundSound, ExternalEngineRelease>;
 
-// A new engine: of the library `9EarsSurroundSound.dll` where there is one and it makes one, else
-// the substitute (substitute_engine.h); empty when there is no memory for that either. Loads the
-// library and allocates; for control threads.
+// A new engine: of the external library where that is loaded (external_library.h) and makes one,
+// else the substitute (substitute_engine.h); empty when there is no memory for that either.
+// Allocates; for control threads.
 ExternalEngine CreateExternalEngine();
 
 }  // namespace quorvel

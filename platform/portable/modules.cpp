@@ -6,6 +6,7 @@
 
 #include "platform/portable/failures.h"
 #include "platform/portable/handle_table.h"
+#include "platform/portable/library_source.h"
 #include "platform/portable/machine.h"
 
 namespace {
@@ -75,6 +76,11 @@ HMODULE GetModuleHandleW(LPCWSTR name) {
 }
 
 FARPROC GetProcAddress(HMODULE loaded, LPCSTR name) {
+    if (const PlayedLibrary* const library = FindPlayedLibrary(loaded)) {
+        const auto function = library->functions.find(std::string_view(name));
+        if (function != library->functions.end()) return function->second;
+        return FailWith(ERROR_PROC_NOT_FOUND, nullptr);
+    }
     const Machine machine;
     const LoadedModule* const found = FindByHandle(machine, loaded);
     if (!found) return nullptr;

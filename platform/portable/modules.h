@@ -18,7 +18,8 @@ inline constexpr std::size_t MAX_MODULE_NAME32 = 255;
 // process's own image when `name` is null. Null with ERROR_MOD_NOT_FOUND.
 HMODULE GetModuleHandleW(LPCWSTR name);
 
-// The exported function: of ntdll.dll the one below, unless the machine lacks it. Null with
+// The exported function: of ntdll.dll the one below, unless the machine lacks it; of a library that
+// was loaded (libraries.h) those that it has. Null with
 // ERROR_PROC_NOT_FOUND, ERROR_MOD_NOT_FOUND.
 FARPROC GetProcAddress(HMODULE loaded, LPCSTR name);
 
