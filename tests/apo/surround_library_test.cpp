@@ -17,14 +17,14 @@ TEST_F(SurroundLibrary, IsLoadedByInitializeAndUsedByTheGraph) {
     {
         const auto object = Make(*row.id);
         EXPECT_TRUE(played.asked.empty());
-        ASSERT_EQ(Initialize(*object, row), S_OK);
+        ASSERT_EQ(Initialize(*object.Get(), row), S_OK);
         EXPECT_EQ(played.library.references, 1);
-        EngineStream stream(*object, 2, 2);
+        EngineStream stream(*object.Get(), 2, 2);
         ASSERT_EQ(stream.Lock(), S_OK);
         EXPECT_EQ(PlayedSurroundLibrary::engines, 1);
         EXPECT_EQ(played.asked.size(), 1u) << "the lock loads nothing";
         stream.Unlock();
-        ASSERT_EQ(Initialize(*object, row), S_OK);
+        ASSERT_EQ(Initialize(*object.Get(), row), S_OK);
         EXPECT_EQ(played.library.references, 1) << "once an object";
     }
     EXPECT_EQ(played.library.references, 0);
