@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "tests/apo/apo_test.h"
+#include "tests/support/byte_builder.h"
 #include "tests/support/played_surround_library.h"
 
 namespace quorvel::test {
@@ -13,10 +14,9 @@ using ProfileAssignment = ApoTest;
 TEST_F(ProfileAssignment, BuildsTheGraphAnewOnlyForAnotherProfileOrCookie) {
     PlayedSurroundLibrary played(std::u16string(kOwnFolder) + kSurroundFile);
     const ClassRow& row = kClassRows[0];
-    QuorvelAudioProfile profile = GainProfile(row, 0.0f), other;
+    QuorvelAudioProfile profile = GainProfile(row, 0.0f);
     profile.GetChain(row.chain, false)->blocks.Item(0).typeId = kExternalSurroundBlockTypeId;
     profile.GetChain(row.chain, false)->blocks.Item(0).ClearData();
-    other.id = NumberedGuid(2);
     ASSERT_EQ(application.SetProfileData(&profile), 0u);
     const auto object = Make(*row.id);
     ASSERT_EQ(Initialize(*object.Get(), row), S_OK);
@@ -28,8 +28,9 @@ TEST_F(ProfileAssignment, BuildsTheGraphAnewOnlyForAnotherProfileOrCookie) {
         return PlayedSurroundLibrary::engines;
     };
     EXPECT_EQ(builds(), 1);
-    ASSERT_EQ(application.SetProfileData(&other), 0u);
-    ASSERT_EQ(application.RemoveProfile(&other), 0u);
+    ByteBuilder pathsChanged;  // of no profile by name: who is served asks again
+    pathsChanged.Number(28).Number(24).Number(0, 8).bytes.resize(16 + 24);
+    Core().Misbehave({.code = simulation::kEventRead, .answer = pathsChanged.bytes});
     EXPECT_EQ(builds(), 1) << "the same profile, the same cookie";
     ASSERT_EQ(application.SetProfilePaths(&profile), 0u);
     EXPECT_EQ(builds(), 2) << "the same profile, another cookie";
