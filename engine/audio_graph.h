@@ -211,9 +211,9 @@ class AudioGraph {
     std::shared_ptr<AudioBlock> adapterBlock;  // the internal output adapter in place, if any
     bool suspended = false;
     bool valid = true;
+    bool isTooWide = false;                // what made the graph invalid
     uint32_t widestOutput = UINT32_MAX;    // channels
     uint32_t widestTogether = UINT32_MAX;  // channels, of all outputs
-    bool isTooWide = false;                // what made the graph invalid
 
     AudioFormat inputFormat{};
     AudioFormat processingFormat{};
