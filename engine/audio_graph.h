@@ -285,11 +285,11 @@ class AudioGraph {
     std::shared_ptr<AudioBlock> adapterBlock;  // the internal output adapter in place, if any
     bool suspended = false;
     bool valid = true;
+    bool isTooWide = false;                // what made the graph invalid
     uint32_t widestOutput = UINT32_MAX;    // channels
     uint32_t widestTogether = UINT32_MAX;  // channels, of all outputs
-    bool isTooWide = false;                // what made the graph invalid
-    bool throwsWithoutMemory = false;  // a configuration throws instead of ending the process
-    uint32_t configurations = 0;       // how often blocks were configured, counted round
+    bool throwsWithoutMemory = false;      // a configuration throws instead of ending the process
+    uint32_t configurations = 0;           // how often blocks were configured, counted round
 
     AudioFormat inputFormat{};
     AudioFormat processingFormat{};

@@ -121,7 +121,8 @@ void AudioGraph::PassThrough(const float* in, float* out, int32_t frames) const 
     const std::size_t count = static_cast<std::size_t>(frames);
     const std::size_t outSamples = count * outputFormat.Format.nChannels;
     const std::size_t inSamples =
-        count * std::min(inputFormat.Format.nChannels, processingFormat.Format.nChannels);
+        count * std::min<std::size_t>(inputFormat.Format.nChannels,  // packed there
+                                      processingFormat.Format.nChannels);
     const std::size_t copied = std::min(inSamples, outSamples);
     if (out != in) std::copy_n(in, copied, out);
     std::fill_n(out + copied, outSamples - copied, 0.0f);
