@@ -16,8 +16,9 @@ inline constexpr double kMostFusedUnits = 0x1p22;
 
 // out[i] = in[i] · gain with one rounding, over the leading samples in which no |in| is above
 // `ceiling` (a NaN is not). `unitsGain` is the gain in units, held exactly; ceiling · unitsGain is
-// below kMostFusedUnits. Works through `unit` samples at a time, so that some quiet ones may be
-// left; returns how many it handled. `in` and `out` are the same buffer or do not overlap.
+// below kMostFusedUnits. Works through `unit` samples at a time, a multiple of 32, so that some
+// quiet ones may be left; returns how many it handled. `in` and `out` are the same buffer or do not
+// overlap.
 //
 // On x86 only where platform::ProcessorHasFusedAdd(). Real-time.
 int64_t ScaleTinyFused(const float* in, float* out, int64_t count, int64_t unit, float ceiling,

@@ -59,6 +59,7 @@ const std::vector<double> kGains = {0.0,
                                     2.7,
                                     0x1p-149,
                                     0x1.8p-149,
+                                    0x1.00000004p-150,
                                     0x1p-136,
                                     2400 * 0x1p-136,
                                     3 * 0x1p-136,
@@ -77,6 +78,7 @@ TEST(SampleKernels, EveryWayToScaleHasTheSameBits) {
             SCOPED_TRACE(testing::Message() << channels << " channels * " << gain);
             auto in = AnySamples(random, static_cast<std::size_t>(37 * channels), 1.0f);
             in[0] = in.back() = -0.0f;
+            in[1] = 1.0f;
             std::vector<float> out(in.size()), expected(in.size());
             ASSERT_EQ(ScaleWhileBelow(in.data(), out.data(), 37, channels, 1.0f, gain), 37);
             for (std::size_t i = 0; i < in.size(); ++i)

@@ -1,9 +1,11 @@
 // Prints the largest error of every function of base/math, in units of the last place, over many
-// arguments: quorvel_math_accuracy [ARGUMENTS A FUNCTION, 10000000 by default]. Exits with 1 when
-// one is above a unit.
+// arguments. Exits with 1 when one is above a unit.
+//
+//   quorvel_math_accuracy [ARGUMENTS [FUNCTION]]   10000000 by default; every function
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -31,8 +33,10 @@ LargestError Measure(const MathFunction& function, int64_t count) {
 int main(int argc, char** argv) {
     using namespace quorvel::test;
     const int64_t count = argc > 1 ? std::atoll(argv[1]) : 10'000'000;
+    const std::string_view chosen = argc > 2 ? argv[2] : "";
     bool isGood = true;
     for (const MathFunction& function : MathFunctions()) {
+        if (!chosen.empty() && chosen != function.name) continue;
         const LargestError error = Measure(function, count);
         std::printf("%-6s %.4f at %a, %a\n", function.name, error.units, error.x, error.y);
         std::fflush(stdout);
