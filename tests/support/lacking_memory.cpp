@@ -11,6 +11,17 @@ constexpr std::size_t kNever = static_cast<std::size_t>(-1);
 thread_local std::size_t left = kNever;  // allocations until the one that fails
 thread_local bool hasFailed = false;
 
+// With malloc, a program that watches it (allocation_faults.h) sees what `new` asks for as well. A
+// program that fails only one of the two kinds defines QUORVEL_NEW_APART_FROM_MALLOC.
+void* Allocate(std::size_t size) {
+#ifdef QUORVEL_NEW_APART_FROM_MALLOC
+    constexpr std::size_t kUnit = alignof(std::max_align_t);
+    return std::aligned_alloc(kUnit, size / kUnit * kUnit + kUnit);
+#else
+    return std::malloc(size > 0 ? size : 1);
+#endif
+}
+
 }  // namespace
 
 void* operator new(std::size_t size) {
@@ -18,9 +29,7 @@ void* operator new(std::size_t size) {
         hasFailed = true;
         throw std::bad_alloc();
     }
-    // Not malloc, which the program may watch too (allocation_faults.h).
-    constexpr std::size_t kUnit = alignof(std::max_align_t);
-    if (void* memory = std::aligned_alloc(kUnit, size / kUnit * kUnit + kUnit)) return memory;
+    if (void* memory = Allocate(size)) return memory;
     throw std::bad_alloc();
 }
 
