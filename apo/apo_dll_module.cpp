@@ -9,10 +9,10 @@
 #include "apo/registration_records.h"
 #include "apo/registry_script.h"
 #include "apo/registry_script_texts.h"
+#include "base/wide_text.h"
 #include "platform/module_file.h"
 #include "platform/result_codes.h"
 #include "platform/type_library.h"
-#include "platform/wide_text.h"
 
 namespace quorvel {
 namespace {

@@ -4,8 +4,8 @@
 #include <iterator>
 
 #include "apo/registry_key.h"
+#include "base/wide_text.h"
 #include "platform/result_codes.h"
-#include "platform/wide_text.h"
 
 namespace quorvel {
 namespace {

@@ -12,6 +12,7 @@
 #include "engine/graph_from_chain.h"
 #include "engine/limits.h"
 #include "engine/record_limits.h"
+#include "kinds/block_kinds.h"
 #include "profile/make_room.h"
 #include "profile/quorvel_audio_block.h"
 #include "profile/quorvel_audio_blocks_chain.h"

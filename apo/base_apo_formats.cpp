@@ -101,8 +101,8 @@ WAVEFORMATEXTENSIBLE BaseAPO::StreamFormat() const {
     return format;
 }
 
-// Nothing of an earlier lock stays in the graph, its formats and buffers included. The events thread
-// may be editing it. Throws std::bad_alloc.
+// Nothing of an earlier lock stays in the graph, its formats and buffers included. The events
+// thread may be editing it. Throws std::bad_alloc.
 void BaseAPO::BuildLockedGraph(const WAVEFORMATEX* input, const WAVEFORMATEX* output) {
     const std::lock_guard profileGuard(profileLock);
     const std::lock_guard processGuard(processLock);

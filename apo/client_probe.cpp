@@ -9,11 +9,11 @@
 #include <string_view>
 #include <utility>
 
+#include "base/wide_text.h"
 #include "client/quorvel_audio_device.h"
 #include "diagnostics/stack_walker.h"
 #include "platform/critical_section.h"
 #include "platform/unique_handle.h"
-#include "platform/wide_text.h"
 
 namespace quorvel {
 namespace {

@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "apo/class_ids.h"
+#include "base/wide_text.h"
 #include "platform/code_sections.h"
-#include "platform/wide_text.h"
 
 namespace quorvel {
 namespace {

@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "blocks/biquad_bank.h"
+#include "dsp/biquad/biquad_bank.h"
 
 namespace quorvel {
 

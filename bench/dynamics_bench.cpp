@@ -14,10 +14,10 @@
 #include <string>
 #include <vector>
 
-#include "blocks/dynamics/linked_gain.h"
-#include "blocks/dynamics/simple_comp.h"
-#include "blocks/dynamics/simple_gate.h"
-#include "blocks/dynamics/simple_limit.h"
+#include "dsp/dynamics/linked_gain.h"
+#include "dsp/dynamics/simple_comp.h"
+#include "dsp/dynamics/simple_gate.h"
+#include "dsp/dynamics/simple_limit.h"
 
 namespace quorvel::dynamics {
 namespace {

@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "blocks/compressor_block.h"
-#include "blocks/filter_band.h"
 #include "blocks/limiter_block.h"
+#include "dsp/biquad/filter_band.h"
 #include "engine/audio_graph.h"
 #include "engine/block_factory.h"
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "bench/buffers.h"
-#include "blocks/surround/head_renderer.h"
-#include "blocks/surround/stereo_renderer_stage.h"
+#include "dsp/surround/head_renderer.h"
+#include "dsp/surround/stereo_renderer_stage.h"
 
 namespace quorvel {
 namespace {

@@ -19,14 +19,14 @@
 #include <random>
 #include <vector>
 
+#include "blocks/bypass_block.h"
+#include "blocks/channel_extractor_block.h"
+#include "blocks/channels_combiner_block.h"
+#include "blocks/gain_block.h"
+#include "blocks/mixer_block.h"
 #include "blocks/stereo_expander_block.h"
 #include "blocks/stream_expander_block.h"
-#include "engine/bypass_block.h"
-#include "engine/channel_extractor_block.h"
-#include "engine/channels_combiner_block.h"
-#include "engine/fold_down.h"
-#include "engine/gain_block.h"
-#include "engine/mixer_block.h"
+#include "dsp/routing/fold_down.h"
 
 namespace quorvel {
 namespace {

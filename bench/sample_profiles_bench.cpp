@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <string>
 
+#include "authoring/document/profile_file.h"
+#include "authoring/render/chain_graph.h"
 #include "bench/buffers.h"
 #include "engine/audio_graph.h"
 #include "engine/sample_guard.h"
-#include "tools/chain_graph.h"
-#include "tools/profile_file.h"
 
 namespace quorvel {
 namespace {

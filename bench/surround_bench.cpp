@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/channel_masks.h"
 #include "bench/buffers.h"
 #include "blocks/external_surround_block.h"
-#include "blocks/surround/matrix_decoder_stage.h"
-#include "blocks/surround/stereo_renderer_stage.h"
 #include "blocks/surround_block.h"
-#include "engine/channel_masks.h"
+#include "dsp/surround/matrix_decoder_stage.h"
+#include "dsp/surround/stereo_renderer_stage.h"
 
 namespace quorvel {
 namespace {

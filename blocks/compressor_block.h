@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blocks/dynamics/simple_comp.h"
+#include "dsp/dynamics/simple_comp.h"
 #include "engine/audio_block.h"
 
 namespace quorvel {

@@ -4,7 +4,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "engine/memory_shortage.h"
+#include "base/memory_shortage.h"
 #include "engine/parameter_record.h"
 
 namespace quorvel {

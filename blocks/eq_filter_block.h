@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "blocks/biquad_bank.h"
-#include "blocks/filter_band.h"
+#include "dsp/biquad/biquad_bank.h"
+#include "dsp/biquad/filter_band.h"
 #include "engine/audio_block.h"
 
 namespace quorvel {

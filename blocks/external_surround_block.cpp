@@ -4,8 +4,8 @@
 #include <array>
 #include <utility>
 
-#include "engine/block_type_ids.h"
 #include "engine/parameter_record.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {

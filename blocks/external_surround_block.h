@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blocks/biquad_bank.h"
-#include "blocks/surround/external_engine.h"
+#include "base/audio_buffer.h"
+#include "dsp/biquad/biquad_bank.h"
+#include "dsp/surround/external_engine.h"
 #include "engine/audio_block.h"
-#include "engine/audio_buffer.h"
 
 namespace quorvel {
 

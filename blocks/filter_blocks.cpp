@@ -1,6 +1,6 @@
 #include "blocks/filter_blocks.h"
 
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 

@@ -1,5 +1,5 @@
 // The seven filter blocks. They differ in the filter type alone: see blocks/eq_filter_block.h for
-// what they do and blocks/biquad_design.h for the filters.
+// what they do and dsp/biquad/biquad_design.h for the filters.
 #pragma once
 
 #include "blocks/eq_filter_block.h"

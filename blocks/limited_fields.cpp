@@ -5,15 +5,15 @@
 #include <array>
 #include <cstddef>
 
+#include "blocks/bypass_block.h"
+#include "blocks/channels_combiner_block.h"
 #include "blocks/limiter_block.h"
 #include "blocks/matrix_decoder_block.h"
 #include "blocks/stream_expander_block.h"
 #include "blocks/surround_block.h"
-#include "engine/block_type_ids.h"
-#include "engine/bypass_block.h"
-#include "engine/channels_combiner_block.h"
 #include "engine/limits.h"
 #include "engine/record_limits.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {

@@ -1,8 +1,8 @@
 #include "blocks/limiter_block.h"
 
-#include "blocks/dynamics/linked_gain.h"
-#include "engine/block_type_ids.h"
+#include "dsp/dynamics/linked_gain.h"
 #include "engine/parameter_record.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blocks/dynamics/simple_limit.h"
+#include "dsp/dynamics/simple_limit.h"
 #include "engine/audio_block.h"
 
 namespace quorvel {

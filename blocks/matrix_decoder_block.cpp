@@ -4,9 +4,9 @@
 #include <cstring>
 #include <iterator>
 
-#include "blocks/surround/renderer_input.h"
-#include "engine/block_type_ids.h"
+#include "dsp/surround/renderer_input.h"
 #include "engine/parameter_record.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {

@@ -4,15 +4,15 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blocks/surround/delay_lines.h"
-#include "blocks/surround/matrix_decoder_stage.h"
-#include "blocks/surround/stereo_renderer_stage.h"
+#include "base/audio_buffer.h"
+#include "dsp/surround/delay_lines.h"
+#include "dsp/surround/matrix_decoder_stage.h"
+#include "dsp/surround/stereo_renderer_stage.h"
 #include "engine/audio_block.h"
-#include "engine/audio_buffer.h"
 
 namespace quorvel {
 
-// The options are those of blocks/surround/decoder_options.h: what they do, and in which mode.
+// The options are those of dsp/surround/decoder_options.h: what they do, and in which mode.
 #pragma pack(push, 1)
 struct MatrixDecoderParameters {
     uint32_t decodeEnabled = 1;  // 0: the input goes to the renderer as it is

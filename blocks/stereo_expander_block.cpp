@@ -4,15 +4,15 @@
 #include <new>
 #include <span>
 
+#include "base/channel_masks.h"
+#include "base/guid_order.h"
+#include "base/memory_shortage.h"
+#include "blocks/channel_extractor_block.h"
+#include "blocks/channels_combiner_block.h"
+#include "blocks/gain_block.h"
 #include "engine/audio_graph.h"
-#include "engine/block_type_ids.h"
-#include "engine/channel_extractor_block.h"
-#include "engine/channel_masks.h"
-#include "engine/channels_combiner_block.h"
-#include "engine/gain_block.h"
-#include "engine/guid_order.h"
-#include "engine/memory_shortage.h"
 #include "engine/parameter_record.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {

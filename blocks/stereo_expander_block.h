@@ -17,7 +17,7 @@
 #include <cstddef>
 #include <memory>
 
-#include "blocks/filter_band.h"
+#include "dsp/biquad/filter_band.h"
 #include "engine/audio_block.h"
 
 namespace quorvel {

@@ -2,10 +2,10 @@
 
 #include <array>
 
-#include "engine/block_type_ids.h"
-#include "engine/channel_masks.h"
+#include "base/channel_masks.h"
 #include "engine/parameter_record.h"
 #include "engine/width_adapter.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "blocks/stream_expansion.h"
+#include "dsp/routing/stream_expansion.h"
 #include "engine/audio_block.h"
 
 namespace quorvel {

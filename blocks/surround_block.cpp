@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "engine/block_type_ids.h"
 #include "engine/parameter_record.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/audio_buffer.h"
+#include "blocks/bypass_block.h"
 #include "blocks/matrix_decoder_block.h"
 #include "engine/audio_block.h"
-#include "engine/audio_buffer.h"
-#include "engine/bypass_block.h"
 
 namespace quorvel {
 

@@ -3,10 +3,10 @@
 #include <iterator>
 #include <limits>
 
+#include "base/byte_writer.h"
 #include "client/answer_buffer.h"
 #include "client/control_codes.h"
 #include "client/quorvel_audio_device.h"
-#include "profile/byte_writer.h"
 
 using quorvel::AnswerBuffer;
 namespace control = quorvel::control;

@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <span>
 
+#include "base/byte_reader.h"
 #include "client/control_codes.h"
 #include "client/quorvel_audio_device.h"
-#include "profile/byte_reader.h"
 
 namespace {
 

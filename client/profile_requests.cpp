@@ -5,7 +5,7 @@
 #include "client/answer_buffer.h"
 #include "client/control_codes.h"
 #include "client/quorvel_audio_device.h"
-#include "engine/block_factory.h"
+#include "kinds/block_kinds.h"
 #include "profile/make_room.h"
 #include "profile/packed_profile.h"
 #include "profile/packed_sections.h"

@@ -34,7 +34,7 @@ function(quorvel_allow options)
     if(MINGW AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       list(APPEND options -Wa,-muse-unaligned-vector-move)
     endif()
-    set_property(SOURCE ${ARGN} TARGET_DIRECTORY quorvel APPEND PROPERTY COMPILE_OPTIONS ${options})
+    set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_OPTIONS ${options})
   endif()
 endfunction()
 

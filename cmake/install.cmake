@@ -1,11 +1,40 @@
 # Where `cmake --install` and the Debian package lay things.
 include(GNUInstallDirs)
 
-install(TARGETS quorvel_tool quorvel)
-foreach(folder apo blocks client diagnostics engine platform profile)
+install(TARGETS quorvel EXPORT quorvel)
+target_include_directories(quorvel INTERFACE
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/quorvel>)
+set(folders apo base blocks client diagnostics dsp engine kinds platform profile)
+if(NOT WIN32)
+  # The stand-ins for Windows, for programs elsewhere.
+  set_target_properties(quorvel_portable PROPERTIES EXPORT_NAME portable)
+  set_target_properties(quorvel_simulation PROPERTIES EXPORT_NAME simulation)
+  target_include_directories(quorvel_simulation INTERFACE
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/quorvel>)
+  install(TARGETS quorvel_portable quorvel_simulation EXPORT quorvel)
+endif()
+foreach(folder ${folders})
   install(DIRECTORY ${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quorvel
           FILES_MATCHING PATTERN "*.h")
 endforeach()
+
+# find_package(quorvel): quorvel::quorvel, and off Windows quorvel::simulation.
+include(CMakePackageConfigHelpers)
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/quorvel)
+install(EXPORT quorvel NAMESPACE quorvel:: FILE quorvelTargets.cmake DESTINATION ${package})
+file(WRITE ${PROJECT_BINARY_DIR}/quorvelConfig.cmake
+  "include(CMakeFindDependencyMacro)\n"
+  "find_dependency(Threads)\n"
+  "include(\${CMAKE_CURRENT_LIST_DIR}/quorvelTargets.cmake)\n")
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/quorvelConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/quorvelConfig.cmake ${PROJECT_BINARY_DIR}/quorvelConfigVersion.cmake
+        DESTINATION ${package})
+if(NOT QUORVEL_TOOLS)
+  return()
+endif()
+
+install(TARGETS quorvel_tool)
 install(DIRECTORY profiles/ DESTINATION ${CMAKE_INSTALL_DATADIR}/quorvel/profiles)
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -8,9 +8,9 @@
 #include <span>
 #include <string>
 
+#include "base/utf8_text.h"
+#include "base/wide_text.h"
 #include "diagnostics/log_settings.h"
-#include "platform/utf8_text.h"
-#include "platform/wide_text.h"
 
 namespace quorvel {
 namespace {

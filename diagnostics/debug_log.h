@@ -25,7 +25,7 @@ inline constexpr int kLogLineUnits = 1024;
 inline constexpr long kLongestLogFile = 0x500000;
 
 // Writes "2024-02-29 13:05:09.042 000000000012F7A0 (device.cpp:81): " (local time, `object`,
-// `source` and `line`) and the message. `format` is in the language of platform/wide_text.h, after
+// `source` and `line`) and the message. `format` is in the language of base/wide_text.h, after
 // which the arguments must be; `source` is narrow text. Levels outside 0 to 5 are dropped.
 void Log(int level, const char* source, int line, const void* object, const WCHAR* format,
          ...) noexcept;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/wide_text.h"
+#include "base/wide_text.h"
 
 namespace quorvel {
 namespace {

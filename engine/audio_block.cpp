@@ -3,8 +3,8 @@
 #include <array>
 #include <cstring>
 
-#include "engine/channel_masks.h"
-#include "engine/float_quad.h"
+#include "base/channel_masks.h"
+#include "base/float_quad.h"
 
 namespace quorvel {
 namespace {

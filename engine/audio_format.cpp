@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "engine/channel_masks.h"
+#include "base/channel_masks.h"
 
 namespace quorvel {
 

@@ -20,8 +20,8 @@
 // the first use of the narrowed input.
 //
 // Out of memory: structural changes throw std::bad_alloc, or leave the graph invalid. When a pooled
-// buffer cannot grow, or a reconfiguration lacks memory, the process ends. Inside ChangeWhole all of
-// these throw, and the graph is what it was. When the memory for a narrowed input is short, the
+// buffer cannot grow, or a reconfiguration lacks memory, the process ends. Inside ChangeWhole all
+// of these throw, and the graph is what it was. When the memory for a narrowed input is short, the
 // frames that do not fit are silence.
 #pragma once
 
@@ -30,12 +30,12 @@
 #include <memory>
 #include <vector>
 
+#include "base/memory_shortage.h"
 #include "engine/audio_format.h"
 #include "engine/block_network.h"
 #include "engine/buffer_pool.h"
 #include "engine/channel_activity_detector.h"
 #include "engine/input_scan.h"
-#include "engine/memory_shortage.h"
 #include "engine/output_limiter.h"
 #include "engine/processing_list.h"
 #include "engine/scoped_flag.h"

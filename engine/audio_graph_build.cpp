@@ -1,12 +1,12 @@
 // The build: from blocks and links to the processing list.
 #include <new>
 
+#include "base/guid_order.h"
 #include "engine/audio_graph.h"
 #include "engine/block_factory.h"
-#include "engine/block_type_ids.h"
 #include "engine/common_source.h"
-#include "engine/guid_order.h"
 #include "engine/scoped_flag.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {

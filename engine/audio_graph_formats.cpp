@@ -2,11 +2,10 @@
 #include <utility>
 
 #include "engine/audio_graph.h"
-#include "engine/block_type_ids.h"
-#include "engine/bypass_block.h"
 #include "engine/node_configuration.h"
 #include "engine/scoped_flag.h"
 #include "engine/width_adapter.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {
@@ -137,7 +136,7 @@ void AudioGraph::UpdateOutputAdapter() {
     if (adapterBlock && (needsNone || !(adapterBlock->GetTypeId() == kind))) DropAdapter();
     if (needsNone) return;
     const WidenRecord widen = {static_cast<uint32_t>(outWidth), upmixMode};
-    const BypassParameters narrow = {static_cast<uint32_t>(outWidth)};
+    const NarrowRecord narrow = {static_cast<uint32_t>(outWidth)};
     const void* record = &narrow;
     if (outWidth > width) record = &widen;
     if (!PlaceAdapter(record, kind)) return PassInputThrough();

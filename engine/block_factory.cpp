@@ -1,9 +1,7 @@
 #include "engine/block_factory.h"
 
-#include <algorithm>
-
-#include "engine/guid_order.h"
-#include "engine/memory_shortage.h"
+#include "base/guid_order.h"
+#include "base/memory_shortage.h"
 
 namespace quorvel {
 namespace {
@@ -17,23 +15,13 @@ bool CompleteId(GUID& id) {
 
 }  // namespace
 
-const BlockKind* FindBlockKind(const GUID& typeId) {
-    const auto kinds = BlockKinds();
-    const auto kind = std::ranges::find(kinds, typeId, &BlockKind::typeId);
-    return kind == kinds.end() ? nullptr : &*kind;
-}
-
-bool IsKnownBlockType(const GUID& typeId) {
-    return FindBlockKind(typeId) != nullptr;
-}
-
 std::shared_ptr<AudioBlock> CreateBlock(const GUID& typeId, const GUID& id) {
     GUID completeId = id;
     if (!CompleteId(completeId)) return {};
-    const BlockKind* kind = FindBlockKind(typeId);
-    if (!kind) return {};
+    const CreateBlockFunction create = FindBlockConstructor(typeId);
+    if (!create) return {};
     try {
-        std::shared_ptr<AudioBlock> block(kind->create(completeId));
+        std::shared_ptr<AudioBlock> block(create(completeId));
         if (!block) NoteMemoryShortage();
         return block;
     } catch (const std::bad_alloc&) {

@@ -1,14 +1,14 @@
 // Makes live blocks from type ids.
 //
 // The table of kinds is constant, so any thread may call these functions without a lock. All but
-// IsKnownBlockType allocate and belong on a control thread (the graph's width adapters excepted).
+// FindBlockConstructor allocate and belong on a control thread (the graph's width adapters
+// excepted).
 #pragma once
 
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
-#include <span>
 
 #include "engine/audio_block.h"
 
@@ -17,20 +17,9 @@ namespace quorvel {
 // Makes a block with the given instance id; null when memory cannot be had.
 using CreateBlockFunction = AudioBlock* (*)(const GUID& id);
 
-struct BlockKind {
-    GUID typeId;
-    const char* name;         // class name, such as "GainBlock"
-    uint32_t smallestRecord;  // fewest bytes that SetParameterData accepts
-    CreateBlockFunction create;
-};
-
-// Every kind there is, ordered by class name.
-std::span<const BlockKind> BlockKinds();
-
-// The kind with that type id; null when there is none.
-const BlockKind* FindBlockKind(const GUID& typeId);
-
-bool IsKnownBlockType(const GUID& typeId);
+// How a block of that kind is made; null when the kind is unknown. The table of all classes stands
+// with them, in blocks/.
+CreateBlockFunction FindBlockConstructor(const GUID& typeId);
 
 // A block of that kind. A null `id` asks for a fresh one. Empty when the kind is unknown, no id can
 // be made or memory cannot be had.

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "engine/audio_buffer.h"
+#include "base/audio_buffer.h"
 
 namespace quorvel {
 

@@ -12,8 +12,8 @@
 #include <set>
 #include <vector>
 
+#include "base/guid_order.h"
 #include "engine/audio_block.h"
-#include "engine/guid_order.h"
 
 namespace quorvel {
 

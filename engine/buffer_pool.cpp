@@ -4,7 +4,7 @@
 #include <bit>
 #include <new>
 
-#include "engine/memory_shortage.h"
+#include "base/memory_shortage.h"
 
 namespace quorvel {
 

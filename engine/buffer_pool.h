@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "engine/audio_buffer.h"
+#include "base/audio_buffer.h"
 
 namespace quorvel {
 

@@ -5,9 +5,9 @@
 
 #include "engine/audio_block.h"
 #include "engine/block_factory.h"
-#include "engine/block_type_ids.h"
 #include "engine/processing_list.h"
 #include "engine/width_adapter.h"
+#include "kinds/block_type_ids.h"
 #include "platform/fatal.h"
 
 namespace quorvel {

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
+#include "base/memory_shortage.h"
 #include "engine/audio_format.h"
 #include "engine/graph_node.h"
-#include "engine/memory_shortage.h"
 
 namespace quorvel {
 

@@ -1,6 +1,6 @@
 #include "engine/output_limiter.h"
 
-#include "blocks/dynamics/linked_gain.h"
+#include "dsp/dynamics/linked_gain.h"
 
 namespace quorvel {
 

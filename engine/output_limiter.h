@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "blocks/dynamics/simple_comp.h"
+#include "dsp/dynamics/simple_comp.h"
 #include "platform/real_time.h"
 
 namespace quorvel {

@@ -1,6 +1,6 @@
 #include "engine/sample_check.h"
 
-#include "engine/float_quad.h"
+#include "base/float_quad.h"
 
 namespace quorvel {
 namespace {

@@ -1,4 +1,4 @@
-// What a graph needs to widen a stream on its own. (To narrow it, it uses BypassParameters.)
+// What a graph needs to fit the width of a stream on its own.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +12,11 @@ namespace quorvel {
 struct WidenRecord {
     uint32_t outputChannels = 0;
     uint32_t monoMode = 0;  // how a mono stream is spread; 0: new channels stay silent
+};
+
+// The record of the bypass block, which folds down: BypassParameters by another name.
+struct NarrowRecord {
+    uint32_t outputChannels = 0;
 };
 
 // The instance id of the adapters that widen single inputs; they stand in no block map, so they

@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "engine/audio_graph.h"
-#include "engine/block_factory.h"
-#include "engine/block_type_ids.h"
 #include "engine/sample_check.h"
 #include "engine/sample_guard.h"
+#include "kinds/block_kinds.h"
+#include "kinds/block_type_ids.h"
 
 namespace {
 
@@ -64,7 +64,7 @@ void TameWidths(const GUID& typeId, std::vector<uint8_t>& record) {
 }
 
 void AddBlock(AudioGraph& graph, Garbage& garbage) {
-    const auto kinds = BlockKinds();
+    const auto kinds = kBlockKinds;
     const BlockKind& kind = kinds[garbage.Byte() % kinds.size()];
     const GUID id = IdOf(garbage.Byte());
     auto record = garbage.Record(garbage.Byte() % 64);

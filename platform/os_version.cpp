@@ -1,6 +1,6 @@
 #include "platform/os_version.h"
 
-#include "platform/wide_text.h"
+#include "base/wide_text.h"
 
 namespace quorvel::platform {
 namespace {

@@ -1,7 +1,7 @@
 #include "platform/type_library.h"
 
+#include "base/wide_text.h"
 #include "platform/result_codes.h"
-#include "platform/wide_text.h"
 
 #ifdef _WIN32
 #include <oleauto.h>

@@ -1,6 +1,6 @@
 #include "profile/audio_lists.h"
 
-#include "engine/block_factory.h"
+#include "kinds/block_kinds.h"
 #include "profile/packed_size.h"
 #include "profile/quorvel_audio_block.h"
 #include "profile/quorvel_audio_blocks_chain.h"

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <span>
 
+#include "base/byte_reader.h"
 #include "platform/windows_api.h"
-#include "profile/byte_reader.h"
 #include "profile/heap_array.h"
 
 class QuorvelAudioBlocksChain;

@@ -1,7 +1,7 @@
 #include "profile/packed_profile.h"
 
-#include "profile/byte_reader.h"
-#include "profile/byte_writer.h"
+#include "base/byte_reader.h"
+#include "base/byte_writer.h"
 #include "profile/chain_directory.h"
 #include "profile/packed_records.h"
 #include "profile/packed_sections.h"

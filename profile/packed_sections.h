@@ -14,9 +14,9 @@
 #include <cstdint>
 #include <span>
 
+#include "base/byte_reader.h"
+#include "base/byte_writer.h"
 #include "platform/windows_api.h"
-#include "profile/byte_reader.h"
-#include "profile/byte_writer.h"
 
 class QuorvelAudioBlock;
 class QuorvelAudioBlocksChain;

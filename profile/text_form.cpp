@@ -5,8 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "base/byte_reader.h"
 #include "profile/base64.h"
-#include "profile/byte_reader.h"
 #include "profile/packed_profile.h"
 #include "profile/profile_hash.h"
 

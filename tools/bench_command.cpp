@@ -2,19 +2,19 @@
 #include <memory>
 #include <random>
 
+#include "authoring/document/exit_status.h"
+#include "authoring/document/formatted_print.h"
+#include "authoring/document/json_place.h"
+#include "authoring/document/printable.h"
+#include "authoring/document/profile_file.h"
+#include "authoring/document/progress_bar.h"
+#include "authoring/measure/thread_timer.h"
+#include "authoring/render/chain_graph.h"
+#include "authoring/render/observed_block.h"
 #include "engine/sample_guard.h"
 #include "profile/quorvel_audio_block.h"
-#include "tools/chain_graph.h"
 #include "tools/chain_options.h"
-#include "tools/exit_status.h"
-#include "tools/formatted_print.h"
-#include "tools/json_place.h"
-#include "tools/observed_block.h"
-#include "tools/printable.h"
-#include "tools/profile_file.h"
-#include "tools/progress_bar.h"
 #include "tools/subcommands.h"
-#include "tools/thread_timer.h"
 
 namespace quorvel::tool {
 namespace {

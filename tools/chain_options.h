@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/chain_graph.h"
+#include "authoring/render/chain_graph.h"
 
 namespace quorvel::tool {
 

@@ -2,14 +2,14 @@
 #include <cmath>
 #include <memory>
 
+#include "authoring/document/exit_status.h"
+#include "authoring/document/formatted_print.h"
+#include "authoring/document/printable.h"
+#include "authoring/document/profile_difference.h"
+#include "authoring/document/profile_file.h"
+#include "authoring/measure/frequency_grid.h"
+#include "authoring/measure/response_measurement.h"
 #include "tools/chain_options.h"
-#include "tools/exit_status.h"
-#include "tools/formatted_print.h"
-#include "tools/frequency_grid.h"
-#include "tools/printable.h"
-#include "tools/profile_difference.h"
-#include "tools/profile_file.h"
-#include "tools/response_measurement.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {

@@ -2,12 +2,12 @@
 #include <cstdio>
 #include <memory>
 
-#include "tools/audio_reader.h"
-#include "tools/ear_differences.h"
-#include "tools/exit_status.h"
-#include "tools/file_bytes.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/file_bytes.h"
+#include "authoring/document/speakers.h"
+#include "authoring/measure/ear_differences.h"
+#include "authoring/render/audio_reader.h"
 #include "tools/file_options.h"
-#include "tools/speakers.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {

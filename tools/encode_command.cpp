@@ -1,9 +1,9 @@
 #include <memory>
 
+#include "authoring/document/output_file.h"
+#include "authoring/document/profile_file.h"
 #include "tools/chain_options.h"
 #include "tools/file_options.h"
-#include "tools/output_file.h"
-#include "tools/profile_file.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {

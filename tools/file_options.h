@@ -3,7 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/output_file.h"
+#include "authoring/document/output_file.h"
 
 namespace quorvel::tool {
 

@@ -1,11 +1,11 @@
 #include <memory>
 
-#include "tools/external_program.h"
-#include "tools/graph_drawing.h"
-#include "tools/output_file.h"
+#include "authoring/document/output_file.h"
+#include "authoring/document/tool_mark.h"
+#include "authoring/draw/external_program.h"
+#include "authoring/draw/graph_drawing.h"
 #include "tools/picture_options.h"
 #include "tools/subcommands.h"
-#include "tools/tool_mark.h"
 
 namespace quorvel::tool {
 namespace {

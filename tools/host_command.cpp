@@ -1,17 +1,17 @@
 #include <cstdio>
 #include <memory>
 
-#include "engine/channel_masks.h"
-#include "tools/caught_samples.h"
-#include "tools/chain_check.h"
+#include "authoring/check/chain_check.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/formatted_print.h"
+#include "authoring/document/printable.h"
+#include "authoring/document/profile_file.h"
+#include "authoring/document/speakers.h"
+#include "authoring/host/host_session.h"
+#include "authoring/render/caught_samples.h"
+#include "base/channel_masks.h"
 #include "tools/chain_options.h"
-#include "tools/exit_status.h"
 #include "tools/file_options.h"
-#include "tools/formatted_print.h"
-#include "tools/host_session.h"
-#include "tools/printable.h"
-#include "tools/profile_file.h"
-#include "tools/speakers.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {

@@ -1,23 +1,23 @@
 #include <algorithm>
 #include <memory>
 
-#include "engine/block_factory.h"
+#include "authoring/check/chain_check.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/file_bytes.h"
+#include "authoring/document/formatted_print.h"
+#include "authoring/document/guid_text.h"
+#include "authoring/document/parameter_text.h"
+#include "authoring/document/printable.h"
+#include "authoring/document/profile_file.h"
+#include "authoring/document/speakers.h"
+#include "authoring/document/utf16_text.h"
+#include "authoring/measure/response_measurement.h"
+#include "authoring/render/chain_graph.h"
+#include "kinds/block_kinds.h"
 #include "profile/packed_profile.h"
 #include "profile/quorvel_audio_block.h"
-#include "tools/chain_check.h"
-#include "tools/chain_graph.h"
 #include "tools/chain_options.h"
-#include "tools/exit_status.h"
-#include "tools/file_bytes.h"
-#include "tools/formatted_print.h"
-#include "tools/guid_text.h"
-#include "tools/parameter_text.h"
-#include "tools/printable.h"
-#include "tools/profile_file.h"
-#include "tools/response_measurement.h"
-#include "tools/speakers.h"
 #include "tools/subcommands.h"
-#include "tools/utf16_text.h"
 
 namespace quorvel::tool {
 namespace {

@@ -4,9 +4,9 @@
 #include <exception>
 #include <new>
 
-#include "blocks/surround/external_library.h"
-#include "tools/exit_status.h"
-#include "tools/json_place.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/json_place.h"
+#include "dsp/surround/external_library.h"
 #include "tools/subcommands.h"
 
 namespace {

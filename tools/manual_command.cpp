@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "tools/file_bytes.h"
-#include "tools/kind_reference.h"
+#include "authoring/document/file_bytes.h"
+#include "authoring/document/kind_reference.h"
 #include "tools/manual.h"
 #include "tools/subcommands.h"
 

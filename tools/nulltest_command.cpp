@@ -3,20 +3,20 @@
 #include <memory>
 #include <utility>
 
-#include "engine/channel_masks.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/formatted_print.h"
+#include "authoring/document/profile_file.h"
+#include "authoring/measure/response_measurement.h"
+#include "authoring/measure/sound_difference.h"
+#include "authoring/render/audio_reader.h"
+#include "authoring/render/caught_samples.h"
+#include "authoring/render/chain_graph.h"
+#include "authoring/render/sample_meter.h"
+#include "base/channel_masks.h"
 #include "engine/sample_guard.h"
 #include "platform/random.h"
-#include "tools/audio_reader.h"
-#include "tools/caught_samples.h"
-#include "tools/chain_graph.h"
 #include "tools/chain_options.h"
-#include "tools/exit_status.h"
 #include "tools/file_options.h"
-#include "tools/formatted_print.h"
-#include "tools/profile_file.h"
-#include "tools/response_measurement.h"
-#include "tools/sample_meter.h"
-#include "tools/sound_difference.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {

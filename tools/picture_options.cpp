@@ -1,8 +1,8 @@
 #include "tools/picture_options.h"
 
-#include "tools/exit_status.h"
-#include "tools/formatted_print.h"
-#include "tools/profile_file.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/formatted_print.h"
+#include "authoring/document/profile_file.h"
 
 namespace quorvel::tool {
 namespace {

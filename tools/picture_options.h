@@ -4,7 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-#include "tools/chain_graph.h"
+#include "authoring/render/chain_graph.h"
 #include "tools/chain_options.h"
 #include "tools/file_options.h"
 

@@ -1,13 +1,13 @@
 #include <memory>
 
-#include "tools/exit_status.h"
-#include "tools/external_program.h"
-#include "tools/output_file.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/output_file.h"
+#include "authoring/document/tool_mark.h"
+#include "authoring/draw/external_program.h"
+#include "authoring/draw/plot_script.h"
+#include "authoring/draw/profile_charts.h"
 #include "tools/picture_options.h"
-#include "tools/plot_script.h"
-#include "tools/profile_charts.h"
 #include "tools/subcommands.h"
-#include "tools/tool_mark.h"
 
 namespace quorvel::tool {
 namespace {

@@ -1,19 +1,19 @@
 #include <cmath>
 #include <memory>
 
-#include "engine/channel_masks.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/formatted_print.h"
+#include "authoring/document/profile_file.h"
+#include "authoring/document/speakers.h"
+#include "authoring/render/caught_samples.h"
+#include "authoring/render/chain_graph.h"
+#include "authoring/render/chain_renderer.h"
+#include "authoring/render/taps.h"
+#include "base/channel_masks.h"
 #include "platform/random.h"
-#include "tools/caught_samples.h"
-#include "tools/chain_graph.h"
 #include "tools/chain_options.h"
-#include "tools/chain_renderer.h"
-#include "tools/exit_status.h"
 #include "tools/file_options.h"
-#include "tools/formatted_print.h"
-#include "tools/profile_file.h"
-#include "tools/speakers.h"
 #include "tools/subcommands.h"
-#include "tools/taps.h"
 
 namespace quorvel::tool {
 namespace {

@@ -3,18 +3,18 @@
 #include <memory>
 #include <utility>
 
+#include "authoring/check/band_check.h"
+#include "authoring/check/graph_check.h"
+#include "authoring/check/number_check.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/file_bytes.h"
+#include "authoring/document/guid_text.h"
+#include "authoring/document/json_place.h"
+#include "authoring/document/profile_file.h"
+#include "authoring/render/chain_graph.h"
 #include "engine/limits.h"
 #include "profile/quorvel_audio_block.h"
-#include "tools/band_check.h"
-#include "tools/chain_graph.h"
 #include "tools/chain_options.h"
-#include "tools/exit_status.h"
-#include "tools/file_bytes.h"
-#include "tools/graph_check.h"
-#include "tools/guid_text.h"
-#include "tools/json_place.h"
-#include "tools/number_check.h"
-#include "tools/profile_file.h"
 #include "tools/subcommands.h"
 
 namespace quorvel::tool {

@@ -146,8 +146,8 @@ TEST_F(ActiveChannels, OfAStalledDriverReachItInOrder) {
 }
 
 // The last reference comes back within its bound, whichever request the driver holds. A notice is
-// waited for that long, and the object is gone once the driver has answered; the events thread gives
-// its request up at once.
+// waited for that long, and the object is gone once the driver has answered; the events thread
+// gives its request up at once.
 TEST_F(ActiveChannels, OrEventsOfAStalledDriverDoNotHoldTheLastRelease) {
     const struct {
         DWORD code;

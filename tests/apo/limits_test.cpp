@@ -9,7 +9,7 @@
 
 #include "blocks/limiter_block.h"
 #include "blocks/stream_expander_block.h"
-#include "engine/block_factory.h"
+#include "kinds/block_kinds.h"
 #include "tests/apo/apo_test.h"
 #include "tests/support/allocation_faults.h"
 
@@ -177,8 +177,8 @@ TEST_F(Limits, HostileRecordsNeitherStallNorGrow) {
     constexpr double kGrowth = 64.0;            // MB
     std::mt19937 random(7);
     const double before = HeapMegabytes();
-    for (int run = 0; run < 2 * static_cast<int>(BlockKinds().size()); ++run) {
-        const BlockKind& kind = BlockKinds()[static_cast<std::size_t>(run / 2)];
+    for (int run = 0; run < 2 * static_cast<int>(kBlockKinds.size()); ++run) {
+        const BlockKind& kind = kBlockKinds[static_cast<std::size_t>(run / 2)];
         const std::uint32_t width = run % 2 == 0 ? 2 : 64;
         SCOPED_TRACE(testing::Message() << kind.name << " of " << width << " channels");
         QuorvelAudioProfile profile = GainProfile(row, 0.0f);

@@ -4,11 +4,11 @@
 #include <span>
 #include <thread>
 
-#include "blocks/filter_band.h"
 #include "blocks/limiter_block.h"
 #include "blocks/stereo_expander_block.h"
 #include "blocks/stream_expander_block.h"
 #include "client/control_codes.h"
+#include "dsp/biquad/filter_band.h"
 #include "platform/random.h"
 #include "tests/apo/apo_test.h"
 #include "tests/support/allocation_faults.h"

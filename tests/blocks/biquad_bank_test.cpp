@@ -1,4 +1,4 @@
-#include "blocks/biquad_bank.h"
+#include "dsp/biquad/biquad_bank.h"
 
 #include <gtest/gtest.h>
 

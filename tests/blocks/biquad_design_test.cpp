@@ -1,4 +1,4 @@
-#include "blocks/biquad_design.h"
+#include "dsp/biquad/biquad_design.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The vector kernels give the bits of the plain definition.
-#include "blocks/biquad_kernels.h"
+#include "dsp/biquad/biquad_kernels.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "blocks/biquad_bank.h"
+#include "dsp/biquad/biquad_bank.h"
 #include "platform/processor.h"
 #include "tests/support/same_bits.h"
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "blocks/filter_blocks.h"
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "tests/blocks/filter_formula.h"
 
 namespace quorvel {

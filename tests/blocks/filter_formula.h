@@ -5,7 +5,7 @@
 #include <complex>
 #include <numbers>
 
-#include "blocks/filter_band.h"
+#include "dsp/biquad/filter_band.h"
 
 namespace quorvel {
 

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/decibels.h"
 #include "blocks/filter_blocks.h"
-#include "engine/decibels.h"
 #include "engine/output_limiter.h"
 #include "platform/random.h"
 #include "tests/support/samples.h"

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "client/quorvel_audio_device.h"
-#include "engine/block_factory.h"
-#include "platform/simulation/simulated_driver.h"
+#include "kinds/block_kinds.h"
+#include "platform/simulation/driver/simulated_driver.h"
 #include "profile/quorvel_audio_block.h"
 #include "tests/support/handles.h"
 #include "tests/support/random_profile.h"
@@ -81,7 +81,7 @@ class Recorder : public IQuorvelAudioDeviceEventsListener {
 inline void AddBlock(QuorvelAudioProfile& profile, DWORD chainId, std::uint32_t number,
                      unsigned size) {
     QuorvelAudioBlocksChain& chain = *profile.GetChain(chainId, true);
-    QuorvelAudioBlock block(&profile, &chain, BlockKinds()[0].typeId, NumberedGuid(number));
+    QuorvelAudioBlock block(&profile, &chain, kBlockKinds[0].typeId, NumberedGuid(number));
     std::vector<std::uint8_t> data(size, static_cast<std::uint8_t>(number));
     block.SetData(data.data(), size);
     chain.blocks.Add(block);

@@ -1,6 +1,7 @@
 // Requests to an honest driver: what arrives, what comes back, what stays unsaid.
 #include <cstring>
 
+#include "kinds/block_kinds.h"
 #include "tests/client/client_bench.h"
 
 namespace quorvel::test {
@@ -49,7 +50,7 @@ TEST_F(DriverRequests, OneClientStoresAnotherFetches) {
     QuorvelAudioBlock block(&sent, nullptr, GUID{}, NumberedGuid(11));
     block.chainId = 1;
     EXPECT_EQ(other.GetAudioBlock(&block), 0u);
-    EXPECT_TRUE(block.typeId == BlockKinds()[0].typeId);
+    EXPECT_TRUE(block.typeId == kBlockKinds[0].typeId);
     EXPECT_EQ(block.DataSize(), 40u);
 
     EXPECT_EQ(other.GetProfileForPID(8, &whole), 1168u);

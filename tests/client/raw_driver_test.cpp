@@ -2,6 +2,7 @@
 // answers become.
 #include <cstring>
 
+#include "kinds/block_kinds.h"
 #include "tests/client/client_bench.h"
 #include "tests/client/raw_records.h"
 #include "tests/support/fake_device.h"
@@ -27,7 +28,7 @@ struct Things {
         sample.AddPath(u"ab");
         QuorvelAudioBlocksChain& chain = *sample.GetChain(7, true);
         for (const std::uint8_t number : {std::uint8_t{2}, std::uint8_t{3}}) {
-            QuorvelAudioBlock block(&sample, &chain, BlockKinds()[0].typeId, RawGuid(number));
+            QuorvelAudioBlock block(&sample, &chain, kBlockKinds[0].typeId, RawGuid(number));
             std::uint8_t data[] = {0x80, 0, 0xFF};
             block.SetData(data, number == 2 ? 3 : 0);
             chain.blocks.Add(block);

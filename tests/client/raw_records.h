@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "engine/block_factory.h"
+#include "kinds/block_kinds.h"
 #include "tests/support/byte_builder.h"
 
 namespace quorvel::test {
@@ -41,7 +41,7 @@ inline ByteBuilder Text(std::u16string_view text) {
 // The sample: profile 1 with path "ab" and chain 7, which holds block 2 of 3 bytes, block 3 of none
 // and a link from 2 to 3.
 inline ByteBuilder KnownKind() {
-    return ByteBuilder().Guid(BlockKinds()[0].typeId);
+    return ByteBuilder().Guid(kBlockKinds[0].typeId);
 }
 inline ByteBuilder RawBlock2() {
     return Join(Id(2), KnownKind(), Id(1), Words({7, 3}), ByteBuilder().Raw({0x80, 0, 0xFF}));

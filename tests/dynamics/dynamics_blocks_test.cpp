@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "blocks/compressor_block.h"
-#include "blocks/dynamics/linked_gain.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
-#include "engine/block_type_ids.h"
+#include "dsp/dynamics/linked_gain.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/samples.h"
 
 namespace quorvel {

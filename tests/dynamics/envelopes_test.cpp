@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "blocks/dynamics/attack_release_envelope.h"
-#include "blocks/dynamics/simple_limit.h"
+#include "dsp/dynamics/attack_release_envelope.h"
+#include "dsp/dynamics/simple_limit.h"
 
 namespace quorvel::dynamics {
 namespace {

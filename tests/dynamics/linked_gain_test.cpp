@@ -1,5 +1,5 @@
 // The fast runners against the plain definition, bit for bit: samples and envelopes.
-#include "blocks/dynamics/linked_gain.h"
+#include "dsp/dynamics/linked_gain.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "blocks/dynamics/simple_comp.h"
-#include "blocks/dynamics/simple_gate.h"
-#include "blocks/dynamics/simple_limit.h"
+#include "dsp/dynamics/simple_comp.h"
+#include "dsp/dynamics/simple_gate.h"
+#include "dsp/dynamics/simple_limit.h"
 #include "engine/output_limiter.h"
 #include "tests/support/forced_kernels.h"
 #include "tests/support/same_bits.h"

@@ -1,4 +1,4 @@
-#include "blocks/dynamics/sample_kernels.h"
+#include "dsp/dynamics/sample_kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "base/math/exponential.h"
-#include "blocks/dynamics/simple_comp_rms.h"
-#include "blocks/dynamics/simple_gate_rms.h"
+#include "dsp/dynamics/simple_comp_rms.h"
+#include "dsp/dynamics/simple_gate_rms.h"
 
 namespace quorvel::dynamics {
 namespace {

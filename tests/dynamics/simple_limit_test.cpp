@@ -1,4 +1,4 @@
-#include "blocks/dynamics/simple_limit.h"
+#include "dsp/dynamics/simple_limit.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "blocks/dynamics/linked_gain.h"
+#include "dsp/dynamics/linked_gain.h"
 #include "tests/support/samples.h"
 
 namespace quorvel::dynamics {

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "base/memory_shortage.h"
 #include "engine/audio_graph.h"
-#include "engine/block_type_ids.h"
-#include "engine/memory_shortage.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/same_bits.h"
 #include "tests/support/topology.h"
 

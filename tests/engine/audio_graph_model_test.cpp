@@ -6,7 +6,7 @@
 #include <cstring>
 #include <random>
 
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/graph_model/graph_pair.h"
 #include "tests/support/probe_block.h"
 

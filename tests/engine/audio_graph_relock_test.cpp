@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "engine/audio_graph.h"
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "platform/random.h"
 #include "tests/support/samples.h"
 #include "tests/support/topology.h"

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "engine/audio_graph.h"
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/topology.h"
 
 namespace quorvel {

@@ -1,12 +1,13 @@
 #include "engine/block_factory.h"
+#include "kinds/block_kinds.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
 
-#include "engine/block_type_ids.h"
-#include "engine/guid_order.h"
+#include "base/guid_order.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/probe_block.h"
 
@@ -17,8 +18,8 @@ namespace {
 // smallest one of its kind.
 TEST(BlockFactory, EveryKindKeepsWhatItsRowSays) {
     const GUID id = test::NumberedId(7);
-    EXPECT_EQ(BlockKinds().size(), 20u);
-    for (const BlockKind& kind : BlockKinds()) {
+    EXPECT_EQ(kBlockKinds.size(), 20u);
+    for (const BlockKind& kind : kBlockKinds) {
         const auto block = CreateBlock(kind.typeId, id);
         ASSERT_TRUE(block) << kind.name;
         EXPECT_TRUE(block->GetTypeId() == kind.typeId) << kind.name;

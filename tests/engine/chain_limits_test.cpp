@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "engine/block_type_ids.h"
 #include "engine/graph_from_chain.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/chain_maker.h"
 #include "tests/support/topology.h"
 

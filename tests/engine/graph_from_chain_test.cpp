@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "blocks/compressor_block.h"
-#include "blocks/filter_band.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
-#include "engine/block_type_ids.h"
+#include "dsp/biquad/filter_band.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/chain_maker.h"
 #include "tests/support/topology.h"
 

@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-#include "engine/channel_masks.h"
+#include "base/channel_masks.h"
 
 namespace quorvel {
 namespace {

@@ -7,7 +7,7 @@
 #include "blocks/limiter_block.h"
 #include "blocks/surround_block.h"
 #include "engine/audio_graph.h"
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/topology.h"
 

@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "blocks/compressor_block.h"
-#include "blocks/filter_band.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
+#include "dsp/biquad/filter_band.h"
 #include "engine/audio_graph.h"
-#include "engine/block_factory.h"
-#include "engine/block_type_ids.h"
 #include "engine/sample_guard.h"
+#include "kinds/block_kinds.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/probe_block.h"
 
@@ -39,7 +39,7 @@ void AddOneOfEachKind(AudioGraph& graph) {
     const GUID tail = NumberedId(1000);
     graph.AddNewBlock(kMixerBlockTypeId, nullptr, 0, tail);
     uint32_t number = 2;
-    for (const BlockKind& kind : BlockKinds()) {
+    for (const BlockKind& kind : kBlockKinds) {
         const GUID id = NumberedId(number++);
         uint8_t record[64] = {};
         if (kind.smallestRecord == 18) std::memcpy(record, &band, sizeof(band));

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel {
 namespace {

@@ -6,13 +6,14 @@
 
 #include "blocks/compressor_block.h"
 #include "blocks/external_surround_block.h"
-#include "blocks/filter_band.h"
 #include "blocks/limiter_block.h"
 #include "blocks/noise_gate_block.h"
 #include "blocks/surround_block.h"
+#include "dsp/biquad/filter_band.h"
 #include "engine/block_factory.h"
-#include "engine/block_type_ids.h"
 #include "engine/sample_check.h"
+#include "kinds/block_kinds.h"
+#include "kinds/block_type_ids.h"
 #include "platform/random.h"
 #include "tests/support/probe_block.h"
 #include "tests/support/samples.h"
@@ -111,7 +112,7 @@ void RunAlike(GuardedChain& chain, GuardedChain& expected, uint32_t from) {
 }
 
 TEST(SampleGuard, LetsABadSampleActAsZero) {
-    for (const BlockKind& kind : BlockKinds()) {
+    for (const BlockKind& kind : kBlockKinds) {
         for (const uint16_t width : kWidths) {
             for (const float bad : kBad) {
                 SCOPED_TRACE(std::string(kind.name) + " " + std::to_string(width));
@@ -130,7 +131,7 @@ TEST(SampleGuard, LetsABadSampleActAsZero) {
 }
 
 TEST(SampleGuard, StartsEveryKindAfresh) {
-    for (const BlockKind& kind : BlockKinds()) {
+    for (const BlockKind& kind : kBlockKinds) {
         for (const uint16_t width : kWidths) {
             SCOPED_TRACE(std::string(kind.name) + " " + std::to_string(width));
             GuardedChain chain({&kind}, width), fresh({&kind}, width);
@@ -155,7 +156,7 @@ TEST(SampleGuard, EndsAFade) {
 // Behind the burst, finite but absurd and then infinite or NaN, the chain sounds as a new one;
 // surround kinds, which take such a sample for 0, as if the burst had been silence.
 TEST(SampleGuard, LetsAnOverflowInTheChainCostOneBuffer) {
-    for (const BlockKind& kind : BlockKinds()) {
+    for (const BlockKind& kind : kBlockKinds) {
         for (const uint16_t width : kWidths) {
             for (const float factor : {kInfinity, NAN}) {
                 SCOPED_TRACE(std::string(kind.name) + " " + std::to_string(width));

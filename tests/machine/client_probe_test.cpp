@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "client/quorvel_audio_device.h"
-#include "platform/simulation/engine_call.h"
-#include "platform/simulation/simulated_driver.h"
+#include "platform/simulation/driver/simulated_driver.h"
+#include "platform/simulation/machine/engine_call.h"
 #include "tests/support/handles.h"
 
 namespace quorvel::test {

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "apo/com_reference.h"
-#include "platform/simulation/simulated_machine.h"
+#include "platform/simulation/machine/simulated_machine.h"
 #include "tests/support/handles.h"
 
 namespace quorvel::test {

@@ -1,5 +1,5 @@
 // The simulated machine itself: what its calls refuse, and that nothing of it stays behind.
-#include "platform/simulation/simulated_machine.h"
+#include "platform/simulation/machine/simulated_machine.h"
 
 #include <array>
 #include <stdexcept>

@@ -3,7 +3,7 @@
 
 #include <stdexcept>
 
-#include "platform/simulation/simulated_machine.h"
+#include "platform/simulation/machine/simulated_machine.h"
 #include "tests/support/handles.h"
 
 namespace quorvel::test {

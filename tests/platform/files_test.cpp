@@ -1,7 +1,7 @@
 // Regular files through the calls of Windows, and the formatter of WCHAR text.
 #include <array>
 
-#include "platform/wide_text.h"
+#include "base/wide_text.h"
 #include "tests/support/handles.h"
 #include "tests/support/temporary_directory.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "profile/quorvel_audio_block.h"
 #include "profile/quorvel_audio_blocks_chain.h"
 #include "profile/quorvel_audio_profile.h"

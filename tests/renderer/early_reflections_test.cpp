@@ -1,4 +1,4 @@
-#include "blocks/surround/early_reflections.h"
+#include "dsp/surround/early_reflections.h"
 
 #include <gtest/gtest.h>
 

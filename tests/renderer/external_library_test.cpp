@@ -1,5 +1,5 @@
 // Where the surround library is looked for, and how long it stays.
-#include "blocks/surround/external_library.h"
+#include "dsp/surround/external_library.h"
 
 #include <gtest/gtest.h>
 

@@ -4,9 +4,9 @@
 
 #include <cstring>
 
-#include "blocks/surround/head_model.h"
-#include "blocks/surround/stereo_renderer_stage.h"
-#include "engine/fold_down.h"
+#include "dsp/routing/fold_down.h"
+#include "dsp/surround/head_model.h"
+#include "dsp/surround/stereo_renderer_stage.h"
 #include "tests/renderer/recording_engine.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/ear_measures.h"

@@ -1,9 +1,9 @@
 // The model of the head between the directions that were measured.
-#include "blocks/surround/head_model.h"
+#include "dsp/surround/head_model.h"
 
 #include <gtest/gtest.h>
 
-#include "blocks/surround/head_renderer.h"
+#include "dsp/surround/head_renderer.h"
 #include "tests/support/ear_measures.h"
 
 namespace quorvel {

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string>
 
-#include "blocks/surround/external_engine.h"
+#include "dsp/surround/external_engine.h"
 
 namespace quorvel::test {
 

@@ -1,12 +1,12 @@
 // The renderer's bars: what a listener's ears must and must not hear.
-#include "blocks/surround/stereo_renderer_stage.h"
+#include "dsp/surround/stereo_renderer_stage.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <numeric>
 
-#include "blocks/surround/head_renderer.h"
+#include "dsp/surround/head_renderer.h"
 #include "tests/support/ear_measures.h"
 #include "tests/support/samples.h"
 

@@ -1,12 +1,12 @@
-#include "engine/channels_combiner_block.h"
+#include "blocks/channels_combiner_block.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
 
-#include "engine/channel_layout.h"
-#include "engine/channel_masks.h"
+#include "base/channel_masks.h"
+#include "dsp/routing/channel_layout.h"
 #include "tests/support/samples.h"
 
 namespace quorvel {

@@ -1,4 +1,4 @@
-#include "engine/fold_down.h"
+#include "dsp/routing/fold_down.h"
 
 #include <gtest/gtest.h>
 

@@ -4,13 +4,13 @@
 #include <functional>
 #include <memory>
 
+#include "base/channel_masks.h"
+#include "blocks/bypass_block.h"
+#include "blocks/channel_extractor_block.h"
+#include "blocks/channels_combiner_block.h"
+#include "blocks/gain_block.h"
+#include "blocks/mixer_block.h"
 #include "blocks/stream_expander_block.h"
-#include "engine/bypass_block.h"
-#include "engine/channel_extractor_block.h"
-#include "engine/channel_masks.h"
-#include "engine/channels_combiner_block.h"
-#include "engine/gain_block.h"
-#include "engine/mixer_block.h"
 #include "tests/support/samples.h"
 
 namespace quorvel {

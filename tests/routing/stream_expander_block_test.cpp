@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/channel_masks.h"
+#include "base/channel_masks.h"
 #include "tests/support/samples.h"
 
 namespace quorvel {

@@ -6,11 +6,11 @@
 #include <cstring>
 #include <vector>
 
+#include "authoring/render/chain_graph.h"
 #include "engine/audio_graph.h"
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "profile/quorvel_audio_block.h"
 #include "tests/support/sha256.h"
-#include "tools/chain_graph.h"
 
 namespace quorvel::test {
 namespace {

@@ -13,10 +13,10 @@
 #include <string_view>
 #include <vector>
 
+#include "authoring/document/profile_file.h"
 #include "tests/same_bits/rendering.h"
 #include "tests/same_bits/signals.h"
 #include "tests/support/forced_kernels.h"
-#include "tools/profile_file.h"
 
 namespace quorvel::test {
 namespace {

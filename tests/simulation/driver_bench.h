@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/simulation/driver_core.h"
+#include "platform/simulation/driver/driver_core.h"
 
 namespace quorvel::simulation {
 

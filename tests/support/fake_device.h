@@ -9,7 +9,7 @@
 #include <new>
 #include <vector>
 
-#include "platform/portable/device.h"
+#include "platform/portable/files/device.h"
 #include "tests/support/handles.h"
 
 namespace quorvel::test {

@@ -1,8 +1,8 @@
 #include "tests/support/forced_kernels.h"
 
-#include "blocks/biquad_kernels.h"
-#include "blocks/dynamics/compressor_kernels.h"
-#include "blocks/dynamics/limiter_kernels.h"
+#include "dsp/biquad/biquad_kernels.h"
+#include "dsp/dynamics/compressor_kernels.h"
+#include "dsp/dynamics/limiter_kernels.h"
 #include "platform/processor.h"
 
 namespace {

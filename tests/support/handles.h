@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/portable/open_handle_count.h"
+#include "platform/portable/kernel/open_handle_count.h"
 #include "platform/unique_handle.h"
 
 namespace quorvel::test {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "blocks/surround/external_engine.h"
-#include "platform/portable/library_source.h"
+#include "dsp/surround/external_engine.h"
+#include "platform/portable/kernel/library_source.h"
 
 namespace quorvel::test {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "blocks/surround/matrix_decoder_stage.h"
-#include "blocks/surround/stereo_renderer_stage.h"
+#include "dsp/surround/matrix_decoder_stage.h"
+#include "dsp/surround/stereo_renderer_stage.h"
 
 namespace quorvel::test {
 

@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "engine/audio_graph.h"
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/ear_measures.h"
 #include "tests/support/pink_noise.h"
 #include "tests/surround/heard.h"

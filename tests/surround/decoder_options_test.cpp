@@ -1,5 +1,5 @@
 // What the words of a configuration do to the decoder's outputs, also while sound goes on.
-#include "blocks/surround/decoder_options.h"
+#include "dsp/surround/decoder_options.h"
 
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 #include <complex>
 #include <vector>
 
-#include "blocks/surround/matrix_decoder_stage.h"
+#include "dsp/surround/matrix_decoder_stage.h"
 #include "tests/support/pink_noise.h"
 
 namespace quorvel::test {

@@ -1,5 +1,5 @@
 // The decoder's bars: where a source comes out, how fast, and what else is heard with it.
-#include "blocks/surround/matrix_decoder_stage.h"
+#include "dsp/surround/matrix_decoder_stage.h"
 
 #include <gtest/gtest.h>
 

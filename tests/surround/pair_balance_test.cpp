@@ -1,4 +1,4 @@
-#include "blocks/surround/pair_balance.h"
+#include "dsp/surround/pair_balance.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "blocks/surround/passive_matrix.h"
+#include "dsp/surround/passive_matrix.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Where sounds begin: the steering and the matrices of the bands, without the rest of the stage.
-#include "blocks/surround/steering.h"
+#include "dsp/surround/steering.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <cmath>
 #include <random>
 
-#include "blocks/surround/band_matrix.h"
+#include "dsp/surround/band_matrix.h"
 #include "tests/support/ear_measures.h"
 
 namespace quorvel {

@@ -7,13 +7,13 @@
 #include <limits>
 #include <random>
 
-#include "engine/block_factory.h"
+#include "authoring/document/guid_text.h"
+#include "authoring/document/profile_file.h"
+#include "authoring/document/profile_json.h"
+#include "authoring/document/utf16_text.h"
+#include "kinds/block_kinds.h"
 #include "profile/quorvel_audio_block.h"
 #include "tests/support/random_profile.h"
-#include "tools/guid_text.h"
-#include "tools/profile_file.h"
-#include "tools/profile_json.h"
-#include "tools/utf16_text.h"
 
 namespace quorvel::tool {
 namespace {
@@ -194,8 +194,8 @@ TEST(JsonForm, FieldsLeftOutTakeTheDefaultsOfTheBlock) {
 
 // The factory's smallest record is one with the fewest list items.
 TEST(JsonForm, TheTableCoversEveryKindOfTheFactory) {
-    ASSERT_EQ(AllBlockFields().size(), BlockKinds().size());
-    for (const BlockKind& kind : BlockKinds()) {
+    ASSERT_EQ(AllBlockFields().size(), kBlockKinds.size());
+    for (const BlockKind& kind : kBlockKinds) {
         const BlockFields* fields = FindBlockFields(kind.typeId);
         ASSERT_TRUE(fields) << kind.name;
         std::uint32_t smallest = fields->record.size;

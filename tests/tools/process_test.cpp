@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include "engine/decibels.h"
+#include "base/decibels.h"
 #include "tests/tools/tool_run.h"
 
 namespace quorvel::tool {

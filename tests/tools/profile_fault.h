@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "tools/exit_status.h"
-#include "tools/profile_json.h"
+#include "authoring/document/exit_status.h"
+#include "authoring/document/profile_json.h"
 
 namespace quorvel::tool {
 

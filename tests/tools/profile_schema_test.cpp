@@ -4,14 +4,14 @@
 #include <filesystem>
 #include <set>
 
-#include "engine/block_factory.h"
+#include "authoring/check/chain_check.h"
+#include "authoring/document/file_bytes.h"
+#include "authoring/document/json_checks.h"
+#include "authoring/document/profile_file.h"
 #include "engine/limits.h"
 #include "engine/record_limits.h"
+#include "kinds/block_kinds.h"
 #include "tests/tools/profile_fault.h"
-#include "tools/chain_check.h"
-#include "tools/file_bytes.h"
-#include "tools/json_checks.h"
-#include "tools/profile_file.h"
 
 namespace quorvel::tool {
 namespace {

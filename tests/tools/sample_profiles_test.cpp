@@ -7,11 +7,11 @@
 #include <limits>
 #include <numbers>
 
+#include "authoring/document/profile_file.h"
+#include "authoring/render/chain_graph.h"
 #include "engine/sample_guard.h"
 #include "platform/random.h"
 #include "tests/support/samples.h"
-#include "tools/chain_graph.h"
-#include "tools/profile_file.h"
 
 namespace quorvel::tool {
 namespace {
@@ -76,7 +76,7 @@ Samples Render(Sound sound, std::size_t channels) {
 }
 
 Samples Play(const QuorvelAudioBlocksChain& chain, Samples in, std::size_t channels,
-            std::size_t outChannels) {
+             std::size_t outChannels) {
     AudioGraph graph;
     platform::SeedRand(1);
     SetUpChainGraph(graph, chain,

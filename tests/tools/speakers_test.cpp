@@ -1,4 +1,4 @@
-#include "tools/speakers.h"
+#include "authoring/document/speakers.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.h>

@@ -1,4 +1,4 @@
-#include "tools/thread_timer.h"
+#include "authoring/measure/thread_timer.h"
 
 #include <gtest/gtest.h>
 #include <sched.h>

@@ -4,7 +4,7 @@
 
 #include "engine/audio_format.h"
 #include "engine/block_factory.h"
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 
 namespace quorvel::model {
 namespace {

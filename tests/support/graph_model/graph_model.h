@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "blocks/dynamics/simple_comp.h"
+#include "dsp/dynamics/simple_comp.h"
 #include "platform/windows_api.h"
 #include "tests/support/graph_model/model_block.h"
 #include "tests/support/graph_model/model_input.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <span>
 
-#include "engine/block_type_ids.h"
+#include "kinds/block_type_ids.h"
 #include "tests/support/probe_block.h"
 #include "tests/support/same_bits.h"
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "engine/channel_masks.h"
+#include "base/channel_masks.h"
 #include "platform/random.h"
 #include "tests/support/graph_model/model_block.h"
 
