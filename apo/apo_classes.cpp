@@ -1,7 +1,7 @@
 #include "apo/apo_classes.h"
 
 #include "apo/class_ids.h"
-#include "apo/registration_records.h"
+#include "apo/registration/registration_records.h"
 
 namespace quorvel {
 namespace {

@@ -3,12 +3,12 @@
 #include <new>
 
 #include "apo/apo_classes.h"
-#include "apo/apo_registration.h"
 #include "apo/class_factory.h"
 #include "apo/class_ids.h"
-#include "apo/registration_records.h"
-#include "apo/registry_script.h"
-#include "apo/registry_script_texts.h"
+#include "apo/registration/apo_registration.h"
+#include "apo/registration/registration_records.h"
+#include "apo/registration/registry_script.h"
+#include "apo/registration/registry_script_texts.h"
 #include "base/wide_text.h"
 #include "platform/module_file.h"
 #include "platform/result_codes.h"

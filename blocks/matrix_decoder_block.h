@@ -41,9 +41,9 @@ static_assert(offsetof(MatrixDecoderParameters, outputDelaysMs) == 36);
 //     any other                   nothing is decoded
 //
 // The decoded frame then goes to the renderer as 7.1, else the input as it is. For quad and 5.1 the
-// decoder's fronts become the sides and its sides the backs; for quad the latter come to stand in
-// the places of the centre and the low frequencies, which is how the block has always sounded. The
-// decoder sends nothing to outputs that have no place in this frame: of a surround pair it makes no
+// decoder's fronts become the sides and its sides the backs; for quad the latter take
+// the places of the centre and the low frequencies: profiles are tuned to that image. The decoder
+// sends nothing to outputs that have no place in this frame: of a surround pair it makes no
 // centre and one rear pair.
 //
 // The renderer takes the masks 0x4, 0x3, 0xB, 0x33, 0x107, 0x3F, 0x60F, 0xFF and 0x63F; for any

@@ -7,10 +7,10 @@
 #include "platform/windows_api.h"
 
 // An array of T on the process heap (GetProcessHeap(), flags 0). The list owns the array and the
-// elements in it. Its layout, its members and its behaviour are linked against by other programs,
-// so they stay as they are, oddities included: members that only read are not const everywhere, and
-// none is inline. It exists for four element types, instantiated in
-// items_list.cpp: QuorvelAudioBlock, _QuorvelAudioBlockLink, QuorvelAudioBlocksChain and GUID.
+// elements in it. Other programs link against its layout, its members and its behaviour, so none of
+// them may change: which members are const is part of their names, and none is inline. It exists
+// for four element types, instantiated in items_list.cpp: QuorvelAudioBlock,
+// _QuorvelAudioBlockLink, QuorvelAudioBlocksChain and GUID.
 //
 // Elements are relocated by plain byte moves, when the array grows and when an element is removed,
 // so no element may point into itself, and pointers to elements live until the next growth or

@@ -1,8 +1,8 @@
 // The module: registration, class factories, what keeps it loaded.
-#include "apo/apo_registration.h"
-#include "apo/registration_records.h"
-#include "apo/registry_script.h"
-#include "apo/registry_script_texts.h"
+#include "apo/registration/apo_registration.h"
+#include "apo/registration/registration_records.h"
+#include "apo/registration/registry_script.h"
+#include "apo/registration/registry_script_texts.h"
 #include "tests/apo/apo_test.h"
 #include "tests/support/lacking_memory.h"
 

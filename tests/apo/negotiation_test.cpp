@@ -3,7 +3,7 @@
 #include <random>
 #include <sstream>
 
-#include "apo/registration_records.h"
+#include "apo/registration/registration_records.h"
 #include "tests/apo/apo_test.h"
 #include "tests/apo/negotiation_model.h"
 

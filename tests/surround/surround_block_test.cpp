@@ -111,7 +111,7 @@ TEST(SurroundBlock, EndsFadesWithTheDecoder) {
 
 // Any value but 0 is faded to; only a positive one is heard then. A record of -1 counts as none
 // when the next one comes.
-TEST(SurroundBlock, KeepsItsOddities) {
+TEST(SurroundBlock, FadesToAnyValueAndPlaysOnlyPositiveOnes) {
     Switchable sound(2, 0x3, 400);
     sound.Set(0);
     sound.Set(-1);

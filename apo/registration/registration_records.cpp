@@ -1,4 +1,4 @@
-#include "apo/registration_records.h"
+#include "apo/registration/registration_records.h"
 
 #include <algorithm>
 #include <string_view>

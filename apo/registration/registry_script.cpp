@@ -1,10 +1,10 @@
-#include "apo/registry_script.h"
+#include "apo/registration/registry_script.h"
 
 #include <charconv>
 #include <optional>
 #include <vector>
 
-#include "apo/registry_key.h"
+#include "apo/registration/registry_key.h"
 
 namespace quorvel {
 namespace {

@@ -1,9 +1,9 @@
-#include "apo/apo_registration.h"
+#include "apo/registration/apo_registration.h"
 
 #include <algorithm>
 #include <iterator>
 
-#include "apo/registry_key.h"
+#include "apo/registration/registry_key.h"
 #include "base/wide_text.h"
 #include "platform/result_codes.h"
 
