@@ -262,7 +262,8 @@ TEST_F(RawDriver, AnswersThatAreShortAreRefusedAndLongerOnesAreNot) {
         SCOPED_TRACE(row.name);
         row.exchanges[0].out.Raw({0xEE, 0xEE, 0xEE});
         Expect(row, 0);
-        row.exchanges[0].out.bytes.resize(row.exchanges[0].out.bytes.size() - 4);
+        auto& answer = row.exchanges[0].out.bytes;
+        answer.erase(answer.end() - 4, answer.end());
         Expect(row, ERROR_INVALID_DATA);
     }
 }
