@@ -204,6 +204,8 @@ TEST_P(OverlappedRequests, CancelIoExCancelsOneOfAnyThread) {
     EXPECT_EQ(read.Result(), ERROR_OPERATION_ABORTED);
     EXPECT_EQ(others.Result(), ERROR_IO_INCOMPLETE);
     EXPECT_EQ(ErrorUnless(CancelIoEx(file.Get(), &read.overlapped)), ERROR_NOT_FOUND);
+    EXPECT_TRUE(CancelIoEx(file.Get(), nullptr));
+    EXPECT_EQ(others.Result(), ERROR_OPERATION_ABORTED);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, OverlappedRequests, ::testing::Bool(),
