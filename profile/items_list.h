@@ -8,9 +8,9 @@
 
 // An array of T on the process heap (GetProcessHeap(), flags 0). The list owns the array and the
 // elements in it. Its layout, its members and its behaviour are linked against by other programs,
-// so they stay as they are, oddities included: members that only read are not const everywhere, and
-// none is inline. It exists for four element types, instantiated in
-// items_list.cpp: QuorvelAudioBlock, _QuorvelAudioBlockLink, QuorvelAudioBlocksChain and GUID.
+// so they stay as they are: a member that only reads is const only where its linked name says so,
+// and none is inline. It exists for four element types, instantiated in items_list.cpp:
+// QuorvelAudioBlock, _QuorvelAudioBlockLink, QuorvelAudioBlocksChain and GUID.
 //
 // Elements are relocated by plain byte moves, when the array grows and when an element is removed,
 // so no element may point into itself, and pointers to elements live until the next growth or
