@@ -8,8 +8,8 @@
 namespace quorvel {
 namespace {
 
-// What a stream without a mask is taken for, should a lock ever leave it without: not everywhere
-// the mask that a lock prefers.
+// The mask assumed when a lock has left the stream without one. For some counts it is not the mask
+// that a lock prefers.
 std::uint32_t MaskOfUnmaskedStream(std::uint32_t channels) {
     constexpr std::uint32_t kMasks[] = {0, 0x4, 0x3, 0xB, 0x33, 0x3B, 0x3F, 0x70F, 0xFF};
     return channels < std::size(kMasks) ? kMasks[channels] : 0;

@@ -14,10 +14,11 @@
 // goes: where automatic width asks for more channels than the input has, the rest are silent. A
 // block that writes nothing counts as silence, wherever it stands in the chain.
 //
-// Threads: the graph has no lock; its owner serialises every call. Process and Reset run on the
-// real-time thread, everything else on control threads, whose work may allocate. Process itself
-// allocates when a call brings more frames than 10 ms, when the processing width switches, and at
-// the first use of the narrowed input.
+// Threads: the graph has no lock; its owner serialises every call. Process, Reset and StartAfresh
+// run on the real-time thread, everything else on control threads, whose work may allocate. Process
+// itself allocates when a call brings more frames than 10 ms, when the processing width switches,
+// when a block of a suspended graph has changed its width, and at the first use of the narrowed
+// input.
 //
 // Out of memory: structural changes throw std::bad_alloc, or leave the graph invalid. When a pooled
 // buffer cannot grow, or a reconfiguration lacks memory, the process ends. Inside ChangeWhole all

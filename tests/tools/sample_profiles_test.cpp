@@ -76,12 +76,13 @@ Samples Render(Sound sound, std::size_t channels) {
 }
 
 Samples Play(const QuorvelAudioBlocksChain& chain, Samples in, std::size_t channels,
-             std::size_t outChannels) {
+             std::size_t outChannels, std::uint32_t rate = 48000) {
     AudioGraph graph;
     platform::SeedRand(1);
     SetUpChainGraph(graph, chain,
                     {.channels = static_cast<std::uint32_t>(channels),
-                     .outChannels = static_cast<std::uint32_t>(outChannels)});
+                     .outChannels = static_cast<std::uint32_t>(outChannels),
+                     .sampleRate = rate});
     SampleGuard guard;
     Samples out(in.size() / channels * outChannels);
     for (std::size_t f = 0; f < in.size() / channels; f += kBuffer)
@@ -128,6 +129,21 @@ TEST(SampleProfiles, KeepFullScaleSoundWithinFullScale) {
             const float peak = Peak(Play(chain, inputs[in], in, out));
             EXPECT_LE(peak, 1.0f) << in << " to " << out << " channels";
             EXPECT_GT(peak, 0.1f);
+        });
+    }
+}
+
+// A filter whose frequency is half the sample rate never comes to rest. The noise that the widener
+// makes is all that may be left.
+TEST(SampleProfiles, FallSilentBehindASoundAtEveryUsualRate) {
+    for (const std::uint32_t rate : {32000u, 44100u, 48000u, 96000u, 192000u}) {
+        ForEachChain([rate](const auto& chain, std::size_t in, std::size_t out) {
+            Samples sound = test::Noise(rate / 2 * in, 3);
+            sound.resize(rate / kBuffer * 2 * kBuffer * in);
+            Samples ears = Play(chain, sound, in, out, rate);
+            EXPECT_LE(Peak(ears), 1.0f) << rate;
+            ears.erase(ears.begin(), ears.end() - static_cast<std::ptrdiff_t>(rate / 10 * out));
+            EXPECT_LT(Peak(ears), 3e-4f) << rate << " Hz, " << in << " to " << out << " channels";
         });
     }
 }
