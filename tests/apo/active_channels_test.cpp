@@ -84,14 +84,14 @@ class ActiveChannels : public ApoTest {
 
     // Waits until the driver was told `mask` last, whether it has answered or not.
     bool IsTold(DWORD mask) {
-        for (int i = 0; i < 5000 && (Told().empty() || Told().back() != mask); ++i)
-            std::this_thread::sleep_for(1ms);
-        return !Told().empty() && Told().back() == mask;
+        return ComesTrue([&] {
+            const std::vector<DWORD> told = Told();
+            return !told.empty() && told.back() == mask;
+        });
     }
 
     static void WaitUntilUnloadable() {
-        while (DllCanUnloadNow() != S_OK)
-            std::this_thread::sleep_for(1ms);
+        EXPECT_TRUE(ComesTrue([] { return DllCanUnloadNow() == S_OK; }));
     }
 };
 
@@ -164,7 +164,7 @@ TEST_F(ActiveChannels, OrEventsOfAStalledDriverDoNotHoldTheLastRelease) {
             Play(stream, 1);
             QuorvelAudioProfile profile = GainProfile(kClassRows[0], -3.0f);
             ASSERT_EQ(application.SetProfileData(&profile), 0u);
-            std::this_thread::sleep_for(200ms);  // the request has reached the driver
+            ASSERT_TRUE(ComesTrue([&] { return Core().IsSilent(); }));
         }
         const auto begin = std::chrono::steady_clock::now();
         object.Reset();

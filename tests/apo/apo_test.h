@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <functional>
+#include <thread>
 #include <vector>
 
 #include "apo/apo_classes.h"
@@ -132,6 +135,13 @@ class ApoTest : public HandleBalance {
     }
 
     simulation::DriverCore& Core() { return headset->driver.Core(); }
+
+    // Whether `condition` comes true; a machine under load gets ten seconds for it.
+    static bool ComesTrue(const std::function<bool()>& condition) {
+        for (int ms = 0; ms < 10'000 && !condition(); ++ms)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return condition();
+    }
 
     static ComReference<IAudioProcessingObject> Make(const CLSID& id) {
         ComReference<IAudioProcessingObject> object;

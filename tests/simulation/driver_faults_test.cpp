@@ -87,8 +87,10 @@ TEST_F(DriverFaults, HoldAnswersBackUntilTheSilenceEnds) {
     const Answer first = Ask(0x226F14, {});
     EXPECT_EQ(first.bytes.size(), 4u) << "the answer is there";
     EXPECT_FALSE(driver.SilenceHasEnded(first.silence));
+    EXPECT_TRUE(driver.IsSilent());
     driver.EndSilence();
     EXPECT_TRUE(driver.SilenceHasEnded(first.silence));
+    EXPECT_FALSE(driver.IsSilent());
     const Answer second = Ask(0x226F14, {});
     EXPECT_FALSE(driver.SilenceHasEnded(second.silence)) << "begun after the end";
     driver.Remove();

@@ -211,6 +211,11 @@ std::uint64_t DriverCore::EndedSilence() const {
     return endedSilence;
 }
 
+bool DriverCore::IsSilent() const {
+    const std::lock_guard lock(mutex);
+    return endedSilence != lastSilence;
+}
+
 void DriverCore::Remove() {
     Guarded([&](Pending& pending) { RemoveDevice(pending); });
 }

@@ -83,6 +83,10 @@ class DriverCore {
     bool SilenceHasEnded(std::uint64_t silence) const { return silence <= EndedSilence(); }
     std::uint64_t EndedSilence() const;
 
+    // Whether a silence has begun that has not ended: an answer is held back, or was until its
+    // request was cancelled.
+    bool IsSilent() const;
+
     // The device goes away; what was stored stays until the object ends, but nobody can ask for it.
     void Remove();
     bool IsRemoved() const;
