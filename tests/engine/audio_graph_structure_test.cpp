@@ -17,17 +17,6 @@ using test::NumberedId;
 using test::SetStereo;
 using test::UsedBuffers;
 
-TEST(AudioGraphStructure, SecondBlockWithAnIdIsRefused) {
-    AudioGraph graph;
-    const auto first = MakeProbe(1);
-    EXPECT_TRUE(graph.AddBlockAndConnect(first));
-    EXPECT_FALSE(graph.AddBlockAndConnect(MakeProbe(1)));
-    EXPECT_FALSE(graph.AddNewBlock(kMixerBlockTypeId, nullptr, 0, NumberedId(1)));
-    EXPECT_EQ(graph.FindBlock(NumberedId(1)), first);
-    EXPECT_FALSE(graph.AddNewBlock(NumberedId(7), nullptr, 0, NumberedId(2)));
-    EXPECT_EQ(graph.Network().Blocks().size(), 1u);
-}
-
 TEST(AudioGraphStructure, BlocksOfOtherGraphsAreNotLinked) {
     AudioGraph graph, other;
     const auto mine = MakeProbe(1);
@@ -53,20 +42,6 @@ TEST(AudioGraphStructure, BlockIdsAreWrittenOnePastTheCount) {
     EXPECT_EQ(graph.GetBlockIds(ids.data(), 4), 3);
     EXPECT_TRUE(ids[2] == NumberedId(3) && ids[3] == untouched);
     EXPECT_EQ(graph.GetBlockIds(nullptr, 4), 0);
-}
-
-TEST(AudioGraphStructure, ChainSharesOneBufferInPlace) {
-    AudioGraph graph;
-    SetStereo(graph);
-    AddProbes(graph, 3, {{1, 2}, {2, 3}});
-    const auto& nodes = graph.Nodes();
-    ASSERT_EQ(nodes.size(), 3u);
-    EXPECT_NE(nodes[0].outBuffer, nullptr);
-    EXPECT_EQ(nodes[1].outBuffer, nodes[0].outBuffer);
-    EXPECT_EQ(nodes[2].outBuffer, nullptr);
-    EXPECT_EQ(graph.Buffers().Count(), 1u);
-    EXPECT_EQ(nodes[0].outBuffer->capacityBytes, 480u * 2 * 4);
-    EXPECT_EQ(nodes[0].outBuffer->users, 4u);  // writer, two readers, in-place sharer
 }
 
 TEST(AudioGraphStructure, SharedOrUnwillingBlocksGetTheirOwnBuffer) {
