@@ -81,17 +81,6 @@ TEST(DynamicsBlocks, RunTheirEngineWithTheFieldsOfTheRecord) {
     }
 }
 
-TEST(DynamicsBlocks, RefuseNullAndShortRecords) {
-    for (const auto& kind : kKinds) {
-        const auto block = kind.make();
-        EXPECT_FALSE(block->SetParameters(nullptr));
-        EXPECT_FALSE(block->SetParameterData(nullptr, 100));
-        for (uint32_t size = 0; size < kind.recordSize; ++size)
-            EXPECT_FALSE(block->SetParameterData(kRecord.data(), size)) << size;
-        EXPECT_EQ(RunBlock(*block), RunBlock(*kind.make()));
-    }
-}
-
 // Any bytes are a record. None may crash, hang or touch what lies beyond the buffers.
 TEST(DynamicsBlocks, SurviveAnyRecordAndFormat) {
     std::mt19937 random(5);
