@@ -1,4 +1,4 @@
-// What the model leaves out of changes and replacements: blocks that go, and refusals.
+// What the model leaves out of replacements: the ends, the block that goes, and refusals.
 #include <gtest/gtest.h>
 
 #include "engine/audio_graph.h"
@@ -12,11 +12,27 @@ TEST(AudioGraphChange, ReplacedBlocksAreCutOff) {
     const float gainDb = -12.0f;
     AudioGraph graph;
     AddProbes(graph, 3, {{1, 2}, {2, 3}});
-    const auto old = graph.FindBlock(NumberedId(2));
-    graph.ChangeWhole(
-        [&] { EXPECT_TRUE(graph.ReplaceBlock(kGainBlockTypeId, &gainDb, 4, NumberedId(2))); });
-    EXPECT_TRUE(old->inputs.empty() && old->outputs.empty() && !old->graph);
-    EXPECT_EQ(graph.FindBlock(NumberedId(2))->graph, &graph);
+    for (const std::uint32_t number : {1u, 2u, 3u}) {
+        const GUID id = NumberedId(number);
+        const auto old = graph.FindBlock(id);
+        for (const bool fails : {true, false}) {
+            const auto replace = [&] {
+                EXPECT_TRUE(graph.ReplaceBlock(kGainBlockTypeId, &gainDb, 4, id));
+                if (fails) throw fails;
+            };
+            if (fails)
+                EXPECT_ANY_THROW(graph.ChangeWhole(replace));
+            else
+                graph.ChangeWhole(replace);
+            const auto block = graph.FindBlock(id);
+            EXPECT_EQ(block == old, fails);
+            EXPECT_EQ(block->graph, &graph);
+            EXPECT_EQ(graph.Network().Heads().contains(block), number == 1);
+            EXPECT_EQ(graph.Network().Tails().contains(block), number == 3);
+            EXPECT_EQ(graph.Network().Heads().size() + graph.Network().Tails().size(), 2u);
+        }
+        EXPECT_TRUE(old->inputs.empty() && old->outputs.empty() && !old->graph);
+    }
     EXPECT_FALSE(graph.ReplaceBlock(kGainBlockTypeId, &gainDb, 4, NumberedId(7)));
     EXPECT_FALSE(graph.ReplaceBlock(NumberedId(7), &gainDb, 4, NumberedId(1)));
 }
