@@ -171,6 +171,10 @@ TEST(EQFilterBlock, KeepsThePastUnlessTheShapeChanges) {
     EXPECT_EQ(TailAfter([](AudioBlock& b) { b.Reset(); }), tail);
     EXPECT_EQ(TailAfter([](AudioBlock& b) { b.SetFormat(2, 3, 48000); }), tail);
     EXPECT_EQ(TailAfter([](AudioBlock& b) { SetBands(b, {kBand, kBand}); }), silence);
+    const auto narrowAndWiden = [](AudioBlock& b) {
+        b.SetFormat(1, 4, 48000), b.SetFormat(2, 3, 48000);
+    };
+    EXPECT_EQ(TailAfter(narrowAndWiden), silence);
 }
 
 // Formats that the graph does not set on a filter block, and one that nobody can mean.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <functional>
 
@@ -17,6 +18,21 @@ TEST(AudioBlock, EmptyCallbackThrows) {
     const std::function<void(float*, float*)> empty;
     EXPECT_THROW(block.ProcessSamples(samples.data(), samples.data(), 2, empty),
                  std::bad_function_call);
+}
+
+// The graph's model tells that the sums are right.
+TEST(AudioBlock, SumsNoFurtherThanItsFrames) {
+    AudioBuffer buffer;
+    ASSERT_TRUE(buffer.Grow(BufferBytes(100, 1)));
+    std::fill_n(buffer.data, 100, 0.25f);
+    AudioBlock block(GUID{});
+    block.SetFormat(1, 4, 48000);
+    for (int32_t frames = 0; frames < 70; ++frames) {
+        std::vector<float> out(100, 99.0f), expected = out;
+        std::fill_n(expected.begin(), frames, 0.5f);
+        block.ProcessInputs({{{}, &buffer, {}}, {{}, &buffer, {}}}, out.data(), frames);
+        EXPECT_EQ(out, expected);
+    }
 }
 
 TEST(AudioBlock, SampleHelperRefusesUnequalWidths) {

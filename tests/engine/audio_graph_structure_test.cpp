@@ -44,6 +44,20 @@ TEST(AudioGraphStructure, BlockIdsAreWrittenOnePastTheCount) {
     EXPECT_EQ(graph.GetBlockIds(nullptr, 4), 0);
 }
 
+TEST(AudioGraphStructure, ChainSharesOneBufferInPlace) {
+    AudioGraph graph;
+    SetStereo(graph);
+    AddProbes(graph, 3, {{1, 2}, {2, 3}});
+    const auto& nodes = graph.Nodes();
+    ASSERT_EQ(nodes.size(), 3u);
+    EXPECT_NE(nodes[0].outBuffer, nullptr);
+    EXPECT_EQ(nodes[1].outBuffer, nodes[0].outBuffer);
+    EXPECT_EQ(nodes[2].outBuffer, nullptr);
+    EXPECT_EQ(graph.Buffers().Count(), 1u);
+    EXPECT_EQ(nodes[0].outBuffer->capacityBytes, 480u * 2 * 4);
+    EXPECT_EQ(nodes[0].outBuffer->users, 4u);  // writer, two readers, in-place sharer
+}
+
 TEST(AudioGraphStructure, SharedOrUnwillingBlocksGetTheirOwnBuffer) {
     AudioGraph graph;
     SetStereo(graph);

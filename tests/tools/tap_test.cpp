@@ -82,7 +82,7 @@ TEST_F(Tapped, BenchTellsEveryBlock) {
     ASSERT_EQ(told.status, 0) << told.error;
     for (const char* text : {"times real time", "left out: the scheduler", "whole", "equaliser",
                              "compressor", "limiter"})
-        EXPECT_NE(told.out.find(text), std::string::npos) << text << told.out;
+        ExpectTold(told.out, text);
     // The only chain of a profile needs no number.
     EXPECT_EQ(Tool("bench \"$PROFILES\"/voice_chain.json --buffers 50").status, 0);
     EXPECT_EQ(Tool("bench \"$PROFILES\"/voice_chain.json --buffers 50 --chain 1").status, 1);

@@ -74,6 +74,8 @@ class GraphModel {
     bool IsValid() const { return valid; }
     const std::vector<Node>& Nodes() const { return nodes; }
     const Format& ProcessingFormat() const { return processing; }
+    const Format& InputFormat() const { return input; }
+    const Format& OutputFormat() const { return output; }
     const std::vector<uint32_t>& Told() const { return told; }  // the callback's masks
 
   private:
