@@ -37,6 +37,20 @@ TEST_F(Waits, TimeLimitsAreKept) {
     EXPECT_LT(passed, milliseconds(10000));
 }
 
+TEST_F(Waits, ASignalEndsAWaitWithAndWithoutTimeLimit) {
+    for (const DWORD limit : {DWORD{INFINITE}, DWORD{60000}}) {
+        const UniqueHandle never = ManualEvent(), event = AutoEvent();
+        const HANDLE handles[] = {never.Get(), event.Get()};
+        std::thread setter([&] {
+            std::this_thread::sleep_for(milliseconds(5));
+            SetEvent(event.Get());
+        });
+        EXPECT_EQ(WaitForMultipleObjects(2, handles, FALSE, limit), WAIT_OBJECT_0 + 1);
+        EXPECT_FALSE(IsSignalled(event));
+        setter.join();
+    }
+}
+
 TEST_F(Waits, ListsHaveOneToSixtyFourHandles) {
     const UniqueHandle event = ManualEvent(true);
     const std::vector<HANDLE> handles(65, event.Get());
