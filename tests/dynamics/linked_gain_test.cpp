@@ -213,5 +213,13 @@ TEST(OutputLimiter, LetsATenthOfTheDecibelsThrough) {
     }
 }
 
+TEST(OutputLimiter, PassesFullScaleUntouched) {
+    OutputLimiter limiter;
+    const std::vector<float> in = {1.0f, -1.0f, 0.3f, 0.0f, -0.0f, 1e-40f};
+    std::vector<float> samples = in;
+    limiter.Process(samples.data(), 3, 2);
+    ExpectSameBits(samples, in);
+}
+
 }  // namespace
 }  // namespace quorvel::dynamics
