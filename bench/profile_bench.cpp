@@ -2,12 +2,15 @@
 // form (of the record for the stages); the hash stands beside its plain definition.
 #include <benchmark/benchmark.h>
 
+#include <random>
 #include <string>
 
 #include "client/quorvel_audio_device.h"
 #include "profile/base64.h"
 #include "profile/packed_profile.h"
 #include "profile/profile_hash.h"
+#include "profile/quorvel_audio_block.h"
+#include "profile/quorvel_audio_blocks_chain.h"
 #include "tests/support/random_profile.h"
 
 namespace {
@@ -18,8 +21,29 @@ constexpr std::int64_t kSmall = 64 << 10;
 constexpr std::int64_t kMedium = 1 << 20;
 constexpr std::int64_t kLarge = 8 << 20;
 
+// A profile of one chain whose packed record has about `bytes` bytes: blocks of 144 data bytes (a
+// ten-band equaliser), each linked to the next.
+void FillToSize(QuorvelAudioProfile& profile, std::uint32_t bytes) {
+    using quorvel::test::NumberedGuid;
+    constexpr std::uint32_t kData = 144;
+    constexpr std::uint32_t kBlockAndLink = 56 + kData + 52;
+    profile.id = NumberedGuid(1);
+    QuorvelAudioBlocksChain& chain = *profile.GetChain(1, true);
+    std::mt19937 random(1);
+    for (std::uint32_t i = 0; i < bytes / kBlockAndLink; ++i) {
+        QuorvelAudioBlock block(&profile, &chain, NumberedGuid(7), NumberedGuid(i));
+        std::uint8_t data[kData];
+        for (auto& byte : data)
+            byte = static_cast<std::uint8_t>(random());
+        block.SetData(data, kData);
+        chain.blocks.Add(block);
+        _QuorvelAudioBlockLink link{profile.id, 1, NumberedGuid(i), NumberedGuid(i + 1)};
+        chain.links.Add(link);
+    }
+}
+
 void Fill(QuorvelAudioProfile& profile, const benchmark::State& state) {
-    quorvel::test::FillToSize(profile, static_cast<std::uint32_t>(state.range(0)));
+    FillToSize(profile, static_cast<std::uint32_t>(state.range(0)));
 }
 
 void CountBytes(benchmark::State& state, std::size_t bytes) {

@@ -70,42 +70,6 @@ class BiquadBankTest : public testing::Test {
     BiquadBank bank;
 };
 
-TEST_F(BiquadBankTest, KeepsThePastOfAnUnchangedShapeOnly) {
-    struct Step {
-        int32_t channels, bands;
-        FilterType type;
-        bool keepsPast;
-    };
-    constexpr auto low = FilterType::LowPass;
-    const Step steps[] = {{2, 3, low, false},
-                          {2, 3, low, true},
-                          {3, 3, low, false},
-                          {3, 2, low, false},
-                          {2, 3, low, false},  // as many sections, another shape
-                          {2, 3, FilterType::Notch, false}};
-    for (const Step& step : steps) {
-        Configure(step.channels, step.bands, step.type);
-        EXPECT_NE(PastIsSilent(), step.keepsPast) << step.channels << " x " << step.bands;
-        EXPECT_FALSE(PassesUnchanged());
-        EXPECT_EQ(blocksInUse, 1);
-    }
-}
-
-TEST_F(BiquadBankTest, ANewRateKeepsThePastAndChangesTheCoefficients) {
-    Configure(2, 2);
-    PassesUnchanged();
-    const BiquadSection before = bank.sections[1];
-    bank.sampleRate = 96000;
-    bank.Recompute();
-    EXPECT_TRUE(bank.valid);
-    EXPECT_EQ(bank.sections[1].y1, before.y1);
-    EXPECT_NE(bank.sections[1].b0, before.b0);
-    bank.sampleRate = 0;
-    bank.Recompute();
-    EXPECT_FALSE(bank.valid);
-    EXPECT_TRUE(PassesUnchanged());
-}
-
 TEST_F(BiquadBankTest, OneFaultyBandDisablesAllUntilItIsMended) {
     for (const std::size_t place : {0u, 1u, 2u}) {
         std::vector<FilterBand> bands(3, kBand);

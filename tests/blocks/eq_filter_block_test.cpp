@@ -5,11 +5,11 @@
 #include <cmath>
 #include <complex>
 #include <cstring>
-#include <memory>
 #include <numbers>
 #include <vector>
 
 #include "blocks/filter_blocks.h"
+#include "engine/block_factory.h"
 #include "kinds/block_type_ids.h"
 #include "tests/blocks/filter_formula.h"
 
@@ -51,24 +51,11 @@ bool PassesUnchanged(AudioBlock& block) {
     return Filtered(block, Impulse(600)) == Impulse(600);
 }
 
-struct Kind {
-    GUID typeId;
-    std::unique_ptr<AudioBlock> block;
-};
-
-template <typename Block>
-Kind MakeKind(const GUID& typeId) {
-    return {typeId, std::make_unique<Block>(GUID{})};
-}
-
 // By FilterType.
-const Kind kKinds[] = {MakeKind<LowPassFilterBlock>(kLowPassFilterBlockTypeId),
-                       MakeKind<HighPassFilterBlock>(kHighPassFilterBlockTypeId),
-                       MakeKind<BandPassFilterBlock>(kBandPassFilterBlockTypeId),
-                       MakeKind<NotchFilterBlock>(kNotchFilterBlockTypeId),
-                       MakeKind<PeakingEQFilterBlock>(kPeakingEQFilterBlockTypeId),
-                       MakeKind<LowShelfFilterBlock>(kLowShelfFilterBlockTypeId),
-                       MakeKind<HighShelfFilterBlock>(kHighShelfFilterBlockTypeId)};
+const GUID kKinds[] = {kLowPassFilterBlockTypeId,   kHighPassFilterBlockTypeId,
+                       kBandPassFilterBlockTypeId,  kNotchFilterBlockTypeId,
+                       kPeakingEQFilterBlockTypeId, kLowShelfFilterBlockTypeId,
+                       kHighShelfFilterBlockTypeId};
 
 // Each is measured in series with the next one.
 constexpr FilterBand kBands[] = {
@@ -99,8 +86,8 @@ std::complex<double> Spectrum(const Samples& stereo, double hz, double rate) {
 TEST(FilterBlocks, MeasuredResponseFollowsTheFormula) {
     constexpr double kTolerance = 2e-4;
     for (uint32_t kind = 0; kind < std::size(kKinds); ++kind) {
-        AudioBlock& block = *kKinds[kind].block;
-        EXPECT_TRUE(block.GetTypeId() == kKinds[kind].typeId);
+        const auto made = CreateBlock(kKinds[kind], GUID{});
+        AudioBlock& block = *made;
         for (const double rate : {44100, 48000, 96000}) {
             for (std::size_t b = 0; b + 1 < std::size(kBands); ++b) {
                 SCOPED_TRACE(testing::Message()
@@ -171,6 +158,10 @@ TEST(EQFilterBlock, KeepsThePastUnlessTheShapeChanges) {
     EXPECT_EQ(TailAfter([](AudioBlock& b) { b.Reset(); }), tail);
     EXPECT_EQ(TailAfter([](AudioBlock& b) { b.SetFormat(2, 3, 48000); }), tail);
     EXPECT_EQ(TailAfter([](AudioBlock& b) { SetBands(b, {kBand, kBand}); }), silence);
+    const auto narrowAndWiden = [](AudioBlock& b) {
+        b.SetFormat(1, 4, 48000), b.SetFormat(2, 3, 48000);
+    };
+    EXPECT_EQ(TailAfter(narrowAndWiden), silence);
 }
 
 // Formats that the graph does not set on a filter block, and one that nobody can mean.

@@ -186,20 +186,6 @@ TEST(LinkedAtRest, StalledEnvelopesHaveTheBitsOfTheirDefinition) {
 INSTANTIATE_TEST_SUITE_P(All, LinkedGain, testing::Values("fours", "eights"),
                          [](const auto& kernels) { return std::string(kernels.param); });
 
-TEST(LinkedKey, IsTheLargestSampleOfTheFrame) {
-    SimpleComp linked;
-    linked.SetThreshold(-20.0);
-    linked.SetRatio(0.25);
-    SimpleComp alone = linked;
-    for (int i = 0; i < 1000; ++i) {
-        float frame[2] = {0.5f, -0.9f};
-        ProcessLinked(linked, frame, frame, 1, 2);
-        const double gain = alone.ComputeGain(static_cast<double>(0.9f));
-        ASSERT_EQ(frame[0], static_cast<float>(0.5 * gain));
-        ASSERT_EQ(frame[1], static_cast<float>(-static_cast<double>(0.9f) * gain));
-    }
-}
-
 double Decibels(float sample) {
     return LinearToDecibels(static_cast<double>(sample));
 }

@@ -37,18 +37,6 @@ TEST(AudioGraphFormats, FormatRecordsAreCopiedWithTheirExtension) {
     EXPECT_TRUE(made.SubFormat == kIeeeFloatSubFormat);
 }
 
-// The combiner and its like are told of their narrowest and widest input, and nothing is widened.
-TEST(AudioGraphFormats, ABlockThatTakesUnequalInputsIsToldTheirWidths) {
-    AudioGraph graph;
-    auto probes = AddProbes(graph, 4, {{1, 2}, {1, 3}, {2, 4}, {3, 4}});
-    probes[1]->fixedWidth = 1;
-    probes[3]->wantsUniformInputs = false;
-    test::SetStereo(graph);
-    EXPECT_EQ(probes[3]->NarrowestInput(), 1u);
-    EXPECT_EQ(probes[3]->Width(), 2u);
-    EXPECT_FALSE(graph.Nodes().back().inputs[0].adapter);
-}
-
 TEST(AudioGraphFormats, RemovedAdapterGivesItsBufferBack) {
     AudioGraph graph;
     AddProbes(graph, 1, {});

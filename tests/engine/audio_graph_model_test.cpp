@@ -54,6 +54,13 @@ class Life {
         pair.Do(step, std::forward<Change>(change));
     }
 
+    // Now and then the change fails first.
+    template <typename Change>
+    void DoAtLast(const char* step, Change&& change) {
+        if (!suspended && Below(3) == 0) pair.DoInVain(step, change);
+        pair.Do(step, std::forward<Change>(change));
+    }
+
     uint32_t Below(uint32_t bound) { return static_cast<uint32_t>(random() % bound); }
     uint32_t OneOf(std::initializer_list<uint32_t> values) {
         return values.begin()[Below(static_cast<uint32_t>(values.size()))];
@@ -90,9 +97,12 @@ class Life {
                                               kChannelsCombinerBlockTypeId,
                                               kStreamExpanderBlockTypeId};
         const uint32_t kind = Below(kKinds.size() + 4);
+        const bool replaces = Below(3) == 0;
         if (kind < kKinds.size()) {
-            return Do("add", [id, type = kKinds[kind], record = AnyRecord(kKinds[kind])](auto& g) {
-                g.AddNewBlock(type, record.data(), static_cast<uint32_t>(record.size()), id);
+            return DoAtLast("add or replace", [=, record = AnyRecord(kKinds[kind])](auto& g) {
+                const auto size = static_cast<uint32_t>(record.size());
+                g.AddNewBlock(kKinds[kind], record.data(), size, id);
+                if (replaces) g.ReplaceBlock(kKinds[kind], record.data(), size, id);
             });
         }
         test::ProbeBlock probe(id);
@@ -100,13 +110,13 @@ class Life {
         probe.offset = Below(4) == 0 ? 0.01f : 0.0f;
         probe.fixedWidth = static_cast<int32_t>(OneOf({0, 0, 1, 3, 6}));
         probe.canProcessInPlace = Below(2) == 0;
-        Do("add probe",
-           [&](auto& g) { g.AddBlockAndConnect(std::make_shared<test::ProbeBlock>(probe)); });
+        DoAtLast("add probe",
+                 [&](auto& g) { g.AddBlockAndConnect(std::make_shared<test::ProbeBlock>(probe)); });
     }
 
     void Append(const GUID& id, const GUID& after) {
         const bool behindFirstTail = Below(3) == 0;
-        Do("append", [&](auto& g) {
+        DoAtLast("append", [&](auto& g) {
             const auto source = g.FindBlock(after);
             if (!source && !behindFirstTail) return;
             g.AppendNewBlockWithParameters(nullptr, kMixerBlockTypeId, id,
@@ -117,7 +127,7 @@ class Life {
     void Link(const GUID& a, const GUID& b) {
         const bool mayCycle = Below(12) == 0;
         const bool turn = !mayCycle && GuidLess{}(b, a);
-        Do("link", [&](auto& g) { g.LinkById(turn ? b : a, turn ? a : b); });
+        DoAtLast("link", [&](auto& g) { g.LinkById(turn ? b : a, turn ? a : b); });
     }
 
     // What a suspended graph does between a change of its structure and the next build is left
@@ -144,9 +154,9 @@ class Life {
             case 2:
                 return Append(a, b);
             case 3:
-                return Do("unlink", [&](auto& g) { g.UnlinkById(a, b); });
+                return DoAtLast("unlink", [&](auto& g) { g.UnlinkById(a, b); });
             case 4:
-                return Do("remove", [&](auto& g) { g.RemoveBlockById(a); });
+                return DoAtLast("remove", [&](auto& g) { g.RemoveBlockById(a); });
             case 5:
                 return Below(8) == 0 ? Restart() : Do("reset", [](auto& g) { g.Reset(); });
             default:
@@ -156,15 +166,17 @@ class Life {
 
     void Restart() {
         const bool resetFormats = Below(2) == 0;
-        Do("clear", [=](auto& g) { g.Clear(resetFormats); });
-        if (resetFormats) SetFormats();
+        const auto clear = [=](auto& g) { g.Clear(resetFormats); };
+        if (!resetFormats) return DoAtLast("clear", clear);
+        Do("clear with the formats", clear);  // and with the buffers: it cannot be undone
+        SetFormats();
     }
 
     void SetFormats() {
         const AnyWave a = AnyFormat(), b = AnyFormat();
         const AudioFormat in = MakeFloatFormat(a.width, a.mask, a.rate);
         const AudioFormat out = MakeFloatFormat(b.width, b.mask, b.rate);
-        Do("set formats", [&](auto& g) { g.SetFormats(&in.Format, &out.Format); });
+        DoAtLast("set formats", [&](auto& g) { g.SetFormats(&in.Format, &out.Format); });
     }
 
     void Play() {
@@ -177,11 +189,13 @@ class Life {
             case 2:
                 return SetUpdating(!suspended);
             case 3:
-                return Do("set input format",
-                          [&](auto& g) { g.SetInputFormat(wave.width, wave.mask, wave.rate); });
+                return DoAtLast("set input format", [&](auto& g) {
+                    g.SetInputFormat(wave.width, wave.mask, wave.rate);
+                });
             case 4:
-                return Do("set output format",
-                          [&](auto& g) { g.SetOutputFormat(wave.width, wave.mask, wave.rate); });
+                return DoAtLast("set output format", [&](auto& g) {
+                    g.SetOutputFormat(wave.width, wave.mask, wave.rate);
+                });
             case 5:
                 return SetFormats();
             case 6:

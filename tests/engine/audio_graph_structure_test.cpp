@@ -17,17 +17,6 @@ using test::NumberedId;
 using test::SetStereo;
 using test::UsedBuffers;
 
-TEST(AudioGraphStructure, SecondBlockWithAnIdIsRefused) {
-    AudioGraph graph;
-    const auto first = MakeProbe(1);
-    EXPECT_TRUE(graph.AddBlockAndConnect(first));
-    EXPECT_FALSE(graph.AddBlockAndConnect(MakeProbe(1)));
-    EXPECT_FALSE(graph.AddNewBlock(kMixerBlockTypeId, nullptr, 0, NumberedId(1)));
-    EXPECT_EQ(graph.FindBlock(NumberedId(1)), first);
-    EXPECT_FALSE(graph.AddNewBlock(NumberedId(7), nullptr, 0, NumberedId(2)));
-    EXPECT_EQ(graph.Network().Blocks().size(), 1u);
-}
-
 TEST(AudioGraphStructure, BlocksOfOtherGraphsAreNotLinked) {
     AudioGraph graph, other;
     const auto mine = MakeProbe(1);

@@ -44,17 +44,6 @@ TEST(BlockFactory, UnknownKindsAndNullIds) {
     EXPECT_FALSE(first->GetId() == second->GetId());
 }
 
-// A refused record leaves the defaults: gain 1.
-TEST(BlockFactory, RefusedRecordIsNoFailure) {
-    const uint8_t record[2] = {0, 0};
-    const auto block = CreateBlockWithData(kGainBlockTypeId, record, 2, test::NumberedId(1));
-    ASSERT_TRUE(block);
-    block->SetFormat(1, 4, 48000);
-    float sample = 0.75f;
-    block->Process(&sample, &sample, 1);
-    EXPECT_EQ(sample, 0.75f);
-}
-
 // A block that is a graph of its own: whichever allocation fails, there is no block or one that is
 // silent or sounds right, and nothing is left behind. Right is 0.75 by five paths, a little
 // limited.

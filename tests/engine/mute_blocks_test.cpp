@@ -1,19 +1,18 @@
 // Where a block writes nothing, the graph delivers silence and not what lay in memory.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <vector>
 
-#include "blocks/limiter_block.h"
-#include "blocks/surround_block.h"
 #include "engine/audio_graph.h"
 #include "kinds/block_type_ids.h"
+#include "tests/engine/kind_records.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/topology.h"
 
 namespace quorvel {
 namespace {
 
+using test::BytesOf;
 using test::NumberedId;
 
 // No block folds or renders these.
@@ -22,13 +21,6 @@ constexpr uint32_t kFive = 0x3B;
 constexpr uint32_t kSeven = 0x70F;
 
 using Record = std::vector<uint8_t>;
-
-template <typename Packed>
-Record BytesOf(const Packed& packed) {
-    Record bytes(sizeof(packed));
-    std::memcpy(bytes.data(), &packed, sizeof(packed));
-    return bytes;
-}
 
 Record EndlessAttack() {  // a look-ahead that no delay line holds
     LimiterParameters limiter;

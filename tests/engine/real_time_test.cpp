@@ -5,17 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <vector>
 
-#include "blocks/compressor_block.h"
-#include "blocks/limiter_block.h"
-#include "blocks/noise_gate_block.h"
-#include "dsp/biquad/filter_band.h"
 #include "engine/audio_graph.h"
 #include "engine/sample_guard.h"
 #include "kinds/block_kinds.h"
 #include "kinds/block_type_ids.h"
+#include "tests/engine/kind_records.h"
 #include "tests/support/allocation_faults.h"
 #include "tests/support/probe_block.h"
 
@@ -24,16 +20,8 @@ namespace {
 
 using test::NumberedId;
 
-struct OneBand {
-    uint32_t count = 1;
-    FilterBand band{};
-};
-
 // One block of every kind that a profile can hold, in parallel between a head and a tail.
-void AddOneOfEachKind(AudioGraph& graph) {
-    OneBand band;
-    band.band.frequency = 1000.0f;
-    band.band.width = 0.7f;
+void AddOneOfEachKind(AudioGraph& graph, bool withDefaults) {
     graph.SetUpdating(true);
     graph.AddNewBlock(kMixerBlockTypeId, nullptr, 0, NumberedId(1));
     const GUID tail = NumberedId(1000);
@@ -41,10 +29,10 @@ void AddOneOfEachKind(AudioGraph& graph) {
     uint32_t number = 2;
     for (const BlockKind& kind : kBlockKinds) {
         const GUID id = NumberedId(number++);
-        uint8_t record[64] = {};
-        if (kind.smallestRecord == 18) std::memcpy(record, &band, sizeof(band));
-        graph.AddNewBlock(kind.typeId, kind.smallestRecord == 18 ? record : nullptr, sizeof(record),
-                          id);
+        const std::vector<uint8_t> record = test::RecordOf(kind);
+        const bool isGiven = !record.empty() && (!withDefaults || kind.smallestRecord == 18);
+        graph.AddNewBlock(kind.typeId, isGiven ? record.data() : nullptr,
+                          static_cast<uint32_t>(record.size()), id);
         graph.LinkById(NumberedId(1), id);
         graph.LinkById(id, tail);
     }
@@ -53,9 +41,10 @@ void AddOneOfEachKind(AudioGraph& graph) {
 
 // Every kind at full width, then with the input narrowed to what the signal needs.
 TEST(RealTime, SteadyStateOfEveryKindKeepsThePromise) {
-    for (const uint32_t holdMs : {0u, 10u}) {
+    for (const auto& [holdMs, withDefaults] :
+         {std::pair{0u, true}, {10u, true}, {0u, false}, {10u, false}}) {
         AudioGraph graph;
-        AddOneOfEachKind(graph);
+        AddOneOfEachKind(graph, withDefaults);
         graph.SetChannelDetectionHold(holdMs);
         graph.SetInputFormat(8, 0x63F, 48000);
         graph.SetOutputFormat(2, 3, 48000);

@@ -1,59 +1,28 @@
 #include "engine/sample_guard.h"
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 
-#include "blocks/compressor_block.h"
-#include "blocks/external_surround_block.h"
-#include "blocks/limiter_block.h"
-#include "blocks/noise_gate_block.h"
-#include "blocks/surround_block.h"
-#include "dsp/biquad/filter_band.h"
 #include "engine/block_factory.h"
 #include "engine/sample_check.h"
 #include "kinds/block_kinds.h"
 #include "kinds/block_type_ids.h"
 #include "platform/random.h"
+#include "tests/engine/kind_records.h"
 #include "tests/support/probe_block.h"
 #include "tests/support/samples.h"
 
 namespace quorvel {
 namespace {
 
+using test::BytesOf;
 using test::NumberedId;
+using test::RecordOf;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kBad[] = {kInfinity, -kInfinity, NAN, 3e38f, 1e30f};
 constexpr int32_t kFrames = 480;
 constexpr uint16_t kWidths[] = {2, 6, 8};
-
-struct OneBand {
-    uint32_t count = 1;
-    FilterBand band{1000.0f, 0.7f, BandwidthMode::Q, 6.0f};
-};
-
-template <typename Record>
-std::vector<uint8_t> Bytes(const Record& record) {
-    std::vector<uint8_t> bytes(sizeof(record));
-    std::memcpy(bytes.data(), &record, sizeof(record));
-    return bytes;
-}
-
-constexpr MatrixDecoderParameters kDelayed = {.decodeMode = 1};
-
-// Parameters with which a block of the kind has a state; empty: its defaults.
-std::vector<uint8_t> RecordOf(const BlockKind& kind) {
-    if (kind.typeId == kCompressorBlockTypeId)
-        return Bytes(CompressorParameters{-30, 5, 300, 0.3f});
-    if (kind.typeId == kLimiterBlockTypeId) return Bytes(LimiterParameters{-12.0f, 3, 300});
-    if (kind.typeId == kNoiseGateBlockTypeId) return Bytes(NoiseGateParameters{-40.0f, 2, 200});
-    if (kind.typeId == kExternalSurroundBlockTypeId) return Bytes(ExternalSurroundParameters{1});
-    if (kind.typeId == kSurroundBlockTypeId) return Bytes(SurroundParameters{1, kDelayed});
-    if (kind.typeId == kMatrixDecoderBlockTypeId) return Bytes(kDelayed);
-    if (kind.smallestRecord == 18) return Bytes(OneBand{});
-    return {};
-}
 
 // Multiplies by a factor that a test chooses; allocates nothing.
 class Burst final : public AudioBlock {
@@ -147,7 +116,7 @@ TEST(SampleGuard, StartsEveryKindAfresh) {
 // A fade ends too: the block then gives what it was fading to, a pair as it is.
 TEST(SampleGuard, EndsAFade) {
     GuardedChain chain({FindBlockKind(kSurroundBlockTypeId)}, 2), plain({}, 2);
-    const auto record = Bytes(SurroundParameters{0, kDelayed});
+    const auto record = BytesOf(SurroundParameters{0, test::kDelayed});
     chain.graph.FindBlock(NumberedId(2))->SetParameters(record.data());
     chain.graph.StartAfresh();
     RunAlike(chain, plain, 0);

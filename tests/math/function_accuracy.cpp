@@ -57,11 +57,15 @@ class Reference {
     Reference(const Reference&) = delete;
     Reference& operator=(const Reference&) = delete;
 
-    double Error(const MathFunction& function, double atX, double atY, double ours) {
+    double Truth(const MathFunction& function, double atX, double atY) {
         mpfr_set_d(x, atX, MPFR_RNDN);
         mpfr_set_d(y, atY, MPFR_RNDN);
         function.truth(result, x, y);
-        const double rounded = mpfr_get_d(result, MPFR_RNDN);
+        return mpfr_get_d(result, MPFR_RNDN);
+    }
+
+    double Error(const MathFunction& function, double atX, double atY, double ours) {
+        const double rounded = Truth(function, atX, atY);
         if (std::isnan(ours) || std::isnan(rounded))
             return std::isnan(ours) && std::isnan(rounded) ? 0.0 : kInfinity;
         if (std::isinf(ours) || std::isinf(rounded)) return ours == rounded ? 0.0 : kInfinity;
@@ -105,6 +109,10 @@ double Argument(const MathFunction& function, MixedBits& bits) {
 
 std::span<const MathFunction> MathFunctions() {
     return kFunctions;
+}
+
+double Truth(const MathFunction& function, double x, double y) {
+    return Reference(200).Truth(function, x, y);
 }
 
 double ErrorInUnits(const MathFunction& function, double x, double y) {

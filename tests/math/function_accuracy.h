@@ -21,6 +21,9 @@ struct MathFunction {
 // Every function of base/math.
 std::span<const MathFunction> MathFunctions();
 
+// The correct result, rounded to the nearest double.
+double Truth(const MathFunction& function, double x, double y);
+
 // The error of ours(x, y) in units of the last place of the correct result, as a fraction of one
 // and more; infinity where one side is NaN and the other is not, or where ours is infinite without
 // need. MPFR calculates with 80 bits, and with 200 where that leaves doubt whether one unit is

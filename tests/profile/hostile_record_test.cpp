@@ -152,19 +152,6 @@ TEST(HostileRecord, SectionOfAnotherProfileStopsTheReaderThere) {
     }
 }
 
-TEST(HostileRecord, BlockRecordIsBounded) {
-    const ByteBuilder record = SampleRecord(0);
-    QuorvelAudioProfile profile;
-    for (std::size_t size = 0; size <= 66; ++size) {
-        const auto block = std::make_unique<std::byte[]>(size);
-        const auto part = record.Span().subspan(kSampleBlocks + 36, size);
-        std::copy(part.begin(), part.end(), block.get());
-        QuorvelAudioBlock read(&profile, nullptr, GUID{}, GUID{});
-        ByteReader reader({block.get(), size});
-        EXPECT_EQ(ReadBlock(reader, read), DWORD(size < 66 ? ERROR_INVALID_DATA : ERROR_SUCCESS));
-    }
-}
-
 // 100 000 chains, each with a number of its own, are read in well under the time limit of a test;
 // asking the profile for each number would take 5 × 10^9 comparisons.
 TEST(HostileRecord, ManyChainsTakeNoQuadraticTime) {

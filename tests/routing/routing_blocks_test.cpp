@@ -1,16 +1,10 @@
-// The gain, channel extractor, bypass and mixer blocks.
+// The gain, channel extractor and bypass blocks.
 #include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
 
 #include "base/channel_masks.h"
 #include "blocks/bypass_block.h"
 #include "blocks/channel_extractor_block.h"
-#include "blocks/channels_combiner_block.h"
 #include "blocks/gain_block.h"
-#include "blocks/mixer_block.h"
-#include "blocks/stream_expander_block.h"
 #include "tests/support/samples.h"
 
 namespace quorvel {
@@ -24,30 +18,6 @@ template <typename Block, typename Record>
 void Configure(Block& block, const Record& record, int32_t width, uint32_t mask) {
     block.SetFormat(width, mask, 48000);
     ASSERT_TRUE(block.SetParameterData(&record, sizeof(record)));
-}
-
-TEST(RoutingBlocks, NullAndShortRecordsAreRefused) {
-    struct Case {
-        std::unique_ptr<AudioBlock> block;
-        uint32_t size;
-    };
-    Case cases[] = {{std::make_unique<GainBlock>(kId), 4},
-                    {std::make_unique<ChannelExtractorBlock>(kId), 4},
-                    {std::make_unique<BypassBlock>(kId), 4},
-                    {std::make_unique<ChannelsCombinerBlock>(kId), 8},
-                    {std::make_unique<StreamExpanderBlock>(kId), 8}};
-    const std::array<uint32_t, 3> record = {1, 1, 0};
-    for (const auto& [block, size] : cases) {
-        block->SetFormat(2, 0x3, 48000);
-        const int32_t width = block->GetOutputChannels();
-        EXPECT_FALSE(block->SetParameterData(nullptr, 64));
-        EXPECT_FALSE(block->SetParameters(nullptr));
-        for (uint32_t bytes = 0; bytes < size; ++bytes)
-            EXPECT_FALSE(block->SetParameterData(record.data(), bytes)) << bytes;
-        EXPECT_EQ(block->GetOutputChannels(), width);
-        EXPECT_TRUE(block->SetParameterData(record.data(), size));
-        EXPECT_TRUE(block->SetParameterData(record.data(), size + 4));
-    }
 }
 
 TEST(GainBlock, ScalesEverySampleInSinglePrecision) {
@@ -134,29 +104,6 @@ TEST(BypassBlock, FoldsPassesOrLeavesTheOutput) {
             expected.insert(expected.end(), testCase.frame.begin(), testCase.frame.end());
             block->Process(in.data(), out.data(), 2);
             ExpectSameBits(out, WithRoom(expected, 16));
-        }
-    }
-}
-
-TEST(MixerBlock, SumsAnyNumberOfInputsLikeThePlainSum) {
-    constexpr int32_t kWidth = 8;
-    for (const std::size_t count : {2u, 3u, 5u}) {
-        for (const int32_t frames : {1, 3, 4, 5, 12, 100}) {
-            MixerBlock block(kId);
-            block.SetFormat(kWidth, 0x63F, 48000);
-            std::vector<AudioBuffer> buffers(count);
-            std::vector<BlockInput> inputs(count);
-            std::vector<float> expected(static_cast<std::size_t>(frames * kWidth), 0.0f);
-            for (std::size_t i = 0; i < count; ++i) {
-                ASSERT_TRUE(buffers[i].Grow(BufferBytes(frames, kWidth)));
-                const auto in = RandomSamples(expected.size(), static_cast<uint32_t>(i));
-                std::copy(in.begin(), in.end(), buffers[i].data);
-                inputs[i].buffer = &buffers[i];
-                std::ranges::transform(expected, in, expected.begin(), std::plus());
-            }
-            std::vector<float> out(expected.size() + 1, kUntouched);
-            block.ProcessInputs(inputs, out.data(), frames);
-            ExpectSameBits(out, WithRoom(expected, out.size()));
         }
     }
 }

@@ -1,4 +1,4 @@
-// A block whose every answer a test chooses, and which remembers how it was configured.
+// A block whose every answer a test chooses, and which counts its resets.
 #pragma once
 
 #include <cstdint>
@@ -28,22 +28,8 @@ class ProbeBlock final : public AudioBlock {
         return fixedWidth ? fixedWidth : AudioBlock::GetOutputChannels();
     }
     bool CanProcessInPlace() const override { return canProcessInPlace; }
-    bool WantsUniformInputs() const override { return wantsUniformInputs; }
-
-    void SetFormat(int32_t width, uint32_t mask, int32_t rate) override {
-        AudioBlock::SetFormat(width, mask, rate);
-        ++configurations;
-    }
-
-    void SetInputsFormat(const std::vector<BlockInput>& blockInputs, int32_t minWidth,
-                         int32_t maxWidth, int32_t rate) override {
-        AudioBlock::SetInputsFormat(blockInputs, minWidth, maxWidth, rate);
-        ++configurations;
-    }
 
     void Process(float* in, float* out, int32_t frames) override {
-        lastIn = in;
-        lastOut = out;
         const auto width = static_cast<int32_t>(channels);
         const int32_t outWidth = GetOutputChannels();
         const std::vector<float> copy(in, in + int64_t{width} * frames);  // `out` may be `in`
@@ -61,17 +47,12 @@ class ProbeBlock final : public AudioBlock {
     uint32_t Width() const { return channels; }
     uint32_t Mask() const { return channelMask; }
     uint32_t Rate() const { return sampleRate; }
-    uint32_t NarrowestInput() const { return inputChannels; }
 
     int32_t fixedWidth = 0;  // output width; 0: as wide as the input
     bool canProcessInPlace = true;
-    bool wantsUniformInputs = true;
     float scale = 1.0f;
     float offset = 0.0f;
-    int configurations = 0;
     int resets = 0;
-    const float* lastIn = nullptr;
-    const float* lastOut = nullptr;
 };
 
 inline std::shared_ptr<ProbeBlock> MakeProbe(uint32_t number) {

@@ -61,24 +61,6 @@ void FillRandomly(QuorvelAudioProfile& profile, std::mt19937& random, const Prof
         FillChain(profile, *profile.GetChain(UpTo(random, 9), true), random, shape);
 }
 
-void FillToSize(QuorvelAudioProfile& profile, std::uint32_t bytes) {
-    constexpr std::uint32_t kData = 144;
-    constexpr std::uint32_t kBlockAndLink = 56 + kData + 52;
-    profile.id = NumberedGuid(1);
-    QuorvelAudioBlocksChain& chain = *profile.GetChain(1, true);
-    std::mt19937 random(1);
-    for (std::uint32_t i = 0; i < bytes / kBlockAndLink; ++i) {
-        QuorvelAudioBlock block(&profile, &chain, NumberedGuid(7), NumberedGuid(i));
-        std::uint8_t data[kData];
-        for (auto& byte : data)
-            byte = static_cast<std::uint8_t>(random());
-        block.SetData(data, kData);
-        chain.blocks.Add(block);
-        _QuorvelAudioBlockLink link{profile.id, 1, NumberedGuid(i), NumberedGuid(i + 1)};
-        chain.links.Add(link);
-    }
-}
-
 std::string Describe(const GUID& guid) {
     return Hexadecimal(&guid, sizeof(guid));
 }

@@ -24,10 +24,6 @@ struct ProfileShape {
 // Fills an empty profile with random content within `shape`; the same for the same generator state.
 void FillRandomly(QuorvelAudioProfile& profile, std::mt19937& random, const ProfileShape& shape);
 
-// A profile of one chain whose packed record has about `bytes` bytes: blocks of 144 data bytes (a
-// ten-band equaliser), each linked to the next.
-void FillToSize(QuorvelAudioProfile& profile, std::uint32_t bytes);
-
 // All that a profile holds, as text; equal texts for equal profiles. Links tell their own fields.
 std::string Describe(const QuorvelAudioProfile& profile);
 std::string Describe(const QuorvelAudioBlocksChain& chain);

@@ -9,10 +9,6 @@ namespace {
 
 class Drawn : public ToolRun {
   protected:
-    static bool Has(const std::string& text, const std::string& part) {
-        return text.find(part) != std::string::npos;
-    }
-
     // The points of every curve of a script, in the order in which they are drawn. A curve's text
     // stands between "$curveN << EOD" and "EOD".
     std::vector<std::map<double, double>> Curves(const std::string& script) const {
@@ -121,11 +117,11 @@ TEST_F(Drawn, PicturesAreMadeWhereTheProgramsAre) {
     }
     const Result plot = Shell("PATH=/nowhere \"$QUORVEL\" plot \"$PROFILES\"/games.json -o a.svg");
     EXPECT_EQ(plot.status, 3);
-    EXPECT_TRUE(Has(plot.error, "gnuplot-nox")) << plot.error;
+    ExpectTold(plot.error, "gnuplot-nox");
     const Result graph =
         Shell("PATH=/nowhere \"$QUORVEL\" graph \"$PROFILES\"/games.json -o a.svg");
     EXPECT_EQ(graph.status, 3);
-    EXPECT_TRUE(Has(graph.error, "package graphviz")) << graph.error;
+    ExpectTold(graph.error, "package graphviz");
     EXPECT_EQ(Names().count("a.svg"), 0u);
     EXPECT_EQ(Tool("plot \"$PROFILES\"/games.json -o a.txt").status, 2);
     EXPECT_EQ(Tool("plot \"$PROFILES\"/games.json -o a.svg --only 3").status, 2);
@@ -142,10 +138,10 @@ TEST_F(Drawn, GraphHasOrderWidthsBuffersAndWhatTheGraphMade) {
           R"(a1 [shape=oval, style="filled,dashed", label="widened in its buffer)",
           R"(n11 [label="11  limiter\nLimiterBlock\nwrites the output")",
           R"(n11 -> limiter [label="   2 channels\n   FL FR"])"})
-        EXPECT_TRUE(Has(dot, part)) << part << "\n" << dot;
+        ExpectTold(dot, part);
     Tool("graph \"$PROFILES\"/games_equaliser.json -o folded.dot --channels 6");
-    EXPECT_TRUE(Has(Read("folded.dot"),
-                    R"(n3 [label="3  BypassBlock\nmade by the graph\nwrites the output")"));
+    ExpectTold(Read("folded.dot"),
+               R"(n3 [label="3  BypassBlock\nmade by the graph\nwrites the output")");
 }
 
 }  // namespace

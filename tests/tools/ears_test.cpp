@@ -47,7 +47,7 @@ TEST_F(Ears, MeasuresLevelAndTime) {
     EXPECT_NEAR(left[0], 1.0, 0.02);
     EXPECT_NEAR(left[1], 6.0, 0.1);
     EXPECT_NEAR(left[2], 20.0 / 48000.0 * 1e6, 3.0);
-    EXPECT_NE(told.out.find("FR       30 right   never"), std::string::npos) << told.out;
+    ExpectTold(told.out, "FR       30 right   never");
     EXPECT_EQ(Tool("ears out.wav missing.wav").status, 3);
     WriteSound("wide.wav", InTurn(3));
     EXPECT_EQ(Tool("ears in.wav wide.wav").status, 1);

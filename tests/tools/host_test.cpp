@@ -49,7 +49,7 @@ TEST_F(Host, FollowsEditsAtTheirTimes) {
     Sound steady{1, std::vector<float>(24000, 0.25f)};
     WriteSound("steady.wav", steady);
     const Result result = Run("plain.json steady.wav out.wav --edits edits.json --channels 1");
-    EXPECT_NE(result.out.find("0.200 s  edit: add trim"), std::string::npos) << result.out;
+    ExpectTold(result.out, "0.200 s  edit: add trim");
     const Sound out = ReadSound("out.wav");
     const float gains[] = {1.0f, 0.501187f, 0.251189f, 0.501187f, 1.99526f};
     for (std::size_t part = 0; part < 5; ++part) {
@@ -68,14 +68,10 @@ TEST_F(Host, TellsWhatTheDriverWasTold) {
     std::fill_n(sound.samples.begin() + 2 * 9600, 2 * 4800, 0.25f);
     WriteSound("pause.wav", sound);
     const Result result = Run("\"$PROFILES\"/games.json pause.wav out.wav --stage both");
-    std::size_t from = 0;
-    for (const char* words :
-         {"Output Stream Object", "Output Endpoint Object", "2 channels (FL FR)",
-          "active channels: FL FR", "active channels: none", "active channels: FL FR",
-          "stream stopped"}) {
-        from = result.out.find(words, from);
-        ASSERT_NE(from, std::string::npos) << words << '\n' << result.out;
-    }
+    ExpectInOrder(result.out,
+                  {"Output Stream Object", "Output Endpoint Object", "2 channels (FL FR)",
+                   "active channels: FL FR", "active channels: none", "active channels: FL FR",
+                   "stream stopped"});
     const Sound out = ReadSound("out.wav");
     EXPECT_EQ(out.samples[2 * 7200], 0.0f);
     EXPECT_NE(out.samples[2 * 12000], 0.0f);
@@ -101,16 +97,13 @@ TEST_F(Host, TellsWhatComesOfEdits) {
         {"at": 0.495, "remove": "a"}, {"at": 7, "add": {"name": "z", "type": "GainBlock"}}])");
     WriteSound("steady.wav", {1, std::vector<float>(24000, 0.25f)});
     const Result result = Run("plain.json steady.wav out.wav --edits edits.json --channels 1");
-    std::size_t from = 0;
-    for (const char* words :
-         {"0.100 s  no valid graph, the sound passes unprocessed: the links form a cycle: ",
-          "0.200 s  edit: remove c\n    0.200 s  all of the chain runs again\n",
-          "edit: set a; block \"a\" refuses its record of 2 bytes and keeps its values\n",
-          "edit: profile headless.json; block \"a\" refuses its record of 1 bytes and has its",
-          "0.400 s  not in the graph: link 1: no block has the id {796C5F35-"}) {
-        from = result.out.find(words, from);
-        ASSERT_NE(from, std::string::npos) << words << '\n' << result.out;
-    }
+    ExpectInOrder(
+        result.out,
+        {"0.100 s  no valid graph, the sound passes unprocessed: the links form a cycle: ",
+         "0.200 s  edit: remove c\n    0.200 s  all of the chain runs again\n",
+         "edit: set a; block \"a\" refuses its record of 2 bytes and keeps its values\n",
+         "edit: profile headless.json; block \"a\" refuses its record of 1 bytes and has its",
+         "0.400 s  not in the graph: link 1: no block has the id {796C5F35-"});
     EXPECT_EQ(result.out.find("loose"), std::string::npos);
     EXPECT_EQ(result.error,
               "quorvel: the edit at 0.495 s was not made, no buffer begins there or later: "
@@ -142,7 +135,7 @@ TEST_F(Host, TellsWhoseProfileApplies) {
     };
     for (const auto& row : rows) {
         const Result result = Run(std::string("mine.json in.wav out.wav ") + row.words);
-        EXPECT_NE(result.out.find(row.told), std::string::npos) << row.words << result.out;
+        ExpectTold(result.out, row.told);
     }
     for (const char* stage : {"", " --stage endpoint"})
         EXPECT_EQ(
@@ -177,7 +170,7 @@ TEST_F(Host, RefusesEditsThatCannotBe) {
         Write("edits.json", row.edits);
         const Result result = Tool("host plain.json in.wav out.wav --edits edits.json");
         EXPECT_EQ(result.status, 1) << row.edits;
-        EXPECT_NE(result.error.find(row.message), std::string::npos) << result.error;
+        ExpectTold(result.error, row.message);
     }
     EXPECT_FALSE(Names().contains("out.wav"));
 }

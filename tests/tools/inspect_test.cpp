@@ -9,22 +9,15 @@ using Inspect = ToolRun;
 TEST_F(Inspect, TellsTheChainInTheOrderInWhichItRuns) {
     const Result told = Tool("inspect \"$PROFILES\"/branching.json --channels 2");
     ASSERT_EQ(told.status, 0) << told.error;
-    const char* const kInOrder[] = {
-        "An example of branches",
-        "JSON, packed 1482 bytes",
-        "chain 1, the headset's: 11 blocks, 12 links",
-        "in   2 channels (FL FR), 48000 Hz",
-        "2. left, ChannelExtractorBlock\n         channelIndex 0\n       -> 1 channel (FC)",
-        "bands 1: frequency 180.0 Hz, width 1.0, widthMode ShelfSlope, gainDb 4.0 dB",
-        "6. rejoin, ChannelsCombinerBlock, from warm left, bright right",
-        "thresholdDb -0.5 dB",
-        "out  2 channels (FL FR), what is above full scale compressed 10 : 1 after 1 ms",
-        "latency 48 frames (1.000 ms)"};
-    std::size_t at = 0;
-    for (const char* text : kInOrder) {
-        at = told.out.find(text, at);
-        ASSERT_NE(at, std::string::npos) << text << "\n" << told.out;
-    }
+    ExpectInOrder(
+        told.out,
+        {"An example of branches", "JSON, packed 1482 bytes",
+         "chain 1, the headset's: 11 blocks, 12 links", "in   2 channels (FL FR), 48000 Hz",
+         "2. left, ChannelExtractorBlock\n         channelIndex 0\n       -> 1 channel (FC)",
+         "bands 1: frequency 180.0 Hz, width 1.0, widthMode ShelfSlope, gainDb 4.0 dB",
+         "6. rejoin, ChannelsCombinerBlock, from warm left, bright right", "thresholdDb -0.5 dB",
+         "out  2 channels (FL FR), what is above full scale compressed 10 : 1 after 1 ms",
+         "latency 48 frames (1.000 ms)"});
 }
 
 TEST_F(Inspect, TellsWidthsOfTheInputAndWhatTheGraphMakes) {
@@ -32,14 +25,12 @@ TEST_F(Inspect, TellsWidthsOfTheInputAndWhatTheGraphMakes) {
                              "parameters": {"outputChannelCount": 1}},
                             {"name": "raw", "type": "{00112233-4455-6677-8899-AABBCCDDEEFF}"})");
     const Result six = Tool("inspect p.json --channels 6");
-    EXPECT_NE(six.out.find("fault: block \"raw\": unknown kind"), std::string::npos) << six.out;
+    ExpectTold(six.out, "fault: block \"raw\": unknown kind");
     WriteChain("q.json", R"({"name": "mono", "type": "BypassBlock",
                              "parameters": {"outputChannelCount": 1}})");
     const Result told = Tool("inspect q.json --channels 6");
-    EXPECT_NE(told.out.find("in   6 channels (FL FR FC LFE SL SR)"), std::string::npos);
-    EXPECT_NE(told.out.find("2. StreamExpanderBlock, made by the graph\n       -> 2 channels"),
-              std::string::npos)
-        << told.out;
+    ExpectTold(told.out, "in   6 channels (FL FR FC LFE SL SR)");
+    ExpectTold(told.out, "2. StreamExpanderBlock, made by the graph\n       -> 2 channels");
 }
 
 // A cycle makes no graph, and names do not steer the terminal.
@@ -50,12 +41,10 @@ TEST_F(Inspect, TellsWhatIsNoGraph) {
         R"(["a\u001b[2J\n", "b"], ["b", "a\u001b[2J\n"])");
     const Result told = Tool("inspect cycle.json");
     EXPECT_EQ(told.status, 1);
-    EXPECT_NE(told.out.find("no graph can be made"), std::string::npos) << told.out;
+    ExpectTold(told.out, "no graph can be made");
     EXPECT_EQ(told.out.find('\x1b'), std::string::npos);
     const Result six = Tool("inspect \"$PROFILES\"/branching.json --channels 6");
-    EXPECT_NE(six.out.find("input from rejoin widened to 6 channels by the graph"),
-              std::string::npos)
-        << six.out;
+    ExpectTold(six.out, "input from rejoin widened to 6 channels by the graph");
 }
 
 }  // namespace

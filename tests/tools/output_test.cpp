@@ -57,7 +57,7 @@ TEST_F(Outputs, NeverAreWhatTheRunReads) {
             const Result result =
                 Tool(std::string(words).insert(std::string(words).find(' '), force));
             EXPECT_EQ(result.status, 2) << words << force << result.error;
-            EXPECT_NE(result.error.find("is what this run reads"), std::string::npos) << words;
+            ExpectTold(result.error, "is what this run reads");
             EXPECT_EQ(Everything(), before) << words;
         }
     }
@@ -72,7 +72,7 @@ TEST_F(Outputs, ThatAreOneFileAreRefused) {
                               "empty --tap gain=link", "empty --tap gain=other"}) {
         const Result result = Tool(std::string("process ok.json in.wav ") + files);
         EXPECT_EQ(result.status, 2) << files;
-        EXPECT_NE(result.error.find("is written twice in this run"), std::string::npos) << files;
+        ExpectTold(result.error, "is written twice in this run");
         EXPECT_EQ(Everything(), before) << files;
     }
 }
@@ -85,7 +85,7 @@ TEST_F(Outputs, ReplaceTheFilesOfOthersOnlyWhenForced) {
           "host ok.json in.wav old", "encode ok.json -o old", "decode ok.txt -o old"}) {
         const Result result = Tool(words);
         EXPECT_EQ(result.status, 2) << words;
-        EXPECT_NE(result.error.find("--force replaces it"), std::string::npos) << words;
+        ExpectTold(result.error, "--force replaces it");
         EXPECT_EQ(Everything(), before) << words;
     }
     EXPECT_EQ(Tool("process ok.json in.wav old --force").status, 0);
@@ -155,11 +155,11 @@ class Truncated : public ToolRun {
               "cat cut | " + tool + "process ok.json /dev/stdin out.wav"}) {
             const Result refused = Shell(words);
             EXPECT_EQ(refused.status, 1) << name << words << refused.error;
-            EXPECT_NE(refused.error.find("truncated: "), std::string::npos) << refused.error;
+            ExpectTold(refused.error, "truncated: ");
             EXPECT_FALSE(Names().contains("out.wav"));
             const Result taken = Shell(words + " --allow-truncated");
             EXPECT_EQ(taken.status, 0) << name << words << taken.error;
-            EXPECT_NE(taken.error.find("truncated: "), std::string::npos) << taken.error;
+            ExpectTold(taken.error, "truncated: ");
             std::filesystem::remove(directory / "out.wav");
         }
     }

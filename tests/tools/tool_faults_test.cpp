@@ -84,7 +84,7 @@ TEST_F(ToolFaults, AreToldWithTheExitStatus) {
         const Result result = Tool(row.words);
         const std::string& told = row.status == 0 ? result.out : result.error;
         EXPECT_EQ(result.status, row.status) << row.words;
-        EXPECT_NE(told.find(row.message), std::string::npos) << row.words << "\n" << told;
+        ExpectTold(told, row.message);
         EXPECT_EQ(Names(), before) << row.words;
     }
 }
@@ -99,7 +99,7 @@ TEST_F(ToolFaults, AFullDiskLeavesTheOldFile) {
         const Result result = Shell(std::string("ulimit -f ") + blocks +
                                     "; \"$QUORVEL\" process ok.json in.wav out --force");
         EXPECT_EQ(result.status, 3) << blocks << result.error;
-        EXPECT_NE(result.error.find("out: File too large"), std::string::npos) << result.error;
+        ExpectTold(result.error, "out: File too large");
         EXPECT_EQ(Names(), before) << blocks;
         EXPECT_EQ(Read("out"), "the old file");
     }

@@ -114,6 +114,17 @@ class ToolRun : public testing::Test {
         return sound;
     }
 
+    static void ExpectInOrder(const std::string& told, std::initializer_list<const char*> texts) {
+        std::size_t at = 0;
+        for (const char* text : texts) {
+            at = told.find(text, at);
+            ASSERT_NE(at, std::string::npos) << text << '\n' << told;
+        }
+    }
+    static void ExpectTold(const std::string& told, const std::string& text) {
+        EXPECT_NE(told.find(text), std::string::npos) << text << '\n' << told;
+    }
+
     std::set<std::string> Names() const {
         std::set<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(directory))

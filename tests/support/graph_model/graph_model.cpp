@@ -92,6 +92,10 @@ void GraphModel::AppendBlock(const BlockReference& block, const BlockReference& 
     Rebuild();
 }
 
+void GraphModel::ReplaceBlock(const GUID& typeId, const void* data, uint32_t size, const GUID& id) {
+    if (network.Replace(IdOf(id), CreateBlockWithData(typeId, data, size, id))) Rebuild();
+}
+
 void GraphModel::LinkById(const GUID& source, const GUID& destination) {
     if (network.Link(IdOf(source), IdOf(destination))) Rebuild();
 }

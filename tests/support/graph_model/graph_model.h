@@ -50,6 +50,7 @@ class GraphModel {
                                       const BlockReference& after);
     void AppendBlock(const BlockReference& block, const BlockReference& after);
     BlockReference FindBlock(const GUID& id) const { return network.Find(IdOf(id)); }
+    void ReplaceBlock(const GUID& typeId, const void* data, uint32_t size, const GUID& id);
     void LinkById(const GUID& source, const GUID& destination);
     void UnlinkById(const GUID& source, const GUID& destination);
     void RemoveBlockById(const GUID& id);
@@ -73,6 +74,8 @@ class GraphModel {
     bool IsValid() const { return valid; }
     const std::vector<Node>& Nodes() const { return nodes; }
     const Format& ProcessingFormat() const { return processing; }
+    const Format& InputFormat() const { return input; }
+    const Format& OutputFormat() const { return output; }
     const std::vector<uint32_t>& Told() const { return told; }  // the callback's masks
 
   private:

@@ -36,6 +36,8 @@ void GraphPair::CompareState() {
     const AudioFormat& format = graph.ProcessingFormat();
     const Format& expected = plain.ProcessingFormat();
     Expect(graph.IsValid() == plain.IsValid(), "validity");
+    Expect(graph.InputFormat().Format.nChannels == plain.InputFormat().width, "input width");
+    Expect(graph.OutputFormat().Format.nChannels == plain.OutputFormat().width, "output width");
     Expect(format.Format.nChannels == expected.width, "processing width");
     Expect(format.dwChannelMask == expected.mask, "processing mask");
     Expect(format.Format.nSamplesPerSec == expected.rate, "rate");

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 #include <string>
 #include <vector>
 
+#include "base/memory_shortage.h"
 #include "engine/audio_graph.h"
 #include "platform/random.h"
 #include "tests/support/graph_model/graph_model.h"
@@ -27,6 +29,31 @@ class GraphPair {
         platform::SeedRand(seed);
         change(plain);
         Expect(platform::Rand() == next, "draws");
+        CompareState();
+    }
+
+    // Calls `change` with the graph alone, which must be what it was when the change fails in the
+    // end: by an exception, or for want of memory that was noted on the way.
+    template <typename Change>
+    void DoInVain(const char* step, Change&& change) {
+        struct Interruption {};
+        current = step;
+        for (const bool lacksMemory : {false, true}) {
+            const auto changeAndFail = [&] {
+                change(graph);
+                if (!lacksMemory) throw Interruption();
+                NoteMemoryShortage();
+            };
+            bool isUndone = false;
+            const auto undo = [&] { isUndone = graph.IsSuspended(); };
+            try {
+                graph.ChangeWhole(changeAndFail, undo);
+                isUndone = false;
+            } catch (const Interruption&) {
+            } catch (const std::bad_alloc&) {
+            }
+            Expect(isUndone, "undone while suspended");
+        }
         CompareState();
     }
 

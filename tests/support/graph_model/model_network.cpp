@@ -15,6 +15,12 @@ bool Network::Add(const BlockId& id, BlockReference block) {
     return blocks.try_emplace(id, Entry{std::move(block), {}, {}}).second;
 }
 
+bool Network::Replace(const BlockId& id, BlockReference block) {
+    if (!blocks.contains(id)) return false;
+    blocks.at(id).block = std::move(block);
+    return true;
+}
+
 BlockReference Network::Find(const BlockId& id) const {
     return blocks.contains(id) ? blocks.at(id).block : nullptr;
 }

@@ -43,6 +43,9 @@ class Network {
     // The block with that id; null when there is none.
     BlockReference Find(const BlockId& id) const;
 
+    // Puts a block in the place of the one with that id. False when there is none.
+    bool Replace(const BlockId& id, BlockReference block);
+
     // Makes a profile block a tail when it feeds nothing, or an internal block first.
     void UpdateTail(const BlockId& id);
 
