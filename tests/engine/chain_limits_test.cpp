@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -63,6 +64,16 @@ TEST(ChainLimits, WidthsThatAddUpBeyondTheLimitPassTheInputThrough) {
         std::vector<float> in(960, 0.25f), out(960);
         graph.Process(in.data(), out.data(), 480);
         EXPECT_EQ(out == in, !isValid) << offset;
+        // A change that fails leaves the graph as ready for the next one as it was.
+        const Numbers narrow = {1, 2};
+        EXPECT_THROW(graph.ChangeWhole(
+                         [&] {
+                             combiner->SetParameters(&narrow);
+                             throw std::bad_alloc();
+                         },
+                         [&] { combiner->SetParameters(&record); }),
+                     std::bad_alloc);
+        EXPECT_EQ(graph.IsValid(), isValid) << offset;
     }
     graph.SetInputFormat(8, 0x63F, 48000);
     const Numbers far = {1, 63}, none = {0, 1};
