@@ -84,6 +84,30 @@ TEST(ChainLimits, WidthsThatAddUpBeyondTheLimitPassTheInputThrough) {
     EXPECT_TRUE(graph.IsValid());
 }
 
+// Links that are still to come must not find a list that was built without them.
+TEST(ChainLimits, NothingIsBuiltWhileTheGraphIsSuspended) {
+    AudioGraph graph;
+    test::SetStereo(graph);
+    graph.LimitWidths(4, 100);
+    const Numbers wide = {5, 1}, narrow = {4, 1};
+    const auto expander =
+        graph.AddNewBlockWithParameters(&wide, kStreamExpanderBlockTypeId, NumberedId(1));
+    EXPECT_FALSE(graph.IsValid());
+    graph.SetUpdating(true);
+    expander->SetParameters(&narrow);
+    for (const bool isCleared : {false, true}) {
+        if (isCleared) {
+            graph.Clear(false);
+            graph.AddNewBlock(kGainBlockTypeId, nullptr, 0, NumberedId(2));
+        }
+        graph.SetFormats(&graph.OutputFormat().Format, &graph.InputFormat().Format);
+        EXPECT_TRUE(graph.Nodes().empty()) << isCleared;
+    }
+    graph.SetUpdating(false);
+    EXPECT_TRUE(graph.IsValid());
+    EXPECT_EQ(graph.Nodes().size(), 1u);
+}
+
 // 64 channels of 256 blocks are the most; a first record that makes all of them wider is refused by
 // passing the input through.
 TEST(ChainLimits, TooManyChannelsTogetherPassTheInputThrough) {
