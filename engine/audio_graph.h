@@ -122,8 +122,8 @@ class AudioGraph {
     // Calls `change()`, which calls this graph, and keeps what it did only if memory sufficed for
     // all of it, the blocks' own included. Otherwise throws std::bad_alloc, and the graph runs on
     // as before; parameters that `change` gave to blocks that stay are for `undo()` to take back,
-    // which must not throw. What is thrown by `change` comes out the same way. `change` must not call
-    // Clear(true), which frees the buffers that the way back needs.
+    // which must not throw. What is thrown by `change` comes out the same way. `change` must not
+    // Clear(true): that frees the buffers that the graph would go back to.
     template <typename Change, typename Undo>
     void ChangeWhole(Change&& change, Undo&& undo) {
         WholeChange whole(*this);

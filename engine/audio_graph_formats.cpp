@@ -94,9 +94,10 @@ MemoryLack AudioGraph::Lack() const {
 
 void AudioGraph::Configure() {
     if (processingFormat.Format.nChannels == 0 || outputFormat.Format.nChannels == 0) return;
+    const bool mayBuild = !suspended;
     const ScopedFlag hold(suspended);
     ++configurations;
-    if (isTooWide) Build();
+    if (isTooWide && mayBuild) Build();
     const uint32_t rate = ProcessingRate();
     if (ConfigureNodes(rate)) {
         UpdateOutputAdapter();

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <thread>
 
+#include "client/control_codes.h"
 #include "tests/apo/apo_test.h"
 #include "tests/support/same_bits.h"
 
@@ -33,7 +34,12 @@ class BlockChanges : public ApoTest {
                std::uint32_t number = 10) {
         QuorvelAudioBlock block(&profile, profile.GetChain(1, false), kind, NumberedGuid(number));
         block.SetData(record.data(), bytes);
-        ASSERT_EQ(application.SetAudioBlock(&block), 0u);
+        // Not by SetAudioBlock, which stores known kinds only.
+        std::vector<std::byte> packed(block.GetPackedSize());
+        block.Pack(reinterpret_cast<_QuorvelAudioBlockInfo*>(packed.data()));
+        ASSERT_EQ(application.GetSetData(control::kSetAudioBlock, packed.data(),
+                                         static_cast<DWORD>(packed.size()), nullptr, 0, nullptr),
+                  0u);
         while (!headset->driver.IsHeard())
             std::this_thread::yield();
     }
@@ -79,6 +85,22 @@ TEST_F(BlockChanges, ThatTheBlockRefusesAreNotKept) {
     // Another kind has no record to keep: what it refuses leaves its defaults.
     Store(kPeakingEQFilterBlockTypeId, {-30.0f}, 2);
     ExpectGainNowAndAtTheNextLock(-3.0);
+}
+
+// A block of an unknown kind is not in the graph; with a known one it and its links are.
+TEST_F(BlockChanges, ToAnUnknownKindAreIgnoredAndFromOneBringTheBlock) {
+    ASSERT_EQ(stream->Lock(), S_OK);
+    Store(NumberedGuid(99), {10.0f}, 4);
+    ExpectGainNowAndAtTheNextLock(-9.0);
+    EXPECT_EQ(stream->Unlock(), S_OK);
+    stream.reset();
+    object = Make(*row.id);
+    ASSERT_EQ(Initialize(*object.Get(), row), S_OK);
+    stream.emplace(*object.Get(), 2, 2);
+    ASSERT_EQ(stream->Lock(), S_OK);
+    ExpectGain(-3.0);
+    Store(kGainBlockTypeId, {-12.0f}, 4);
+    ExpectGainNowAndAtTheNextLock(-15.0);
 }
 
 // The object follows while it is not locked too.

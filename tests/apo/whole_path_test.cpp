@@ -27,14 +27,20 @@ std::vector<float> Expected(QuorvelAudioProfile& profile, const ClassRow& row,
     return out;
 }
 
-TEST_F(WholePath, GivesTheChainsSound) {
+class SoundOf : public ApoTest, public testing::WithParamInterface<std::pair<DWORD, DWORD>> {};
+
+// From one channel to several the classes differ: the headset hears it in its sides, the listeners
+// of the microphone in all channels.
+INSTANTIATE_TEST_SUITE_P(WholePath, SoundOf, testing::Values(std::pair(2u, 2u), std::pair(1u, 6u)));
+
+TEST_P(SoundOf, AnObjectIsThatOfTheChain) {
     for (const ClassRow& row : kClassRows) {
         QuorvelAudioProfile profile = GainProfile(row, -6.0f);
         ASSERT_EQ(application.SetProfileData(&profile), 0u);
         const auto object = Make(*row.id);
         ASSERT_EQ(Initialize(*object.Get(), row), S_OK);
         EXPECT_EQ(headset->machine.NotificationClients(), 1u);
-        EngineStream stream(*object.Get(), 2, 2);
+        EngineStream stream(*object.Get(), GetParam().first, GetParam().second);
         ASSERT_EQ(stream.Lock(), S_OK);
         for (std::size_t i = 0; i < stream.in.size(); ++i)
             stream.in[i] = 0.4f * std::sin(0.05f * static_cast<float>(i));

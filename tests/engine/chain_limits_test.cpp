@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -49,6 +50,16 @@ TEST(ChainLimits, WidthsThatAddUpBeyondTheLimitPassTheInputThrough) {
         std::vector<float> in(960, 0.25f), out(960);
         graph.Process(in.data(), out.data(), 480);
         EXPECT_EQ(out == in, !isValid) << offset;
+        // A change that fails leaves the graph as ready for the next one as it was.
+        const Numbers narrow = {1, 2};
+        EXPECT_THROW(graph.ChangeWhole(
+                         [&] {
+                             combiner->SetParameters(&narrow);
+                             throw std::bad_alloc();
+                         },
+                         [&] { combiner->SetParameters(&record); }),
+                     std::bad_alloc);
+        EXPECT_EQ(graph.IsValid(), isValid) << offset;
     }
     graph.SetInputFormat(8, 0x63F, 48000);
     const Numbers far = {1, 63}, none = {0, 1};
@@ -57,6 +68,30 @@ TEST(ChainLimits, WidthsThatAddUpBeyondTheLimitPassTheInputThrough) {
     EXPECT_FALSE(graph.IsValid());
     graph.SetInputFormat(1, 4, 48000);
     EXPECT_TRUE(graph.IsValid());
+}
+
+// Links that are still to come must not find a list that was built without them.
+TEST(ChainLimits, NothingIsBuiltWhileTheGraphIsSuspended) {
+    AudioGraph graph;
+    test::SetStereo(graph);
+    graph.LimitWidths(4, 100);
+    const Numbers wide = {5, 1}, narrow = {4, 1};
+    const auto expander =
+        graph.AddNewBlockWithParameters(&wide, kStreamExpanderBlockTypeId, NumberedId(1));
+    EXPECT_FALSE(graph.IsValid());
+    graph.SetUpdating(true);
+    expander->SetParameters(&narrow);
+    for (const bool isCleared : {false, true}) {
+        if (isCleared) {
+            graph.Clear(false);
+            graph.AddNewBlock(kGainBlockTypeId, nullptr, 0, NumberedId(2));
+        }
+        graph.SetFormats(&graph.OutputFormat().Format, &graph.InputFormat().Format);
+        EXPECT_TRUE(graph.Nodes().empty()) << isCleared;
+    }
+    graph.SetUpdating(false);
+    EXPECT_TRUE(graph.IsValid());
+    EXPECT_EQ(graph.Nodes().size(), 1u);
 }
 
 // 64 channels of 256 blocks are the most; a first record that makes all of them wider is refused by
