@@ -37,12 +37,11 @@ TEST(AudioGraphChange, ReplacedBlocksAreCutOff) {
     EXPECT_FALSE(graph.ReplaceBlock(kGainBlockTypeId, &gainDb, 4, NumberedId(7)));
     EXPECT_FALSE(graph.ReplaceBlock(NumberedId(7), &gainDb, 4, NumberedId(1)));
 
-    const std::string before = Describe(graph);
-    Link(graph, 2, 2);
+    graph.LinkById(NumberedId(2), NumberedId(2));
     EXPECT_TRUE(graph.ReplaceBlock(kGainBlockTypeId, &gainDb, 4, NumberedId(2)));
     EXPECT_FALSE(graph.IsValid()) << "the new block feeds itself too";
     graph.UnlinkById(NumberedId(2), NumberedId(2));
-    EXPECT_EQ(Describe(graph), before);
+    EXPECT_TRUE(graph.IsValid());
 }
 
 }  // namespace
